@@ -1,0 +1,36 @@
+# How Ovrel is compiled: one interface target carries every flag, so that no folder has its own.
+
+option(OVREL_BUILD_TESTS "Build the tests" ON)
+option(OVREL_BUILD_BENCH "Build the benchmark" ON)
+option(OVREL_BUILD_FUZZERS "Build the fuzz targets (clang only)" OFF)
+option(OVREL_WARNINGS_AS_ERRORS "Stop at the first warning" OFF)
+set(OVREL_SANITIZERS "" CACHE STRING "Sanitizers for every target, for example address,undefined")
+
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bin")
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+
+find_program(CCACHE_PROGRAM ccache)
+if(CCACHE_PROGRAM AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+  set(CMAKE_C_COMPILER_LAUNCHER "${CCACHE_PROGRAM}")
+  set(CMAKE_CXX_COMPILER_LAUNCHER "${CCACHE_PROGRAM}")
+endif()
+
+add_library(ovrel_flags INTERFACE)
+target_compile_features(ovrel_flags INTERFACE cxx_std_20 c_std_11)
+target_compile_options(ovrel_flags INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Wshadow
+  $<$<BOOL:${OVREL_WARNINGS_AS_ERRORS}>:-Werror>)
+target_include_directories(ovrel_flags INTERFACE "${PROJECT_SOURCE_DIR}")
+
+if(OVREL_SANITIZERS)
+  target_compile_options(ovrel_flags INTERFACE
+    -fsanitize=${OVREL_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(ovrel_flags INTERFACE -fsanitize=${OVREL_SANITIZERS})
+endif()
+if(OVREL_BUILD_FUZZERS)
+  if(NOT CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+    message(FATAL_ERROR "The fuzz targets need clang: configure with the preset \"fuzz\".")
+  endif()
+  target_compile_options(ovrel_flags INTERFACE -fsanitize=fuzzer-no-link)
+endif()

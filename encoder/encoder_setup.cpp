@@ -1,0 +1,1 @@
+#include "encoder/avif_encoder.h"

@@ -1,0 +1,18 @@
+/// \file codec_versions.h
+/// Which codecs this build runs with.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace ovrel {
+
+struct CodecVersion {
+    std::string name;    ///< for example "libavif"
+    std::string version; ///< as the library itself reports it at run time
+};
+
+/// The image libraries in use, the AV1 ones first.
+std::vector<CodecVersion> codecVersions();
+
+} // namespace ovrel

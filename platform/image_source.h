@@ -1,0 +1,62 @@
+/// \file image_source.h
+/// Pixels and facts of an image file, whatever its format. The file's bytes decide the format, never its name.
+#pragma once
+
+#include "platform/image.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <optional>
+
+namespace ovrel {
+
+enum class ImageFormat { jpeg, png, webp, gif, avif, heif };
+
+/// Facts of one image of a file, as the file states them.
+struct ImageProperties {
+    std::uint32_t pixelWidth = 0;  ///< pixels before orientation is applied; 0 when unknown
+    std::uint32_t pixelHeight = 0; ///< pixels before orientation is applied; 0 when unknown
+    std::uint8_t orientation = 1;  ///< 1 … 8 (Exif 2.32, tag 0x0112)
+
+    /// Time of a GIF frame in seconds, as stored (hundredths, 0 included); nothing when the file states none.
+    std::optional<double> gifUnclampedDelayTime;
+    /// The same where a source knows only a time that was raised to what viewers play.
+    std::optional<double> gifDelayTime;
+};
+
+/// An open image file. One thread at a time; different objects are independent.
+class ImageSource {
+public:
+    /// Reads the header only. The file stays open, so it may be renamed or replaced meanwhile.
+    /// \return null when the file is no regular file that can be read, or its format is not known. A file of a known
+    ///         format whose header is damaged opens with one image of unknown size.
+    static std::unique_ptr<ImageSource> open(const std::filesystem::path& file);
+    virtual ~ImageSource() = default;
+
+    virtual ImageFormat format() const = 0;
+
+    /// Number of images in the file, at least 1; frames of an animation count one each.
+    virtual std::size_t count() const = 0;
+
+    /// How often a GIF states to play, 0 for without end (NETSCAPE2.0 and ANIMEXTS1.0 application extensions);
+    /// nothing when the file states none.
+    virtual std::optional<std::int64_t> gifLoopCount() const { return std::nullopt; }
+
+    /// \param index below count()
+    virtual ImageProperties properties(std::size_t index) const = 0;
+
+    /// Decodes image `index` at full size with its orientation applied. Frames of an animation are whole canvases as a
+    /// browser shows them at that frame; asking for them in ascending order costs one pass over the file.
+    /// \return nothing when the data is damaged
+    /// \throws std::bad_alloc when the picture does not fit into memory
+    virtual std::optional<Image> decode(std::size_t index) = 0;
+
+protected:
+    ImageSource() = default;
+    ImageSource(const ImageSource&) = default;
+    ImageSource& operator=(const ImageSource&) = default;
+};
+
+} // namespace ovrel

@@ -1,0 +1,1 @@
+#include "platform/codec_versions.h"

@@ -1,0 +1,1 @@
+#include "platform/linux/color_profiles.h"

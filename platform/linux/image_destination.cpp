@@ -1,0 +1,1 @@
+#include "platform/image_destination.h"

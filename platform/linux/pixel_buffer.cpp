@@ -1,0 +1,1 @@
+#include "platform/pixel_buffer.h"

@@ -1,0 +1,1 @@
+#include "platform/linux/input_file.h"

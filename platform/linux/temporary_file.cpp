@@ -1,0 +1,1 @@
+#include "platform/temporary_file.h"

@@ -1,0 +1,1 @@
+#include "platform/linux/upright_rows.h"

@@ -1,0 +1,2 @@
+/// \file avif_writer.h
+#pragma once

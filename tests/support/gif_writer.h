@@ -1,0 +1,2 @@
+/// \file gif_writer.h
+#pragma once

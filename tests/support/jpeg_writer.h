@@ -1,0 +1,2 @@
+/// \file jpeg_writer.h
+#pragma once

@@ -1,0 +1,2 @@
+/// \file png_writer.h
+#pragma once

@@ -1,0 +1,2 @@
+/// \file webp_writer.h
+#pragma once
