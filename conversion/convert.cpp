@@ -1,1 +1,127 @@
-#include "conversion/converter.h"
+#include "conversion/convert.h"
+
+#include "conversion/animation.h"
+#include "conversion/errors.h"
+#include "conversion/publish.h"
+#include "conversion/still.h"
+#include "platform/temporary_file.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+#include <memory>
+#include <new>
+#include <optional>
+#include <utility>
+
+namespace ovrel {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// What one picture needs at the least while it is encoded: its RGBA samples and the planes made of them. What the
+/// encoder takes beyond that varies with the picture, so it does not count against one that may fit.
+constexpr std::uint64_t encodingBytesPerPixel = 4 + 3;
+
+/// Where results of `item` go; created when missing.
+fs::path targetFolder(const InputItem& item, const fs::path& output, const Services& services) {
+    const fs::path folder = item.relativeDirectory.empty() ? output : output / item.relativeDirectory;
+    services.files->createDirectories(folder);
+    return folder;
+}
+
+/// Lets `write` fill a hidden file and publishes it.
+template <typename Write>
+fs::path publishWritten(const InputItem& item, const fs::path& output, const Services& services, const Write& write) {
+    const fs::path folder = targetFolder(item, output, services);
+    const TemporaryFile temporary(folder);
+    write(temporary.path());
+    return publish(*services.files, temporary.path(), item, folder);
+}
+
+/// Refuses a header that claims more than the machine has before anything is decoded.
+void requireMemory(const ImageProperties& properties, const Services& services) {
+    const std::uint64_t pixels = std::uint64_t{properties.pixelWidth} * properties.pixelHeight;
+    if (pixels > std::numeric_limits<std::uint64_t>::max() / encodingBytesPerPixel ||
+        !services.fitsIntoMemory(pixels * encodingBytesPerPixel)) {
+        throw memoryError();
+    }
+}
+
+/// The first image of `source`, upright.
+Image decodeStill(ImageSource& source, const Services& services) {
+    const ImageProperties properties = source.properties(0);
+    if (std::max(properties.pixelWidth, properties.pixelHeight) < 1) {
+        throw damagedImageError();
+    }
+    requireMemory(properties, services);
+    std::optional<Image> image = source.decode(0);
+    if (!image) {
+        throw damagedImageError();
+    }
+    return std::move(*image);
+}
+
+ConversionResult convertChecked(const InputItem& item, const fs::path& output, double quality, EncodingMode mode,
+                                int speed, const Services& services) {
+    if (item.isAVIF()) {
+        const fs::path file = publishWritten(item, output, services, [&](const fs::path& temporary) {
+            services.files->copyFile(item.url, temporary);
+        });
+        return {file, false};
+    }
+    const bool withSystem = mode == EncodingMode::system && !item.isGIF();
+    if (withSystem && !canWriteAvif(services)) {
+        throw ConversionError("Эта версия macOS не поддерживает запись AVIF. Требуется macOS 26 или новее.",
+                              "This version of macOS cannot write AVIF files. macOS 26 or later is required.");
+    }
+    const std::unique_ptr<ImageSource> source = services.openImage(item.url);
+    if (!source) {
+        throw unreadableImageError();
+    }
+    const bool multiImage = source->count() > 1;
+    if (item.isGIF() && multiImage) {
+        requireMemory(source->properties(0), services);
+        const fs::path file = publishWritten(item, output, services, [&](const fs::path& temporary) {
+            encodeGIF(*source, temporary, quality, speed);
+        });
+        return {file, true};
+    }
+    Image image = decodeStill(*source, services);
+    const fs::path file = publishWritten(item, output, services, [&](const fs::path& temporary) {
+        if (withSystem) {
+            encodeWithSystem(std::move(image), temporary, quality, services);
+        } else {
+            encodeCompact(std::move(image), temporary, quality, speed);
+        }
+    });
+    return {file, multiImage};
+}
+
+} // namespace
+
+bool canWriteAvif(const Services& services) {
+    const std::vector<std::string> types = services.writableTypes();
+    return std::find(types.begin(), types.end(), ImageDestination::avifType) != types.end();
+}
+
+ConversionResult convertItem(const InputItem& item, const fs::path& output, double quality, EncodingMode mode,
+                             int speed, const Services& services) {
+    try {
+        return convertChecked(item, output, quality, mode, speed, services);
+    } catch (const std::bad_alloc&) {
+        throw memoryError();
+    }
+}
+
+bool Converter::supported() {
+    return canWriteAvif({});
+}
+
+ConversionResult Converter::convert(const InputItem& item, const fs::path& output, double quality, EncodingMode mode,
+                                    int speed) {
+    return convertItem(item, output, quality, mode, speed, {});
+}
+
+} // namespace ovrel
