@@ -1,0 +1,199 @@
+// Prints how a conversion compares with what cannot be avoided, each line a ratio measured side by side in one run.
+
+#include "bench/bare_encode.h"
+#include "bench/measure.h"
+#include "conversion/converter.h"
+#include "platform/bitmap.h"
+#include "platform/image_source.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace ovrel::bench {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int quality = 50;
+constexpr int rounds = 3;
+
+int encoderThreads() {
+    return static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1U, 8U));
+}
+
+/// A folder for results, emptied at the end.
+class ScratchFolder {
+public:
+    ScratchFolder() {
+        std::string pattern = (fs::temp_directory_path() / "ovrel-bench-XXXXXX").native();
+        if (::mkdtemp(pattern.data()) == nullptr) {
+            throw std::runtime_error("no scratch folder");
+        }
+        path_ = pattern;
+    }
+    ~ScratchFolder() {
+        std::error_code ignored;
+        fs::remove_all(path_, ignored);
+    }
+    ScratchFolder(const ScratchFolder&) = delete;
+    ScratchFolder& operator=(const ScratchFolder&) = delete;
+
+    const fs::path& path() const { return path_; }
+
+private:
+    fs::path path_;
+};
+
+/// The least time and memory of several rounds; rounds of different contestants take turns.
+struct Contestant {
+    std::string name;
+    std::function<Measurement()> run;
+    std::optional<Measurement> best;
+};
+
+void race(std::vector<Contestant>& contestants) {
+    for (int round = 0; round < rounds; ++round) {
+        for (Contestant& contestant : contestants) {
+            const Measurement measurement = contestant.run();
+            if (!measurement.succeeded) {
+                throw std::runtime_error(contestant.name + " failed");
+            }
+            if (!contestant.best || measurement.seconds < contestant.best->seconds) {
+                contestant.best = measurement;
+            }
+        }
+    }
+}
+
+Measurement convertAll(const std::vector<fs::path>& photos, int speed) {
+    const ScratchFolder folder;
+    return measure([&](const std::function<void()>& start) {
+        start();
+        for (const fs::path& photo : photos) {
+            Converter::convert({photo, ""}, folder.path(), quality / 100.0, EncodingMode::efficient, speed);
+        }
+    });
+}
+
+Image decoded(const fs::path& photo) {
+    const std::unique_ptr<ImageSource> source = ImageSource::open(photo);
+    std::optional<Image> image = source ? source->decode(0) : std::nullopt;
+    if (!image) {
+        throw std::runtime_error("cannot read " + photo.native());
+    }
+    return convertedToSrgb(std::move(*image));
+}
+
+Measurement encodeAll(const std::vector<fs::path>& photos, int speed) {
+    Measurement total;
+    total.succeeded = true;
+    for (const fs::path& photo : photos) {
+        const Measurement one = measure([&](const std::function<void()>& start) {
+            const Image image = decoded(photo);
+            start();
+            bareEncode(image, quality, speed, encoderThreads());
+        });
+        total.seconds += one.seconds;
+        total.peakBytes = std::max(total.peakBytes, one.peakBytes);
+        total.succeeded = total.succeeded && one.succeeded;
+    }
+    return total;
+}
+
+Measurement runAvifenc(const std::vector<fs::path>& photos, int speed) {
+    const ScratchFolder folder;
+    Measurement total;
+    total.succeeded = true;
+    for (const fs::path& photo : photos) {
+        const Measurement one = measureProgram(
+            {"avifenc", "--speed", std::to_string(speed), "--qcolor", std::to_string(quality), "--qalpha", "100", "--yuv",
+             "420", "--range", "full", "--cicp", "1/13/6", "--jobs", std::to_string(encoderThreads()), "--advanced",
+             "tune=ssim", "--ignore-profile", photo.native(), (folder.path() / "out.avif").native()});
+        total.seconds += one.seconds;
+        total.peakBytes = std::max(total.peakBytes, one.peakBytes);
+        total.succeeded = total.succeeded && one.succeeded;
+    }
+    return total;
+}
+
+Measurement runProgram(const fs::path& program, const std::vector<fs::path>& photos, int jobs) {
+    const ScratchFolder folder;
+    std::vector<std::string> command{program.native(), "--quiet", "--jobs", std::to_string(jobs), "--output",
+                                     folder.path().native()};
+    for (const fs::path& photo : photos) {
+        command.push_back(photo.native());
+    }
+    return measureProgram(command);
+}
+
+void printRatio(const Contestant& ours, const Contestant& theirs) {
+    constexpr double mebi = 1024.0 * 1024.0;
+    std::printf("%-34s / %-26s time %5.3f  (%.2f s / %.2f s)  peak memory %.0f / %.0f MiB\n", ours.name.c_str(),
+                theirs.name.c_str(), ours.best->seconds / theirs.best->seconds, ours.best->seconds,
+                theirs.best->seconds, static_cast<double>(ours.best->peakBytes) / mebi,
+                static_cast<double>(theirs.best->peakBytes) / mebi);
+    std::fflush(stdout);
+}
+
+void compareEncoding(const std::vector<fs::path>& photos) {
+    constexpr std::array<std::pair<const char*, int>, 3> speeds{{{"Fast (8)", 8}, {"Balanced (6)", 6},
+                                                                 {"Thorough (4)", 4}}};
+    for (const auto& [name, speed] : speeds) {
+        std::vector<Contestant> contestants{
+            {std::string("whole conversion, ") + name, [&, s = speed] { return convertAll(photos, s); }, {}},
+            {"bare libavif encode", [&, s = speed] { return encodeAll(photos, s); }, {}},
+        };
+        if (isInstalled("avifenc")) {
+            contestants.push_back({"avifenc", [&, s = speed] { return runAvifenc(photos, s); }, {}});
+        }
+        race(contestants);
+        for (std::size_t i = 1; i < contestants.size(); ++i) {
+            printRatio(contestants[0], contestants[i]);
+        }
+    }
+}
+
+void compareJobs(const fs::path& program, const std::vector<fs::path>& photos) {
+    std::vector<Contestant> contestants{
+        {"ovrel-cli --jobs 2", [&] { return runProgram(program, photos, 2); }, {}},
+        {"ovrel-cli --jobs 1", [&] { return runProgram(program, photos, 1); }, {}},
+    };
+    race(contestants);
+    printRatio(contestants[0], contestants[1]);
+}
+
+} // namespace
+
+} // namespace ovrel::bench
+
+int main(int count, char** arguments) {
+    using namespace ovrel::bench;
+    if (count < 2) {
+        std::fputs("usage: ovrel-bench PHOTO…\n", stderr);
+        return 2;
+    }
+    const std::vector<std::filesystem::path> photos(arguments + 1, arguments + count);
+    try {
+        std::printf("%zu photographs at quality 50, %d threads; each ratio is the best of %d rounds that took turns\n",
+                    photos.size(), encoderThreads(), rounds);
+        compareEncoding(photos);
+        compareJobs(std::filesystem::path(arguments[0]).parent_path() / "ovrel-cli", photos);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "ovrel-bench: %s\n", error.what());
+        return 1;
+    }
+    return 0;
+}

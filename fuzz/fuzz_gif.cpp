@@ -1,0 +1,7 @@
+#include "fuzz/decode.h"
+#include "platform/linux/decoders.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t count) {
+    ovrel::fuzz::decode(bytes, count, ovrel::openGif, false);
+    return 0;
+}
