@@ -1,0 +1,178 @@
+// Writes small files of every kind for the fuzz targets to begin with: make_fuzz_seeds FOLDER
+
+#include "platform/linux/color_profiles.h"
+#include "tests/support/exif_writer.h"
+#include "tests/support/fake_image_source.h"
+#include "tests/support/gif_writer.h"
+#include "tests/support/jpeg_writer.h"
+#include "tests/support/png_writer.h"
+
+#include <cstdio>
+#include <exception>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace ovrel::test {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Puts each seed into the folder of its own target and into that of the target for all formats.
+class Seeds {
+public:
+    explicit Seeds(fs::path folder) : folder_(std::move(folder)) {}
+
+    void add(const std::string& target, const std::string& name, const std::string& bytes) const {
+        write(folder_ / target, name, bytes);
+        if (target != "exif") {
+            write(folder_ / "image", target + "-" + name, bytes);
+        }
+    }
+
+private:
+    static void write(const fs::path& folder, const std::string& name, const std::string& bytes) {
+        fs::create_directories(folder);
+        std::ofstream stream(folder / name, std::ios::binary);
+        stream.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+        stream.close();
+        if (!stream) {
+            throw std::runtime_error("cannot write " + (folder / name).native());
+        }
+    }
+
+    fs::path folder_;
+};
+
+Image picture(std::uint8_t alpha) {
+    return makeImage(19, 13, [&](std::uint32_t x, std::uint32_t y) {
+        return Rgba{static_cast<std::uint8_t>(x * 13), static_cast<std::uint8_t>(y * 19),
+                    static_cast<std::uint8_t>((x ^ y) * 16), x < 10 ? std::uint8_t{255} : alpha};
+    });
+}
+
+Image inkPicture() {
+    Image image = picture(200);
+    image.layout = PixelLayout::cmyk8;
+    image.colorSpace.model = ColorModel::cmyk;
+    return image;
+}
+
+std::string asText(const std::vector<std::uint8_t>& bytes) {
+    return {bytes.begin(), bytes.end()};
+}
+
+void addJpegs(const Seeds& seeds) {
+    const std::string profile = asText(colorSpaceFromCicp(12, 13).profile);
+    JpegOptions options;
+    seeds.add("jpeg", "plain", writeJpeg(picture(255), options));
+    options.exif = exifBlock(6);
+    options.profile = profile;
+    seeds.add("jpeg", "turned-profile", writeJpeg(picture(255), options));
+    options = {};
+    options.progressive = true;
+    options.horizontalSubsampling = 2;
+    options.verticalSubsampling = 2;
+    seeds.add("jpeg", "progressive", writeJpeg(picture(255), options));
+    options = {};
+    options.arithmetic = true;
+    seeds.add("jpeg", "arithmetic", writeJpeg(picture(255), options));
+    options = {};
+    options.restartInterval = 1;
+    options.scanForEachComponent = true;
+    seeds.add("jpeg", "restarts", writeJpeg(picture(255), options));
+    options = {};
+    options.colors = JpegColors::gray;
+    seeds.add("jpeg", "gray", writeJpeg(picture(255), options));
+    for (const JpegColors colors : {JpegColors::cmyk, JpegColors::ycck}) {
+        options.colors = colors;
+        seeds.add("jpeg", colors == JpegColors::cmyk ? "cmyk" : "ycck", writeJpeg(inkPicture(), options));
+    }
+}
+
+void addPngs(const Seeds& seeds) {
+    PngPicture png = pngOf(picture(100));
+    seeds.add("png", "rgba", writePng(png));
+    png.interlaced = true;
+    png.afterImageData = {{"eXIf", exifBlock(5)}};
+    seeds.add("png", "interlaced-turned", writePng(png));
+    png = pngOf(picture(100));
+    png.beforeImageData = {{"acTL", pngAnimationControl(2)}, {"gAMA", pngInteger(100000)}};
+    seeds.add("png", "apng-gamma", writePng(png));
+    png.beforeImageData = {{"iCCP", pngProfile(asText(colorSpaceFromCicp(12, 13).profile))}};
+    seeds.add("png", "profile", writePng(png));
+    png.beforeImageData = {{"cICP", std::string("\x0C\x0D\x00\x01", 4)}};
+    seeds.add("png", "cicp", writePng(png));
+    png.beforeImageData.clear();
+    png.bitDepth = 16;
+    seeds.add("png", "deep", writePng(png));
+    PngPicture palette;
+    palette.width = 5;
+    palette.height = 3;
+    palette.colorType = PngColorType::palette;
+    palette.bitDepth = 2;
+    palette.palette = {{10, 20, 30}, {200, 100, 50}, {0, 0, 0}, {255, 255, 255}};
+    palette.transparency = {0, 128};
+    palette.samples = {0, 1, 2, 3, 0, 1, 2, 3, 0, 1, 2, 3, 0, 1, 2};
+    seeds.add("png", "palette", writePng(palette));
+    PngPicture gray = palette;
+    gray.colorType = PngColorType::gray;
+    gray.palette.clear();
+    gray.transparency = {2};
+    seeds.add("png", "gray", writePng(gray));
+}
+
+void addGifs(const Seeds& seeds) {
+    GifContent content;
+    content.width = 6;
+    content.height = 4;
+    content.palette = {{0, 0, 0}, {255, 0, 0}, {0, 255, 0}, {0, 0, 255}};
+    content.loop = GifLoop{3};
+    GifFrameBlock frame;
+    frame.width = 6;
+    frame.height = 4;
+    frame.pixels.assign(24, 1);
+    frame.control = GifControl{10, 1, std::nullopt};
+    content.frames.push_back(frame);
+    seeds.add("gif", "still", gifFile(content));
+    frame = {};
+    frame.left = 4;
+    frame.top = 1;
+    frame.width = 4;
+    frame.height = 2;
+    frame.pixels = {0, 1, 2, 3, 3, 2, 1, 0};
+    frame.palette = {{9, 9, 9}, {99, 99, 99}};
+    frame.interlaced = true;
+    for (const std::uint8_t disposal : {2, 3, 0}) {
+        frame.control = GifControl{5, disposal, 0};
+        content.frames.push_back(frame);
+    }
+    seeds.add("gif", "animation", gifFile(content));
+}
+
+} // namespace
+
+} // namespace ovrel::test
+
+int main(int count, char** arguments) {
+    using namespace ovrel::test;
+    if (count != 2) {
+        std::fputs("usage: make_fuzz_seeds FOLDER\n", stderr);
+        return 2;
+    }
+    try {
+        const Seeds seeds(arguments[1]);
+        addJpegs(seeds);
+        addPngs(seeds);
+        addGifs(seeds);
+        seeds.add("exif", "little", exifBlock(6));
+        seeds.add("exif", "big", exifBlock(3, TiffByteOrder::big));
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "make_fuzz_seeds: %s\n", error.what());
+        return 1;
+    }
+    return 0;
+}
