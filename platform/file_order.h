@@ -3,6 +3,7 @@
 #pragma once
 
 #include <filesystem>
+#include <memory>
 #include <string>
 
 namespace ovrel {
@@ -20,7 +21,8 @@ public:
     std::string key(const std::filesystem::path& path) const;
 
 private:
-    void* collator_; ///< owned
+    struct Collator;
+    std::unique_ptr<Collator> collator_;
 };
 
 } // namespace ovrel

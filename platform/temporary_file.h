@@ -21,8 +21,9 @@ private:
     std::filesystem::path path_;
 };
 
-/// Removes the files of every TemporaryFile that still lives, and lets no new one begin: for a program that is about
-/// to leave at once, while other threads are still writing. Any thread, but no signal handler.
+/// Removes the files of every TemporaryFile that still lives, for a program that leaves at once by _exit() while other
+/// threads are still writing. So that these create no file afterwards, the process can open nothing any more, and
+/// whoever begins a TemporaryFile waits for ever. Any thread, but no signal handler.
 void removeTemporaryFiles();
 
 } // namespace ovrel

@@ -1,1 +1,97 @@
 #include "platform/file_system.h"
+
+#include <algorithm>
+#include <array>
+#include <string>
+#include <string_view>
+
+namespace ovrel {
+
+namespace {
+
+/// Folders that a Mac shows as one document, as they arrive on external disks, network shares and in archives. The
+/// pictures inside are icons, previews or originals that another program manages.
+constexpr std::array packageExtensions = std::to_array<std::string_view>({
+    // programs and what they load
+    "app",
+    "appex",
+    "bundle",
+    "component",
+    "dext",
+    "dsym",
+    "framework",
+    "kext",
+    "mdimporter",
+    "plugin",
+    "prefpane",
+    "qlgenerator",
+    "saver",
+    "systemextension",
+    "wdgt",
+    "xctest",
+    "xpc",
+    // installers and disk images
+    "mpkg",
+    "pkg",
+    "sparsebundle",
+    // libraries of pictures, films and music
+    "aplibrary",
+    "band",
+    "cocatalog",
+    "dvdmedia",
+    "fcpbundle",
+    "imovielibrary",
+    "logicx",
+    "lrdata",
+    "lrlibrary",
+    "migratedaplibrary",
+    "migratedphotolibrary",
+    "musiclibrary",
+    "photolibrary",
+    "photoslibrary",
+    "theater",
+    "tvlibrary",
+    // documents
+    "docset",
+    "epub",
+    "graffle",
+    "key",
+    "nib",
+    "numbers",
+    "pages",
+    "playground",
+    "rtfd",
+    "scptd",
+    "workflow",
+    // projects of developers
+    "mlmodelc",
+    "mlpackage",
+    "xcarchive",
+    "xcdatamodel",
+    "xcdatamodeld",
+    "xcodeproj",
+    "xcresult",
+    "xcworkspace",
+    // virtual machines
+    "pvm",
+    "utm",
+    "vmwarevm",
+});
+
+char lowerCase(char letter) {
+    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
+}
+
+} // namespace
+
+bool isPackageName(const std::filesystem::path& name) {
+    std::string extension = name.extension().native();
+    if (extension.empty()) {
+        return false;
+    }
+    extension.erase(0, 1);
+    std::transform(extension.begin(), extension.end(), extension.begin(), lowerCase);
+    return std::find(packageExtensions.begin(), packageExtensions.end(), extension) != packageExtensions.end();
+}
+
+} // namespace ovrel
