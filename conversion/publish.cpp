@@ -1,1 +1,39 @@
-#include "conversion/converter.h"
+#include "conversion/publish.h"
+
+#include <cstdint>
+#include <string>
+
+namespace ovrel {
+
+namespace {
+
+/// A dot at the front or the end begins no extension, as everywhere on a desktop.
+std::string baseName(const std::filesystem::path& file) {
+    const bool hasExtension = file.extension().native().size() > 1;
+    return (hasExtension ? file.stem() : file.filename()).native();
+}
+
+} // namespace
+
+std::filesystem::path publish(FileSystem& fileSystem, const std::filesystem::path& temporary, const InputItem& item,
+                              const std::filesystem::path& folder) {
+    fileSystem.flush(temporary);
+    const std::string base = baseName(item.url);
+    for (std::uint64_t number = 1;; ++number) {
+        const std::string suffix = number == 1 ? "" : '-' + std::to_string(number);
+        std::filesystem::path candidate = folder / (base + suffix + ".avif");
+        if (fileSystem.exists(candidate)) {
+            continue;
+        }
+        try {
+            fileSystem.moveWithoutReplacing(temporary, candidate);
+            return candidate;
+        } catch (const FileError&) {
+            if (!fileSystem.exists(candidate)) {
+                throw;
+            }
+        }
+    }
+}
+
+} // namespace ovrel

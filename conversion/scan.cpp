@@ -1,1 +1,117 @@
+#include "conversion/scan.h"
+
 #include "conversion/converter.h"
+#include "platform/file_order.h"
+#include "platform/utf8.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <unordered_set>
+#include <utility>
+
+namespace ovrel {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// The path by which one file is recognised however it was written.
+fs::path standardised(const fs::path& path) {
+    std::error_code error;
+    const fs::path absolute = fs::absolute(path, error);
+    if (error) {
+        throw FileError::fromSystem(error.value(), FileOperation::reading, path);
+    }
+    return absolute.lexically_normal();
+}
+
+/// "." and a slash at the end stand for the folder's own name; the root has none but itself.
+std::string lastComponent(const fs::path& folder) {
+    const fs::path path = standardised(folder);
+    const fs::path name = path.has_filename() ? path.filename() : path.parent_path().filename();
+    return name.empty() ? "/" : validUtf8(name.native());
+}
+
+/// \param element a path below `folder` that begins as `folder` is written
+std::string directoryBetween(const fs::path& folder, const fs::path& element) {
+    std::string_view below = element.native();
+    below.remove_prefix(folder.native().size());
+    below.remove_prefix(std::min(below.find_first_not_of('/'), below.size()));
+    const std::size_t lastSlash = below.rfind('/');
+    return std::string(lastSlash == std::string_view::npos ? std::string_view() : below.substr(0, lastSlash));
+}
+
+/// Gathers what is accepted, each file once.
+class Gathering {
+public:
+    void add(const fs::path& path, const ResourceValues& values, std::string relativeDirectory) {
+        const auto& known = Converter::extensions;
+        if (!values.isRegularFile || values.isSymbolicLink ||
+            std::find(known.begin(), known.end(), lowerCaseExtension(path)) == known.end()) {
+            return;
+        }
+        if (seen_.insert(standardised(path).native()).second) {
+            items_.push_back({path, std::move(relativeDirectory)});
+        }
+    }
+
+    std::vector<InputItem> take() && { return std::move(items_); }
+
+private:
+    std::vector<InputItem> items_;
+    std::unordered_set<std::string> seen_;
+};
+
+void addFolder(FileSystem& fileSystem, const fs::path& folder, bool recursive, Gathering& gathering) {
+    const std::unique_ptr<DirectoryEnumerator> enumerator = fileSystem.enumerate(folder, recursive);
+    if (!enumerator) {
+        const std::string name = lastComponent(folder);
+        throw ConversionError("Не удалось прочитать папку: " + name, "Unable to read folder: " + name);
+    }
+    while (std::optional<DirectoryEnumerator::Entry> entry = enumerator->next()) {
+        gathering.add(entry->path, entry->values, directoryBetween(folder, entry->path));
+    }
+}
+
+std::vector<InputItem> sorted(std::vector<InputItem> items) {
+    const FileOrder order;
+    std::vector<std::pair<std::string, InputItem>> keyed;
+    keyed.reserve(items.size());
+    for (InputItem& item : items) {
+        std::string key = order.key(item.url);
+        keyed.emplace_back(std::move(key), std::move(item));
+    }
+    std::stable_sort(keyed.begin(), keyed.end(),
+                     [](const auto& left, const auto& right) { return left.first < right.first; });
+    std::transform(keyed.begin(), keyed.end(), items.begin(), [](auto& each) { return std::move(each.second); });
+    return items;
+}
+
+} // namespace
+
+std::vector<InputItem> Converter::scan(std::span<const std::filesystem::path> urls, bool recursive) {
+    return ovrel::scan(FileSystem::native(), urls, recursive);
+}
+
+std::vector<InputItem> scan(FileSystem& fileSystem, std::span<const std::filesystem::path> urls, bool recursive) {
+    Gathering gathering;
+    for (const fs::path& url : urls) {
+        const ResourceValues values = fileSystem.resourceValues(url);
+        if (values.isSymbolicLink) {
+            continue;
+        }
+        if (values.isDirectory) {
+            addFolder(fileSystem, url, recursive, gathering);
+        } else {
+            gathering.add(url, values, "");
+        }
+    }
+    return sorted(std::move(gathering).take());
+}
+
+} // namespace ovrel
