@@ -1,0 +1,46 @@
+# What "./dev lint" looks at. Every check runs, whatever the others found.
+# Part of ./dev, which reads this file.
+
+lint() {
+    local preset=dev
+    [ "${CI:-}" != true ] || preset=ci
+    require_packages build lint
+    configure "$preset"
+    local failed=()
+    check_format || failed+=("format")
+    check_headers "$preset" || failed+=("headers")
+    check_layers "$preset" || failed+=("layers")
+    check_with_clang_tidy "$preset" || failed+=("static analysis")
+    [ ${#failed[@]} -eq 0 ] || fail "Lint found something: $(printf '%s; ' "${failed[@]}")see above."
+    say "Lint found nothing."
+}
+
+# source_files PATTERN…: the project's files of these names, NUL-separated.
+source_files() {
+    local names=() pattern
+    for pattern in "$@"; do
+        names+=(-o -name "$pattern")
+    done
+    find . \( -path ./build -o -path ./out -o -path './.?*' \) -prune -o -type f \( "${names[@]:1}" \) -print0
+}
+
+check_format() {
+    say "Checking the format (\"clang-format -i FILE\" mends it)."
+    source_files '*.h' '*.cpp' '*.c' | xargs -0 clang-format --dry-run --Werror
+}
+
+check_headers() {
+    say "Compiling every header alone."
+    cmake --build --preset "$1" --target all_verify_interface_header_sets
+}
+
+check_layers() {
+    say "Checking which folder includes which."
+    cmake --build --preset "$1" --target test-layers && "build/$1/bin/test-layers" --gtest_brief=1
+}
+
+check_with_clang_tidy() {
+    say "Running clang-tidy on every source file."
+    source_files '*.cpp' | xargs -0 -n1 -P"$(nproc)" clang-tidy --quiet -p "build/$1" \
+        2> >(grep -vE '^[0-9]+ warnings? generated' >&2)
+}

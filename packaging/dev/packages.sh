@@ -1,0 +1,83 @@
+# Which packages of Debian and Ubuntu each kind of work needs, and how those that are missing get installed.
+# Part of ./dev, which reads this file.
+
+build_packages=(build-essential cmake ninja-build pkg-config ccache libavif-dev libaom-dev libheif-dev libjpeg-dev
+    libpng-dev libgif-dev libwebp-dev liblcms2-dev libicu-dev uuid-dev libcli11-dev qt6-base-dev libgtest-dev
+    libgmock-dev)
+# AV1 and HEVC for libheif. Debian 12 has them in the library itself.
+heif_plugins=(libheif-plugin-aomenc libheif-plugin-aomdec libheif-plugin-libde265 libheif-plugin-x265)
+lint_packages=(clang clang-format clang-tidy)
+fuzz_packages=(clang libclang-rt-dev llvm)
+
+. packaging/dev/debian_12_codecs.sh
+
+packages_log=build/packages.log
+
+# require_packages build|lint|fuzz…: afterwards they are installed, or the script has ended with what to do.
+require_packages() {
+    local wanted=() kind
+    for kind in "$@"; do
+        local -n packages=${kind}_packages
+        wanted+=("${packages[@]}")
+    done
+    if ! command -v apt-get dpkg-query >/dev/null; then
+        command -v cmake ninja >/dev/null ||
+            fail "This system has no apt. Please install what these packages of Debian hold: ${wanted[*]}."
+        return 0
+    fi
+    is_debian_12 || wanted+=("${heif_plugins[@]}")
+
+    local missing
+    mapfile -t missing < <(missing_packages "${wanted[@]}")
+    [ ${#missing[@]} -gt 0 ] || return 0
+    can_be_root ||
+        fail "These packages are missing, and only root or sudo can install them: ${missing[*]}." \
+            "Run this command once as root or as a user with sudo."
+    install_packages "${missing[@]}"
+}
+
+# Those of the named packages that are not installed, or are too old, one a line.
+missing_packages() {
+    local -A installed=()
+    local state package version
+    while read -r state package version; do
+        [ "$state" != installed ] || installed[$package]=$version
+    done < <(dpkg-query --show --showformat '${db:Status-Status} ${Package} ${Version}\n' "$@" 2>/dev/null)
+    for package in "$@"; do
+        if [ -z "${installed[$package]:-}" ] || is_too_old_codec "$package" "${installed[$package]}"; then
+            say "$package"
+        fi
+    done
+}
+
+install_packages() {
+    mkdir -p build
+    say "Installing $*. This can take a few minutes; details are in $packages_log."
+    : >"$packages_log"
+    ! is_debian_12 || add_debian_12_codecs
+    update_package_lists
+    as_root env DEBIAN_FRONTEND=noninteractive apt-get install --yes --no-install-recommends --no-remove \
+        -o DPkg::Lock::Timeout=300 "$@" </dev/null >>"$packages_log" 2>&1 || {
+        tail -n 20 "$packages_log" >&2
+        fail "The packages could not be installed; the last lines of $packages_log stand above."
+    }
+}
+
+# An archive that has nothing to do with Ovrel may be out of reach, so only an install that fails is a failure.
+update_package_lists() {
+    as_root apt-get update -o DPkg::Lock::Timeout=300 </dev/null >>"$packages_log" 2>&1 ||
+        say "Some package lists could not be read anew; going on with those that are there."
+}
+
+# Where nobody can type a password, sudo counts only if it asks for none.
+can_be_root() {
+    [ "$(id -u)" -eq 0 ] || { command -v sudo >/dev/null && { [ -t 0 ] || sudo -n true 2>/dev/null; }; }
+}
+
+as_root() {
+    if [ "$(id -u)" -eq 0 ]; then
+        "$@"
+    else
+        sudo "$@"
+    fi
+}
