@@ -10,14 +10,22 @@ is_debian_12() {
     [ -r /etc/os-release ] && (. /etc/os-release && [ "${ID:-} ${VERSION_CODENAME:-}" = "debian bookworm" ])
 }
 
+# is_too_old_codec PACKAGE VERSION
+# Ovrel works with an older libaom, so that one counts only while apt may have a newer one to give.
 is_too_old_codec() {
     is_debian_12 || return 1
     case $1 in
     libavif-dev) dpkg --compare-versions "$2" lt 1.0 ;;
-    libaom-dev) dpkg --compare-versions "$2" lt 3.14 ;;
+    libaom-dev)
+        dpkg --compare-versions "$2" lt 3.14 &&
+            { [ ! -e "$codecs_preferences" ] || dpkg --compare-versions "$(candidate "$1")" ge 3.14; }
+        ;;
     *) return 1 ;;
     esac
 }
+
+# The version of a package that apt would install.
+candidate() { LC_ALL=C apt-cache policy "$1" | awk '$1 == "Candidate:" { print $2 }'; }
 
 add_debian_12_codecs() {
     local entry

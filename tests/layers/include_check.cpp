@@ -120,8 +120,8 @@ void checkFile(const std::string& path, const Layer& layer, const LayerTable& ta
             fault = *name + " is not written from the project's root";
         }
         if (!fault.empty()) {
-            const std::string place = path + ":" + std::to_string(number);
-            faults.push_back(place + ": " + fault);
+            faults.push_back(path + ":" + std::to_string(number) + ": ");
+            faults.back() += fault;
         }
     }
 }
