@@ -38,12 +38,21 @@ add_debian_12_codecs() {
         say "None of apt's sources is Debian 12's own archive, so newer codecs cannot be taken from there."
         return 0
     fi
-    say "Debian 12's codecs are too old: taking libavif from Debian 13 and libaom from the suite after it, nothing else."
-    local form=${entry%:*}
-    form=${form##*.}
-    as_root rm -f "$codecs_source.list" "$codecs_source.sources"
-    codecs_source_like "${entry%:*}" "${entry##*:}" | write_as_root "$codecs_source.$form"
-    codecs_priorities | write_as_root "$codecs_preferences"
+    local file=${entry%:*} number=${entry##*:} outdated=$codecs_source.list
+    [ "${file##*.}" = sources ] || outdated=$codecs_source.sources
+    [ ! -e "$outdated" ] || as_root rm "$outdated"
+    # The priorities come first: without them the new source would offer the whole system a newer release.
+    keep_as_root "$codecs_preferences" "$(codecs_priorities)"
+    keep_as_root "$codecs_source.${file##*.}" "$(codecs_source_like "$file" "$number")"
+}
+
+# keep_as_root FILE TEXT
+keep_as_root() {
+    if [ "$(cat "$1" 2>/dev/null)" != "$2" ]; then
+        say "Writing $1: apt gets libavif from Debian 13 and libaom from the suite after it, nothing else from there."
+        as_root tee "$1" <<<"$2" >/dev/null
+        as_root chmod 644 "$1"
+    fi
 }
 
 # Where apt's sources name the main part of Debian 12, as FILE:LINE (one-line form) or FILE:STANZA (deb822).
@@ -101,5 +110,3 @@ Pin: release n=forky
 Pin-Priority: 900
 PREFERENCES
 }
-
-write_as_root() { as_root tee "$1" >/dev/null && as_root chmod 644 "$1"; }
