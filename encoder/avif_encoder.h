@@ -31,7 +31,7 @@ bool encode_avif_rgba(const uint8_t* pixels, uint32_t width, uint32_t height, in
                       const char* output_path, char* error, size_t error_capacity);
 
 /// An animation in the making. Used by one thread at a time.
-typedef struct avifEncoder avif_sequence;
+typedef struct avifEncoder avif_sequence; // NOLINT(modernize-use-using): C has no other way
 
 /// Starts an animation whose durations count milliseconds.
 /// \param quality 0 … 100, not checked

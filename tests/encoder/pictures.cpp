@@ -1,6 +1,7 @@
 #include "tests/encoder/pictures.h"
 
 #include <cstddef>
+#include <cstring>
 #include <random>
 
 namespace ovrel::test {
@@ -45,8 +46,9 @@ Picture gradientPicture(std::uint32_t width, std::uint32_t height) {
 Picture noisePicture(std::uint32_t width, std::uint32_t height, std::uint32_t seed) {
     Picture picture = emptyPicture(width, height);
     std::mt19937 random(seed);
-    for (std::uint8_t& sample : picture.pixels) {
-        sample = static_cast<std::uint8_t>(random() >> 24U);
+    for (std::size_t i = 0; i < picture.pixels.size(); i += 4) {
+        const auto pixel = static_cast<std::uint32_t>(random());
+        std::memcpy(&picture.pixels[i], &pixel, sizeof pixel);
     }
     return picture;
 }

@@ -16,8 +16,6 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-namespace fs = std::filesystem;
-
 Picture pictureOf(std::uint32_t width, std::uint32_t height) {
     return {width, height, std::vector<std::uint8_t>(std::size_t{width} * height * 4)};
 }

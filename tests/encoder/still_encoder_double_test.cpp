@@ -17,14 +17,10 @@ namespace ovrel::test {
 
 namespace {
 
-using testing::AllOf;
 using testing::Contains;
-using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Not;
-
-namespace fs = std::filesystem;
 
 Picture pictureOf(std::uint32_t width, std::uint32_t height) {
     return {width, height, std::vector<std::uint8_t>(std::size_t{width} * height * 4)};
