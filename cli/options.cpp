@@ -1,0 +1,249 @@
+#include "cli/options.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cstddef>
+#include <memory>
+#include <string_view>
+#include <utility>
+
+namespace ovrel::cli {
+
+namespace {
+
+template <typename Value> struct Choice {
+    std::string_view name;
+    Value value;
+};
+
+constexpr std::array<Choice<Language>, 2> languages{{{"en", Language::english}, {"ru", Language::russian}}};
+constexpr std::array<Choice<EncodingMode>, 2> modes{
+    {{"efficient", EncodingMode::efficient}, {"system", EncodingMode::system}}};
+constexpr std::array<Choice<int>, 3> speeds{{{"fast", 8}, {"balanced", 6}, {"thorough", 4}}};
+
+template <typename Value, std::size_t size>
+std::optional<Value> choiceNamed(const std::array<Choice<Value>, size>& choices, std::string_view name) {
+    for (const Choice<Value>& choice : choices) {
+        if (choice.name == name) {
+            return choice.value;
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<int> wholeNumber(std::string_view digits, int least, int greatest) {
+    int number = 0;
+    const char* const end = digits.data() + digits.size();
+    const auto [stop, error] = std::from_chars(digits.data(), end, number);
+    if (error != std::errc() || stop != end || number < least || number > greatest) {
+        return std::nullopt;
+    }
+    return number;
+}
+
+std::optional<int> qualityOf(std::string_view value) { return wholeNumber(value, 1, 100); }
+std::optional<int> jobsOf(std::string_view value) { return wholeNumber(value, 0, 1000); }
+
+/// Help without what CLI11 would say in English.
+class HelpFormatter : public CLI::Formatter {
+public:
+    explicit HelpFormatter(Language language) : language_(language) { column_width(30); }
+
+    std::string make_usage(const CLI::App* /*app*/, std::string /*name*/) const override {
+        return std::string(text(Text::usage, language_));
+    }
+    std::string make_footer(const CLI::App* /*app*/) const override {
+        return std::string(text(Text::footer, language_));
+    }
+
+private:
+    Language language_;
+};
+
+/// The parser and the values that it fills. Stays in its place, since CLI11 keeps references to the values.
+class Parser {
+public:
+    explicit Parser(Language language);
+    Parser(const Parser&) = delete;
+    Parser& operator=(const Parser&) = delete;
+
+    Invocation parse(const std::vector<std::string>& arguments);
+
+private:
+    std::string word(Text which) const { return std::string(text(which, language_)); }
+    CLI::Option* addValue(const std::string& names, std::string& value, const std::string& placeholder, Text help);
+    void addFlag(const std::string& names, bool& value, Text help);
+    void takePaths();
+    std::string explain(const CLI::ArgumentMismatch& mismatch) const;
+
+    CLI::App app_;
+    Language language_;
+    Options options_;
+    std::string output_;
+    std::string filesFrom_;
+    std::string quality_ = "50";
+    std::string mode_ = "efficient";
+    std::string speed_ = "balanced";
+    std::string jobs_ = "1";
+    std::string languageName_;
+    bool flat_ = false;
+};
+
+Parser::Parser(Language language) : app_(std::string(text(Text::programDescription, language))), language_(language) {
+    app_.formatter(std::make_shared<HelpFormatter>(language));
+    // CLI11 takes a positional argument in square brackets apart, so paths are what remains after the options.
+    app_.allow_extras();
+
+    const auto acceptIf = [this](auto parsed, Text complaint) {
+        return [parsed, message = word(complaint)](const std::string& value) {
+            return parsed(value) ? std::string() : message;
+        };
+    };
+
+    app_.option_defaults()->group(word(Text::groupInput));
+    addValue("-o,--output", output_, "DIR", Text::optionOutput)
+        ->check(acceptIf([](const std::string& value) { return !value.empty(); }, Text::badFolder));
+    addFlag("--no-recursive", flat_, Text::optionNoRecursive);
+    addValue("--files-from", filesFrom_, "FILE", Text::optionFilesFrom);
+    addFlag("-0,--null", options_.nulSeparated, Text::optionNul);
+    addFlag("--skip-existing", options_.skipExisting, Text::optionSkipExisting);
+
+    app_.option_defaults()->group(word(Text::groupConversion));
+    addValue("-q,--quality", quality_, "N", Text::optionQuality)->check(acceptIf(qualityOf, Text::badQuality));
+    addValue("-m,--mode", mode_, "MODE", Text::optionMode)
+        ->check(acceptIf([](const std::string& value) { return choiceNamed(modes, value); }, Text::badMode));
+    addValue("-s,--speed", speed_, "SPEED", Text::optionSpeed)
+        ->check(acceptIf([](const std::string& value) { return choiceNamed(speeds, value); }, Text::badSpeed));
+    addValue("-j,--jobs", jobs_, "N", Text::optionJobs)->check(acceptIf(jobsOf, Text::badJobs));
+    addFlag("--preserve-times", options_.preserveTimes, Text::optionPreserveTimes);
+    addFlag("-n,--dry-run", options_.dryRun, Text::optionDryRun);
+
+    app_.option_defaults()->group(word(Text::groupOutput));
+    addFlag("--json", options_.json, Text::optionJson);
+    addFlag("--quiet", options_.quiet, Text::optionQuiet);
+    addValue("--language", languageName_, "LANG", Text::optionLanguage)
+        ->check(acceptIf([](const std::string& value) { return choiceNamed(languages, value); }, Text::badLanguage));
+
+    app_.option_defaults()->group(word(Text::groupHelp));
+    app_.set_version_flag("--version", std::string(), word(Text::optionVersion));
+    app_.set_help_flag("-h,--help", word(Text::optionHelp));
+}
+
+CLI::Option* Parser::addValue(const std::string& names, std::string& value, const std::string& placeholder, Text help) {
+    return app_.add_option(names, value, word(help))->option_text(placeholder)->take_last();
+}
+
+void Parser::addFlag(const std::string& names, bool& value, Text help) {
+    app_.add_flag(names, value, word(help))->disable_flag_override();
+}
+
+Invocation Parser::parse(const std::vector<std::string>& arguments) {
+    Invocation invocation;
+    invocation.language = language_;
+    const auto wrongUsage = [&invocation](std::string message) {
+        invocation.kind = Invocation::Kind::wrongUsage;
+        invocation.text = std::move(message);
+        return invocation;
+    };
+
+    try {
+        // CLI11 takes them in reverse order.
+        app_.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+    } catch (const CLI::CallForHelp&) {
+        invocation.kind = Invocation::Kind::help;
+        // Some versions of CLI11 part groups by one empty line, others by two.
+        invocation.text = CLI::detail::find_and_replace(app_.help(), "\n\n\n", "\n\n");
+        return invocation;
+    } catch (const CLI::CallForVersion&) {
+        invocation.kind = Invocation::Kind::version;
+        return invocation;
+    } catch (const CLI::ValidationError& error) {
+        return wrongUsage(error.what());
+    } catch (const CLI::ArgumentMismatch& error) {
+        return wrongUsage(explain(error));
+    } catch (const CLI::ParseError& error) {
+        return wrongUsage(misusedOption(error.what(), language_));
+    }
+
+    bool onlyPaths = false;
+    for (const std::string& argument : app_.remaining()) {
+        if (!onlyPaths && argument == "--") {
+            onlyPaths = true;
+        } else if (!onlyPaths && argument.size() > 1 && argument.front() == '-') {
+            return wrongUsage(unknownOption(argument, language_));
+        } else {
+            options_.paths.emplace_back(argument);
+        }
+    }
+    if (app_.count("--files-from") > 0) {
+        options_.filesFrom = filesFrom_;
+    } else if (options_.nulSeparated) {
+        return wrongUsage(word(Text::nulWithoutList));
+    }
+    if (output_.empty()) {
+        return wrongUsage(word(Text::noOutput));
+    }
+    if (options_.paths.empty() && !options_.filesFrom) {
+        return wrongUsage(word(Text::noPaths));
+    }
+
+    options_.output = output_;
+    options_.quality = qualityOf(quality_).value();
+    options_.mode = choiceNamed(modes, mode_).value();
+    options_.speed = choiceNamed(speeds, speed_).value();
+    options_.jobs = static_cast<unsigned>(jobsOf(jobs_).value());
+    options_.recursive = !flat_;
+    invocation.options = std::move(options_);
+    return invocation;
+}
+
+/// CLI11's message is English; all that is taken from it is the option that it begins with, with or without dashes.
+std::string Parser::explain(const CLI::ArgumentMismatch& mismatch) const {
+    const std::string message = mismatch.what();
+    const std::string first = message.substr(0, message.find_first_of(": "));
+    for (const std::string& name : {first, "--" + first}) {
+        if (const CLI::Option* const option = app_.get_option_no_throw(name)) {
+            return option->get_expected_max() == 0 ? unexpectedValue(name, language_) : missingValue(name, language_);
+        }
+    }
+    return misusedOption(message, language_);
+}
+
+} // namespace
+
+Language chosenLanguage(const std::vector<std::string>& arguments, const Environment& environment) {
+    constexpr std::string_view option = "--language";
+    std::optional<Language> named;
+    for (std::size_t index = 0; index < arguments.size() && arguments[index] != "--"; ++index) {
+        const std::string_view argument = arguments[index];
+        std::string_view value;
+        if (argument == option && index + 1 < arguments.size()) {
+            value = arguments[index + 1];
+        } else if (argument.starts_with(option) && argument.substr(option.size()).starts_with('=')) {
+            value = argument.substr(option.size() + 1);
+        }
+        if (const std::optional<Language> language = choiceNamed(languages, value)) {
+            named = language;
+        }
+    }
+    if (named) {
+        return *named;
+    }
+    // POSIX.1-2017, Base Definitions, section 8.2: the first that is set and not empty counts.
+    for (const char* const variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
+        const char* const value = environment(variable);
+        if (value != nullptr && *value != '\0') {
+            return std::string_view(value).starts_with("ru") ? Language::russian : Language::english;
+        }
+    }
+    return Language::english;
+}
+
+Invocation parseCommandLine(const std::vector<std::string>& arguments, const Environment& environment) {
+    return Parser(chosenLanguage(arguments, environment)).parse(arguments);
+}
+
+} // namespace ovrel::cli

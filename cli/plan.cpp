@@ -1,0 +1,136 @@
+#include "cli/plan.h"
+
+#include "conversion/conversion_error.h"
+#include "platform/file_error.h"
+
+#include <algorithm>
+#include <numeric>
+#include <string>
+#include <unordered_map>
+#include <utility>
+
+namespace ovrel::cli {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Disjoint sets of steps, each named by its earliest.
+class Groups {
+public:
+    explicit Groups(std::size_t count) : parents_(count) { std::iota(parents_.begin(), parents_.end(), std::size_t{0}); }
+
+    std::size_t of(std::size_t index) {
+        while (parents_[index] != index) {
+            parents_[index] = parents_[parents_[index]];
+            index = parents_[index];
+        }
+        return index;
+    }
+
+    void join(std::size_t one, std::size_t other) {
+        const auto [earlier, later] = std::minmax({of(one), of(other)});
+        parents_[later] = earlier;
+    }
+
+private:
+    std::vector<std::size_t> parents_;
+};
+
+/// The names that Converter::convert() tries: base.avif, base-2.avif, …
+fs::path resultName(const InputItem& item, const fs::path& output, std::size_t number) {
+    fs::path folder = output;
+    if (!item.relativeDirectory.empty()) {
+        folder /= item.relativeDirectory;
+    }
+    fs::path name = item.url.stem();
+    if (number > 1) {
+        name += "-" + std::to_string(number);
+    }
+    name += ".avif";
+    return folder / name;
+}
+
+bool succeeds(const ScanFunction& scan, const fs::path& path, std::exception_ptr& error) {
+    try {
+        scan(std::span(&path, 1));
+        return true;
+    } catch (const ConversionError&) {
+        error = std::current_exception();
+    } catch (const FileError&) {
+        error = std::current_exception();
+    }
+    return false;
+}
+
+} // namespace
+
+Findings find(std::span<const fs::path> paths, const ScanFunction& scan) {
+    Findings findings;
+    try {
+        findings.items = scan(paths);
+        return findings;
+    } catch (const ConversionError&) {
+    } catch (const FileError&) {
+    }
+    // A scan gives all or nothing: each path is tried alone before the good ones are searched together.
+    std::vector<fs::path> readable;
+    for (const fs::path& path : paths) {
+        std::exception_ptr error;
+        if (succeeds(scan, path, error)) {
+            readable.push_back(path);
+        } else {
+            findings.unreadable.push_back({path, error});
+        }
+    }
+    findings.items = scan(readable);
+    return findings;
+}
+
+std::vector<Step> makePlan(Findings findings, const fs::path& output, bool skipExisting,
+                           const std::function<bool(const fs::path&)>& exists) {
+    std::vector<Step> steps;
+    steps.reserve(findings.unreadable.size() + findings.items.size());
+    for (UnreadablePath& unreadable : findings.unreadable) {
+        steps.push_back({.item = {.url = std::move(unreadable.path), .relativeDirectory = {}},
+                         .action = Step::Action::fail,
+                         .result = {},
+                         .error = std::move(unreadable.error)});
+    }
+    for (InputItem& item : findings.items) {
+        const Step::Action action = item.isAVIF() ? Step::Action::copy : Step::Action::convert;
+        steps.push_back({.item = std::move(item), .action = action, .result = {}, .error = {}});
+    }
+
+    Groups groups(steps.size());
+    std::unordered_map<std::string, std::size_t> takers;
+    for (std::size_t index = findings.unreadable.size(); index < steps.size(); ++index) {
+        Step& step = steps[index];
+        for (std::size_t number = 1; step.result.empty(); ++number) {
+            fs::path candidate = resultName(step.item, output, number);
+            const auto taker = takers.find(candidate.native());
+            if (taker != takers.end()) {
+                groups.join(taker->second, index);
+            } else if (!exists(candidate)) {
+                takers.emplace(candidate.native(), index);
+                step.result = std::move(candidate);
+            } else if (number == 1 && skipExisting) {
+                step.action = Step::Action::skip;
+                step.result = std::move(candidate);
+            }
+        }
+    }
+
+    std::unordered_map<std::size_t, std::size_t> lastOfGroup;
+    for (std::size_t index = 0; index < steps.size(); ++index) {
+        const auto [last, isFirst] = lastOfGroup.try_emplace(groups.of(index), index);
+        if (!isFirst) {
+            steps[last->second].follower = index;
+            steps[index].follows = true;
+            last->second = index;
+        }
+    }
+    return steps;
+}
+
+} // namespace ovrel::cli

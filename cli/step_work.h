@@ -1,0 +1,24 @@
+/// \file step_work.h
+/// What is done for one step of a plan. Any thread, several at once.
+#pragma once
+
+#include "cli/batch.h"
+#include "conversion/converter.h"
+#include "platform/file_system.h"
+
+#include <functional>
+
+namespace ovrel::cli {
+
+/// Converts or copies an image; as Converter::convert().
+using ConvertFunction = std::function<ConversionResult(const InputItem&)>;
+
+/// Carries the step out.
+/// \param preserveTimes whether the result gets its source's modification time; where that fails, the step counts as
+///        failed and its result stays
+Outcome carryOut(const Step& step, const ConvertFunction& convert, FileSystem& files, bool preserveTimes);
+
+/// What carryOut() would do if it succeeded. Writes nothing.
+Outcome foretell(const Step& step, FileSystem& files);
+
+} // namespace ovrel::cli

@@ -1,0 +1,101 @@
+/// \file wording.h
+/// Every text that users of ovrel-cli read, in both languages. UTF-8 throughout.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <exception>
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+namespace ovrel::cli {
+
+enum class Language { english, russian };
+
+/// Texts without variable parts.
+enum class Text {
+    programDescription,
+    usage,
+    footer,
+    groupInput,
+    groupConversion,
+    groupOutput,
+    groupHelp,
+    optionOutput,
+    optionNoRecursive,
+    optionFilesFrom,
+    optionNul,
+    optionSkipExisting,
+    optionQuality,
+    optionMode,
+    optionSpeed,
+    optionJobs,
+    optionPreserveTimes,
+    optionDryRun,
+    optionJson,
+    optionQuiet,
+    optionLanguage,
+    optionVersion,
+    optionHelp,
+    badQuality,
+    badMode,
+    badSpeed,
+    badJobs,
+    badLanguage,
+    badFolder,
+    noOutput,
+    noPaths,
+    nulWithoutList,
+    tryHelp,
+    pathTooLong,
+    nothingToConvert,
+    outputLost,
+    stopping,
+    count, ///< not a text: how many there are
+};
+
+std::string_view text(Text which, Language language);
+
+/// What went wrong on the command line.
+std::string unknownOption(std::string_view option, Language language);
+std::string missingValue(std::string_view option, Language language);
+std::string unexpectedValue(std::string_view option, Language language);
+std::string misusedOption(std::string_view detail, Language language);
+
+/// The message of an error. Errors of our own types are worded for users; any other shows its own text.
+/// \param error not null
+std::string describe(const std::exception_ptr& error, Language language);
+
+/// What became of one image, to stand behind its name.
+std::string successText(const std::filesystem::path& result, bool copied, bool multiImage, bool gif, Language language);
+std::string failureText(const std::exception_ptr& error, Language language);
+std::string skippedText(const std::filesystem::path& existing, Language language);
+std::string plannedText(const std::filesystem::path& result, bool copied, Language language);
+
+/// How many images came to which end.
+struct Totals {
+    std::size_t items = 0;
+    std::size_t succeeded = 0; ///< converted and copied ones
+    std::size_t failed = 0;
+    std::size_t skipped = 0;
+    bool showSkipped = false; ///< whether the user asked to skip
+    bool stopped = false;     ///< by the user
+};
+
+std::string summary(const Totals& totals, Language language);
+
+/// The summary of a dry run, in which nothing has been converted or copied yet.
+std::string plannedSummary(const Totals& totals, Language language);
+
+/// "Converting 3 of 10: ", to stand before the name of the image in hand.
+std::string activityText(bool copying, std::size_t number, std::size_t items, Language language);
+
+/// Images a second, or a minute where that reads better.
+/// \param imagesPerSecond above 0
+std::string speedText(double imagesPerSecond, Language language);
+
+/// Minutes and seconds, with hours when there are any.
+std::string timeLeftText(std::uint64_t seconds, Language language);
+
+} // namespace ovrel::cli
