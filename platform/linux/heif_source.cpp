@@ -1,1 +1,252 @@
 #include "platform/linux/decoders.h"
+
+#include "platform/linux/av1_image.h"
+#include "platform/linux/color_profiles.h"
+#include "platform/linux/upright_rows.h"
+#include "platform/memory.h"
+
+#include <libheif/heif.h>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <limits>
+#include <new>
+#include <numeric>
+#include <span>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace ovrel {
+
+namespace {
+
+struct ContextDeleter {
+    void operator()(heif_context* context) const noexcept { heif_context_free(context); }
+};
+struct HandleDeleter {
+    void operator()(heif_image_handle* handle) const noexcept { heif_image_handle_release(handle); }
+};
+struct ImageDeleter {
+    void operator()(heif_image* image) const noexcept { heif_image_release(image); }
+};
+struct NclxDeleter {
+    void operator()(heif_color_profile_nclx* nclx) const noexcept { heif_nclx_color_profile_free(nclx); }
+};
+
+using Context = std::unique_ptr<heif_context, ContextDeleter>;
+using Handle = std::unique_ptr<heif_image_handle, HandleDeleter>;
+using HeifImage = std::unique_ptr<heif_image, ImageDeleter>;
+
+bool succeeded(const heif_error& error) {
+    return error.code == heif_error_Ok;
+}
+
+std::uint64_t bigEndian(std::span<const std::uint8_t> bytes) {
+    return std::accumulate(bytes.begin(), bytes.end(), std::uint64_t{0},
+                           [](std::uint64_t value, std::uint8_t byte) { return value << 8 | byte; });
+}
+
+bool holds(std::span<const std::uint8_t> bytes, std::string_view name) {
+    return std::search(bytes.begin(), bytes.end(), name.begin(), name.end()) != bytes.end();
+}
+
+/// \return whether any picture is AV1: each of these has the property av1C (AV1 Image File Format, section 2.2.1),
+///         which may stand anywhere but among the compressed data
+bool holdsAv1(std::span<const std::uint8_t> bytes) {
+    constexpr std::size_t headerBytes = 8; // ISO/IEC 14496-12, section 4.2: size and type
+    constexpr std::size_t largeHeaderBytes = 16;
+    while (bytes.size() >= largeHeaderBytes) {
+        const std::uint64_t stated = bigEndian(bytes.first(4));
+        const bool isLarge = stated == 1;
+        const std::uint64_t size = isLarge ? bigEndian(bytes.subspan(headerBytes, 8)) : stated;
+        const bool isLast = size < (isLarge ? largeHeaderBytes : headerBytes) || size > bytes.size();
+        const std::span<const std::uint8_t> box = isLast ? bytes : bytes.first(static_cast<std::size_t>(size));
+        if (!holds(bytes.subspan(4, 4), "mdat") && holds(box, "av1C")) {
+            return true;
+        }
+        bytes = bytes.subspan(box.size());
+    }
+    return false;
+}
+
+/// The file's pictures, the primary one first; thumbnails, masks and tiles are none.
+std::vector<heif_item_id> picturesOf(heif_context* context) {
+    heif_item_id primary = 0;
+    if (!succeeded(heif_context_get_primary_image_ID(context, &primary))) {
+        return {};
+    }
+    std::vector<heif_item_id> ids(static_cast<std::size_t>(heif_context_get_number_of_top_level_images(context)));
+    heif_context_get_list_of_top_level_image_IDs(context, ids.data(), static_cast<int>(ids.size()));
+    std::erase(ids, primary);
+    ids.insert(ids.begin(), primary);
+    return ids;
+}
+
+Handle pictureOf(heif_context* context, heif_item_id id) {
+    heif_image_handle* handle = nullptr;
+    return succeeded(heif_context_get_image_handle(context, id, &handle)) ? Handle(handle) : nullptr;
+}
+
+bool isDeep(const heif_image_handle* handle) {
+    return heif_image_handle_get_luma_bits_per_pixel(handle) > 8;
+}
+
+ColorSpace colorSpaceOf(const heif_image_handle* handle) {
+    const std::size_t size = heif_image_handle_get_raw_color_profile_size(handle);
+    if (size != 0 && size <= ColorSpace::maximumProfileBytes) {
+        std::vector<std::uint8_t> profile(size);
+        if (succeeded(heif_image_handle_get_raw_color_profile(handle, profile.data()))) {
+            return colorSpaceFromProfile(profile, ColorModel::rgb);
+        }
+    }
+    heif_color_profile_nclx* nclx = nullptr;
+    if (succeeded(heif_image_handle_get_nclx_color_profile(handle, &nclx)) && nclx != nullptr) {
+        const std::unique_ptr<heif_color_profile_nclx, NclxDeleter> released(nclx);
+        return colorSpaceFromCicp(static_cast<std::uint16_t>(nclx->color_primaries),
+                                  static_cast<std::uint16_t>(nclx->transfer_characteristics));
+    }
+    return {};
+}
+
+/// \throws std::bad_alloc when the picture will not fit
+void requireMemory(const heif_image_handle* handle) {
+    // Four planes, a turned copy of them, the interleaved picture, and ours.
+    constexpr std::uint64_t samples = 16;
+    const auto width = static_cast<std::uint64_t>(heif_image_handle_get_width(handle));
+    const auto height = static_cast<std::uint64_t>(heif_image_handle_get_height(handle));
+    if (!fitsIntoMemory(width * height * samples * (isDeep(handle) ? 2 : 1))) {
+        throw std::bad_alloc();
+    }
+}
+
+/// Spreads the samples of a row from `bits` to sixteen bits.
+/// \param from two bytes a sample, the low one first
+void copyDeepRow(const std::uint8_t* from, std::uint8_t* to, std::size_t samples, unsigned bits) {
+    constexpr std::uint32_t largest = std::numeric_limits<std::uint16_t>::max();
+    const std::uint32_t largestHere = (1U << bits) - 1;
+    for (std::size_t i = 0; i < samples; ++i) {
+        const std::uint32_t stored = from[2 * i] + 256U * from[2 * i + 1];
+        const std::uint32_t value = std::min(stored, largestHere);
+        const auto spread = static_cast<std::uint16_t>((value * largest + largestHere / 2) / largestHere);
+        std::memcpy(to + i * sizeof spread, &spread, sizeof spread);
+    }
+}
+
+/// Divides the colour of a row's pixels by their alpha.
+template <typename Sample>
+void straighten(std::uint8_t* row, std::size_t pixels) {
+    constexpr std::uint32_t largest = std::numeric_limits<Sample>::max();
+    for (std::size_t x = 0; x < pixels; ++x) {
+        std::array<Sample, 4> pixel;
+        std::memcpy(pixel.data(), row + x * sizeof pixel, sizeof pixel);
+        const std::uint32_t alpha = pixel[3];
+        for (std::size_t channel = 0; channel < 3; ++channel) {
+            const std::uint32_t color = alpha == 0 ? 0 : (pixel[channel] * largest + alpha / 2) / alpha;
+            pixel[channel] = static_cast<Sample>(std::min(color, largest));
+        }
+        std::memcpy(row + x * sizeof pixel, pixel.data(), sizeof pixel);
+    }
+}
+
+class HeifSource final : public ImageSource {
+public:
+    HeifSource(std::vector<std::uint8_t> bytes, Context context, std::vector<heif_item_id> ids)
+        : bytes_(std::move(bytes)), context_(std::move(context)), ids_(std::move(ids)) {}
+
+    ImageFormat format() const override { return ImageFormat::heif; }
+    std::size_t count() const override { return ids_.size(); }
+
+    /// Sizes are those after the file's own turns and crops, which libheif applies.
+    ImageProperties properties(std::size_t index) const override {
+        ImageProperties properties;
+        if (const Handle handle = pictureOf(context_.get(), ids_[index])) {
+            properties.pixelWidth = static_cast<std::uint32_t>(std::max(heif_image_handle_get_width(handle.get()), 0));
+            properties.pixelHeight =
+                static_cast<std::uint32_t>(std::max(heif_image_handle_get_height(handle.get()), 0));
+        }
+        return properties;
+    }
+
+    std::optional<Image> decode(std::size_t index) override {
+        const Handle handle = pictureOf(context_.get(), ids_[index]);
+        if (!handle) {
+            return std::nullopt;
+        }
+        requireMemory(handle.get());
+        heif_image* decoded = nullptr;
+        const heif_chroma chroma =
+            isDeep(handle.get()) ? heif_chroma_interleaved_RRGGBBAA_LE : heif_chroma_interleaved_RGBA;
+        const heif_error error = heif_decode_image(handle.get(), &decoded, heif_colorspace_RGB, chroma, nullptr);
+        const HeifImage image(decoded);
+        if (error.code == heif_error_Memory_allocation_error) {
+            throw std::bad_alloc();
+        }
+        return succeeded(error) && image ? copied(*image, *handle) : std::nullopt;
+    }
+
+private:
+    static std::optional<Image> copied(const heif_image& image, const heif_image_handle& handle) {
+        int stride = 0;
+        const std::uint8_t* pixels = heif_image_get_plane_readonly(&image, heif_channel_interleaved, &stride);
+        const int width = heif_image_get_width(&image, heif_channel_interleaved);
+        const int height = heif_image_get_height(&image, heif_channel_interleaved);
+        const int bits = heif_image_get_bits_per_pixel_range(&image, heif_channel_interleaved);
+        const bool deep = isDeep(&handle);
+        if (pixels == nullptr || width < 1 || height < 1 || bits < 1 || bits > (deep ? 16 : 8)) {
+            return std::nullopt;
+        }
+        constexpr std::size_t channels = 4;
+        const auto columns = static_cast<std::uint32_t>(width);
+        UprightRows rows(columns, static_cast<std::uint32_t>(height), deep ? PixelLayout::rgba16 : PixelLayout::rgba8,
+                         1);
+        const bool premultiplied = heif_image_handle_is_premultiplied_alpha(&handle) != 0;
+        for (std::uint32_t y = 0; y < static_cast<std::uint32_t>(height); ++y) {
+            const std::uint8_t* from = pixels + y * static_cast<std::size_t>(stride);
+            std::uint8_t* to = rows.row(y);
+            if (deep) {
+                copyDeepRow(from, to, columns * channels, static_cast<unsigned>(bits));
+            } else {
+                std::memcpy(to, from, rows.bytesPerRow());
+            }
+            if (premultiplied) {
+                deep ? straighten<std::uint16_t>(to, columns) : straighten<std::uint8_t>(to, columns);
+            }
+        }
+        return std::move(rows).finish(colorSpaceOf(&handle));
+    }
+
+    std::vector<std::uint8_t> bytes_; ///< libheif reads them as it goes
+    Context context_;
+    std::vector<heif_item_id> ids_;
+};
+
+} // namespace
+
+std::unique_ptr<ImageSource> openHeif(InputFile file) {
+    std::optional<std::vector<std::uint8_t>> bytes = file.readAll();
+    if (!bytes) {
+        return nullptr;
+    }
+    // libheif never decodes AV1 here: its dav1d and a newer one of libavif's may share the process, where functions of
+    // the same name take structures of another size.
+    if (holdsAv1(*bytes)) {
+        return openAv1Image(std::move(*bytes));
+    }
+    Context context(heif_context_alloc());
+    if (!context) {
+        return nullptr;
+    }
+    heif_context_set_max_decoding_threads(context.get(), 0);
+    if (!succeeded(heif_context_read_from_memory_without_copy(context.get(), bytes->data(), bytes->size(), nullptr))) {
+        return nullptr;
+    }
+    std::vector<heif_item_id> ids = picturesOf(context.get());
+    if (ids.empty()) {
+        return nullptr;
+    }
+    return std::make_unique<HeifSource>(std::move(*bytes), std::move(context), std::move(ids));
+}
+
+} // namespace ovrel

@@ -18,7 +18,7 @@ constexpr std::size_t framesLookedAt = 32;
 
 /// \return the sum of the samples, so that they are read; of a huge picture only the beginning
 unsigned sumOf(const Image& image) {
-    constexpr std::size_t mostBytes = std::size_t{16} << 20;
+    constexpr std::size_t mostBytes = std::size_t{128} << 10;
     unsigned sum = 0;
     for (std::size_t i = 0; i < std::min(image.samples.size(), mostBytes); ++i) {
         sum += image.samples.data()[i];

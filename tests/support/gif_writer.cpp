@@ -124,7 +124,7 @@ std::string gifFrame(const GifFrameBlock& frame, std::size_t globalColors) {
            (frame.imageData ? *frame.imageData : gifImageData(storedPixels(frame), colorBitsFor(colors)));
 }
 
-std::string gifFile(const GifContent& content) {
+std::string writeGif(const GifContent& content) {
     std::string file = gifHeader(content.width, content.height, content.palette);
     if (content.loop) {
         file += gifLoop(*content.loop);

@@ -57,7 +57,7 @@ struct GifContent {
 };
 
 /// The bytes of the file.
-std::string gifFile(const GifContent& content);
+std::string writeGif(const GifContent& content);
 
 // The parts, for files in another order.
 

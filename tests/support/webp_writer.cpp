@@ -69,7 +69,7 @@ std::string assembled(const Mux& mux, const WebpMetadata& metadata) {
 
 } // namespace
 
-std::string webpFile(const Image& image, const WebpMetadata& metadata, std::optional<float> lossyQuality) {
+std::string writeWebp(const Image& image, const WebpMetadata& metadata, std::optional<float> lossyQuality) {
     const std::string still = encoded(image, lossyQuality);
     if (metadata.exif.empty() && metadata.icc.empty()) {
         return still;
@@ -78,7 +78,7 @@ std::string webpFile(const Image& image, const WebpMetadata& metadata, std::opti
     return assembled(Mux(WebPMuxCreate(&data, 1)), metadata);
 }
 
-std::string webpAnimation(const WebpAnimation& animation) {
+std::string writeWebpAnimation(const WebpAnimation& animation) {
     const Mux mux(WebPMuxNew());
     for (const WebpFrameBlock& block : animation.frames) {
         WebPMuxFrameInfo frame{};

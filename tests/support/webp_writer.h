@@ -19,12 +19,12 @@ struct WebpMetadata {
 /// A still file.
 /// \param image rgba8
 /// \param lossyQuality 0 … 100; lossless without, the colour of transparent pixels included
-std::string webpFile(const Image& image, const WebpMetadata& metadata = {},
+std::string writeWebp(const Image& image, const WebpMetadata& metadata = {},
                      std::optional<float> lossyQuality = std::nullopt);
 
 /// A frame of an animation.
 struct WebpFrameBlock {
-    std::string still; ///< its picture, as webpFile() writes it without metadata
+    std::string still; ///< its picture, as writeWebp() writes it without metadata
     int left = 0;      ///< even
     int top = 0;       ///< even
     int milliseconds = 100;
@@ -41,6 +41,6 @@ struct WebpAnimation {
     WebpMetadata metadata;
 };
 
-std::string webpAnimation(const WebpAnimation& animation);
+std::string writeWebpAnimation(const WebpAnimation& animation);
 
 } // namespace ovrel::test
