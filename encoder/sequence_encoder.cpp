@@ -5,6 +5,9 @@
 #include "encoder/error_text.h"
 #include "encoder/output_file.h"
 
+#include <cstddef>
+#include <cstdint>
+
 using namespace ovrel;
 
 avif_sequence* avif_sequence_create(std::int32_t quality, std::int32_t speed, std::int32_t repetition_count,

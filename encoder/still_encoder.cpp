@@ -5,6 +5,9 @@
 #include "encoder/error_text.h"
 #include "encoder/output_file.h"
 
+#include <cstddef>
+#include <cstdint>
+
 using namespace ovrel;
 
 namespace {
