@@ -37,7 +37,8 @@ void appendAv1Codecs(std::vector<CodecVersion>& versions) {
         const std::size_t colon = codec.find(':');
         if (colon != std::string::npos) {
             const std::string name = codec.substr(0, codec.find(' '));
-            versions.push_back({name == "aom" ? "libaom" : name, codec.substr(colon + 1)});
+            const bool prefixed = codec[colon + 1] == 'v';
+            versions.push_back({name == "aom" ? "libaom" : name, codec.substr(colon + (prefixed ? 2 : 1))});
         }
         start = end + 2;
     }

@@ -106,7 +106,8 @@ private:
             return;
         }
         while (const std::optional<GifStream::SubBlock> block = stream_.nextSubBlock()) {
-            if (block->size() >= loopSubBlockBytes && (*block)[0] == loopSubBlock) {
+            const bool isLoop = block->size() >= loopSubBlockBytes && (*block)[0] == loopSubBlock;
+            if (isLoop && !structure_.loopCount) {
                 structure_.loopCount = static_cast<std::uint16_t>((*block)[1] | (*block)[2] << 8);
             }
         }

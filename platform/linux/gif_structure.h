@@ -31,8 +31,8 @@ struct GifStructure {
     std::vector<GifFrame> frames;
     /// The file ends inside its only frame. Where a file has complete frames, one that is cut off is not listed.
     bool isCutOff = false;
-    /// Number of the NETSCAPE2.0 or ANIMEXTS1.0 extension, 0 for without end. Of several the last counts, as in
-    /// browsers.
+    /// Number of the NETSCAPE2.0 or ANIMEXTS1.0 extension, 0 for without end. Of several the first counts: the others
+    /// stand behind frames that were meant to be played by it.
     std::optional<std::uint16_t> loopCount;
 };
 

@@ -40,6 +40,12 @@ MESSAGES = [
 ]
 
 
+# What other decoders make of these is known to differ from what is right.
+KNOWN_RENDERINGS = {
+    "png-odd/pngsuite-basn4a16.png": "states a gamma of 1.0, which the rendering ignores",
+}
+
+
 class Check:
     def __init__(self, corpus, programs):
         self.corpus = corpus
@@ -170,7 +176,9 @@ class Check:
             self.deviation(path, f"frame {index}: {done.stderr.strip()}")
             return
         *means, largest = done.stdout.split()
-        if max(map(float, means)) > tolerance:
+        if path in KNOWN_RENDERINGS:
+            print(f"known: {path}: {KNOWN_RENDERINGS[path]}; mean differences {means}")
+        elif max(map(float, means)) > tolerance:
             self.deviation(path, f"frame {index}: mean differences {means}, largest {largest}")
 
     def names(self, rows):

@@ -169,11 +169,11 @@ TEST(GifSource, StatesNoLoopCountWhereTheFileHasNone) {
     }
 }
 
-TEST(GifSource, TakesTheLastOfSeveralLoopCounts) {
+TEST(GifSource, TakesTheFirstOfSeveralLoopCounts) {
     const std::string image = gifFrame(frame(0, 0, {"R"}), colors.size());
     const auto source = open(gifHeader(1, 1, colors) + gifLoop({2}) + image + gifLoop({7}) + image + ";");
     ASSERT_TRUE(source);
-    EXPECT_EQ(source->gifLoopCount(), 7);
+    EXPECT_EQ(source->gifLoopCount(), 2);
     EXPECT_EQ(source->count(), 2U);
 }
 

@@ -2,6 +2,7 @@
 
 #include <avif/avif.h>
 
+#include <limits>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -25,6 +26,9 @@ void require(avifResult result, const std::filesystem::path& file) {
 
 AvifFacts avifFacts(const std::filesystem::path& file) {
     const std::unique_ptr<avifDecoder, DecoderDeleter> decoder(avifDecoderCreate());
+    // The limits protect programs from strangers' files; ours may be as large as the format allows.
+    decoder->imageDimensionLimit = 0;
+    decoder->imageSizeLimit = std::numeric_limits<std::uint32_t>::max();
     require(avifDecoderSetIOFile(decoder.get(), file.c_str()), file);
     require(avifDecoderParse(decoder.get()), file);
     AvifFacts facts;
