@@ -145,6 +145,7 @@ std::optional<PngChunks> readPngChunks(const InputFile& file) {
         return std::nullopt;
     }
     AnimationHead animation;
+    std::optional<std::vector<std::uint8_t>> exif;
     bool beforeImageData = true;
     while (walk.next() && walk.type() != chunkType("IEND")) {
         switch (walk.type()) {
@@ -166,13 +167,14 @@ std::optional<PngChunks> readPngChunks(const InputFile& file) {
             }
             break;
         case chunkType("eXIf"):
-            if (const auto exif = walk.content(0, maximumExifBytes)) {
-                chunks.orientation = exifOrientation(*exif);
+            if (!exif) {
+                exif = walk.content(0, maximumExifBytes);
             }
             break;
         default: break;
         }
     }
+    chunks.orientation = exif ? exifOrientation(*exif) : chunks.orientation;
     chunks.imageCount = imageCount(animation);
     return chunks;
 }

@@ -16,7 +16,7 @@ struct PngCodePoints {
     std::uint8_t transfer = 0;
 };
 
-/// Damaged chunks, and chunks in a place or number that the format forbids, count as absent.
+/// Damaged and misplaced chunks count as absent.
 struct PngChunks {
     std::uint32_t width = 0;      ///< pixels as stored, 1 … 2³¹ − 1
     std::uint32_t height = 0;     ///< pixels as stored, 1 … 2³¹ − 1

@@ -222,17 +222,18 @@ std::optional<Image> PngSource::decode(std::size_t index) {
     }
     // Asked for now, since the transformations below change what libpng says of the file.
     ColorSpace colorSpace = colorSpaceOf(png, chunks_);
+    const std::uint32_t width = png_get_image_width(png.get(), infoOf(png));
+    const std::uint32_t height = png_get_image_height(png.get(), infoOf(png));
     const bool deep = png_get_bit_depth(png.get(), infoOf(png)) == 16;
     const bool interlaced = png_get_interlace_type(png.get(), infoOf(png)) != PNG_INTERLACE_NONE;
-    UprightRows rows(chunks_.width, chunks_.height, deep ? PixelLayout::rgba16 : PixelLayout::rgba8,
-                     chunks_.orientation, interlaced ? chunks_.height : UprightRows::defaultStrip);
+    UprightRows rows(width, height, deep ? PixelLayout::rgba16 : PixelLayout::rgba8, chunks_.orientation,
+                     interlaced ? height : UprightRows::defaultStrip);
     constexpr std::uint64_t rowsOfLibpng = 2;
-    if (!fitsIntoMemory((chunks_.height + rowsOfLibpng) * rows.bytesPerRow())) {
+    if (!fitsIntoMemory((height + rowsOfLibpng) * rows.bytesPerRow())) {
         throw std::bad_alloc();
     }
-    const bool complete = startRgba(png) &&
-                          (interlaced ? readPasses(png, chunks_.height, rows) : readRows(png, chunks_.height, rows)) &&
-                          readTail(png);
+    const bool complete =
+        startRgba(png) && (interlaced ? readPasses(png, height, rows) : readRows(png, height, rows)) && readTail(png);
     return complete ? std::optional(std::move(rows).finish(std::move(colorSpace))) : std::nullopt;
 }
 

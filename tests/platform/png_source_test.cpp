@@ -5,6 +5,7 @@
 #include "tests/support/memory_file.h"
 #include "tests/support/peak_memory.h"
 #include "tests/support/png_writer.h"
+#include "tests/support/temporary_folder.h"
 
 #include <gtest/gtest.h>
 #include <zlib.h>
@@ -14,6 +15,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <filesystem>
 #include <optional>
 #include <random>
 #include <string>
@@ -67,7 +69,7 @@ PngPicture noise(PngColorType colorType, std::uint8_t bitDepth, std::uint32_t wi
     return picture;
 }
 
-/// What the description says of a pixel (PNG, third edition, sections 6, 11.3.1.1 and 13.12), spread to 16 bits.
+/// What the description says of a pixel (PNG, third edition, sections 6 and 11.3.1.1), spread to 16 bits.
 Rgba16 describedPixel(const PngPicture& picture, std::size_t x, std::size_t y) {
     const std::size_t channels = channelsOf(picture.colorType);
     const std::uint16_t* samples = picture.samples.data() + (y * picture.width + x) * channels;
@@ -119,7 +121,7 @@ struct Kind {
     std::uint8_t bitDepth;
 };
 
-/// PNG, third edition, table 11.
+/// PNG, third edition, section 11.2.1.
 constexpr Kind allKinds[] = {
     {PngColorType::gray, 1},    {PngColorType::gray, 2},       {PngColorType::gray, 4},    {PngColorType::gray, 8},
     {PngColorType::gray, 16},   {PngColorType::rgb, 8},        {PngColorType::rgb, 16},    {PngColorType::palette, 1},
@@ -259,6 +261,22 @@ TEST(PngSource, TurnsAllEightOrientationsUpright) {
     }
 }
 
+TEST(PngSource, SurvivesAFileThatIsRewrittenWhileItIsOpen) {
+    const TemporaryFolder folder;
+    const std::filesystem::path path = folder.write("picture.png", writePng(noise(PngColorType::rgb, 8, 20, 14)));
+    const std::unique_ptr<ImageSource> source = openPng(*InputFile::open(path));
+    ASSERT_TRUE(source);
+    const PngPicture larger = noise(PngColorType::gray, 1, 160, 30);
+    std::string file = writePng(larger);
+    ASSERT_LE(file.size(), std::filesystem::file_size(path));
+    file.resize(std::filesystem::file_size(path));
+    folder.write("picture.png", file);
+    const std::optional<Image> image = source->decode(0);
+    ASSERT_TRUE(image);
+    EXPECT_EQ(image->width, 160U);
+    EXPECT_EQ(image->height, 30U);
+}
+
 TEST(PngSource, IgnoresADamagedExifChunk) {
     std::string file = withChunks({{"eXIf", exifBlock(6)}});
     const std::size_t orientation = file.find("eXIf") + 4 + 18;
@@ -268,6 +286,14 @@ TEST(PngSource, IgnoresADamagedExifChunk) {
     ASSERT_TRUE(source);
     EXPECT_EQ(source->properties(0).orientation, 1);
     EXPECT_TRUE(source->decode(0));
+}
+
+TEST(PngSource, TakesTheFirstSoundExifChunk) {
+    const std::string file = withChunks({{"eXIf", exifBlock(6)}, {"eXIf", exifBlock(8)}, {"eXIf", exifBlock(3)}});
+    EXPECT_EQ(openPng(memoryFile(file))->properties(0).orientation, 6);
+    std::string damaged = file;
+    damaged[damaged.find("eXIf") + 5] = 'x';
+    EXPECT_EQ(openPng(memoryFile(damaged))->properties(0).orientation, 8);
 }
 
 TEST(PngSource, DecodesTheSameTwice) {
@@ -461,7 +487,7 @@ std::string packedZeros(std::uint64_t bytes) {
 }
 
 TEST(PngSource, UnpacksNeitherTextNorProfilesWithoutEnd) {
-    const std::string bomb = packedZeros(std::uint64_t{256} << 20);
+    const std::string bomb = packedZeros(std::uint64_t{128} << 20);
     for (const PngChunk& chunk : {PngChunk{"zTXt", "Title\0\0"s + bomb}, PngChunk{"iCCP", "name\0\0"s + bomb},
                                   PngChunk{"iTXt", "Title\0\1\0\0\0"s + bomb}, PngChunk{"iCCP", "name\0\0"s + bomb}}) {
         SCOPED_TRACE(chunk.type);
@@ -526,7 +552,7 @@ TEST(PngSource, RefusesImageDataThatDoesNotFillThePicture) {
 }
 
 TEST(PngSource, DecodesPicturesThatAreAsSmallAsDeflateMakesThem) {
-    constexpr std::uint32_t side = 4096;
+    constexpr std::uint32_t side = 1024;
     const std::string file = pngFile(pngChunk("IHDR", pngHeader(side * 8, side, 1, PngColorType::gray)) +
                                      pngChunk("IDAT", packedZeros(std::uint64_t{side} * (side + 1))));
     const std::optional<Image> image = decode(file);
