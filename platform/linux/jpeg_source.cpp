@@ -54,8 +54,11 @@ public:
     /// \return whether the row is there: stored in the file, or grey beside what is
     bool readRow(std::uint8_t* row);
 
-    /// The profile of the APP2 segments, empty when there is none (ICC.1:2022, annex B.4).
+    /// The profile of the APP2 segments, empty when there is none (ICC.1:2010, annex B).
     ColorSpace embeddedColorSpace(ColorModel model);
+
+    /// Whether the file could not be read to its end. What came then is no picture to keep.
+    bool deviceFailed() const { return deviceFailed_; }
 
     jpeg_decompress_struct info{};
 
@@ -81,6 +84,7 @@ private:
     const InputFile& file_;
     std::uint64_t position_ = 0;
     std::array<JOCTET, std::size_t{64} << 10> buffer_{};
+    bool deviceFailed_ = false;
     bool severalScans_ = false;
     std::uint32_t endOfRows_ = std::numeric_limits<std::uint32_t>::max(); ///< behind the last row of which some came
     jpeg_error_mgr errors_{};
@@ -120,6 +124,10 @@ boolean Decompressor::fillBuffer() {
         ERREXIT(&info, JERR_INPUT_EOF);
     }
     std::size_t count = file_.readAt(position_, buffer_);
+    if (count == 0 && position_ < file_.size()) {
+        deviceFailed_ = true;
+        ERREXIT(&info, JERR_FILE_READ);
+    }
     position_ += count;
     if (count == 0) {
         // ITU-T T.81, annex B.2.1: a picture ends with EOI. Met early it makes the library stop reading, not fail. An
@@ -196,7 +204,7 @@ ColorSpace Decompressor::embeddedColorSpace(ColorModel model) {
     return colorSpaceFromProfile({profile.get(), size}, model);
 }
 
-/// Exif 2.32, section 4.5.4: the first APP1 with this identifier; XMP uses APP1 as well.
+/// Exif 2.32, section 4.7.2: the first APP1 with this identifier; XMP uses APP1 as well.
 std::uint8_t storedOrientation(const jpeg_decompress_struct& info) {
     constexpr std::string_view identifier("Exif\0\0", 6);
     for (jpeg_saved_marker_ptr marker = info.marker_list; marker != nullptr; marker = marker->next) {
@@ -293,7 +301,7 @@ std::optional<Image> JpegSource::decode(std::size_t) {
             invert(row, rows.bytesPerRow());
         }
     }
-    return std::move(rows).finish(std::move(colorSpace));
+    return jpeg.deviceFailed() ? std::nullopt : std::optional(std::move(rows).finish(std::move(colorSpace)));
 }
 
 } // namespace
