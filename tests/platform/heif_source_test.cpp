@@ -1,1 +1,307 @@
+#include "platform/linux/color_profiles.h"
+#include "platform/linux/decoders.h"
+#include "tests/support/avif_writer.h"
+#include "tests/support/damaged_files.h"
+#include "tests/support/exif_writer.h"
+#include "tests/support/fake_image_source.h"
+#include "tests/support/heif_writer.h"
+#include "tests/support/memory_file.h"
+
 #include <gtest/gtest.h>
+
+#include <cstring>
+#include <stdexcept>
+#include <string_view>
+
+namespace ovrel::test {
+
+namespace {
+
+std::unique_ptr<ImageSource> open(std::string_view file) {
+    return openHeif(memoryFile(file));
+}
+
+/// A picture of few details and without any symmetry.
+Image smooth(std::uint32_t width, std::uint32_t height, bool transparent = false) {
+    return makeImage(width, height, [&](std::uint32_t x, std::uint32_t y) {
+        return Rgba{static_cast<std::uint8_t>(x * 255 / width), static_cast<std::uint8_t>(y * 255 / height), 90,
+                    static_cast<std::uint8_t>(transparent ? 128 + x * 127 / width : 255)};
+    });
+}
+
+void expectNear(const std::optional<Image>& found, const Image& expected) {
+    constexpr int tolerance = 12; // the encoder halves the chroma
+    ASSERT_TRUE(found);
+    ASSERT_EQ(found->width, expected.width);
+    ASSERT_EQ(found->height, expected.height);
+    ASSERT_EQ(found->layout, PixelLayout::rgba8);
+    for (std::uint32_t y = 0; y < expected.height; ++y) {
+        for (std::uint32_t x = 0; x < expected.width; ++x) {
+            const Rgba pixel = pixelOf(*found, x, y);
+            for (std::size_t channel = 0; channel < pixel.size(); ++channel) {
+                ASSERT_NEAR(pixel[channel], pixelOf(expected, x, y)[channel], tolerance)
+                    << x << ", " << y << ", channel " << channel;
+            }
+        }
+    }
+}
+
+/// Files as cameras make them; libheif writes them where it has an encoder for HEVC.
+class HevcSource : public testing::Test {
+protected:
+    void SetUp() override {
+        const Image image = smooth(64, 64);
+        if (!writeHeif({&image, 1})) {
+            GTEST_SKIP() << "libheif cannot write HEVC here";
+        }
+    }
+
+    static std::string written(const Image& image, const HeifOptions& options = {}) {
+        return *writeHeif({&image, 1}, options);
+    }
+};
+
+TEST_F(HevcSource, StatesFormatAndSizeBeforeDecoding) {
+    const auto source = open(written(smooth(96, 64)));
+    ASSERT_TRUE(source);
+    EXPECT_EQ(source->format(), ImageFormat::heif);
+    EXPECT_EQ(source->count(), 1U);
+    EXPECT_EQ(source->properties(0).pixelWidth, 96U);
+    EXPECT_EQ(source->properties(0).pixelHeight, 64U);
+    EXPECT_EQ(source->properties(0).orientation, 1);
+    EXPECT_FALSE(source->properties(0).gifUnclampedDelayTime);
+    EXPECT_FALSE(source->gifLoopCount());
+}
+
+TEST_F(HevcSource, DecodesPicturesWithAndWithoutAlpha) {
+    for (const bool transparent : {false, true}) {
+        SCOPED_TRACE(transparent);
+        for (const auto& [width, height] : {std::pair{96U, 64U}, {71U, 67U}}) {
+            const auto source = open(written(smooth(width, height, transparent)));
+            ASSERT_TRUE(source);
+            expectNear(source->decode(0), smooth(width, height, transparent));
+        }
+    }
+}
+
+TEST_F(HevcSource, IsOpenedByItsContent) {
+    const std::unique_ptr<ImageSource> source = openImage(memoryFile(written(smooth(64, 64))));
+    ASSERT_TRUE(source);
+    EXPECT_EQ(source->format(), ImageFormat::heif);
+    expectNear(source->decode(0), smooth(64, 64));
+}
+
+TEST_F(HevcSource, AppliesTheFilesOwnTurns) {
+    constexpr std::uint32_t width = 96;
+    constexpr std::uint32_t height = 64;
+    const Image stored = smooth(width, height);
+    for (std::uint16_t orientation = 1; orientation <= 8; ++orientation) {
+        SCOPED_TRACE(orientation);
+        HeifOptions options;
+        options.orientation = orientation;
+        const bool exchanged = orientation >= 5;
+        const auto source = open(written(stored, options));
+        ASSERT_TRUE(source);
+        EXPECT_EQ(source->properties(0).orientation, 1);
+        EXPECT_EQ(source->properties(0).pixelWidth, exchanged ? height : width);
+        EXPECT_EQ(source->properties(0).pixelHeight, exchanged ? width : height);
+        expectNear(source->decode(0), makeImage(exchanged ? height : width, exchanged ? width : height,
+                                                [&](std::uint32_t x, std::uint32_t y) {
+                                                    const StoredPlace place =
+                                                        storedPlace(orientation, x, y, width, height);
+                                                    return pixelOf(stored, place.x, place.y);
+                                                }));
+    }
+}
+
+TEST_F(HevcSource, PutsThePrimaryPictureFirst) {
+    std::vector<Image> pictures;
+    pictures.push_back(smooth(96, 64));
+    pictures.push_back(makeImage(64, 64, Rgba{200, 30, 60, 255}));
+    const auto source = open(*writeHeif(pictures));
+    ASSERT_TRUE(source);
+    ASSERT_EQ(source->count(), 2U);
+    EXPECT_EQ(source->properties(1).pixelWidth, 64U);
+    expectNear(source->decode(1), pictures[1]);
+    expectNear(source->decode(0), pictures[0]);
+}
+
+TEST_F(HevcSource, DecodesDeepPicturesToSixteenBits) {
+    HeifOptions options;
+    options.depth = 10;
+    std::string file;
+    try {
+        file = written(smooth(64, 64, true), options);
+    } catch (const std::runtime_error& error) {
+        GTEST_SKIP() << "this encoder knows no ten bits: " << error.what();
+    }
+    const auto source = open(file);
+    ASSERT_TRUE(source);
+    const std::optional<Image> image = source->decode(0);
+    ASSERT_TRUE(image);
+    ASSERT_EQ(image->layout, PixelLayout::rgba16);
+    const Image expected = smooth(64, 64, true);
+    constexpr int tolerance = 12 * 257;
+    for (std::uint32_t y = 0; y < 64; ++y) {
+        for (std::uint32_t x = 0; x < 64; ++x) {
+            std::array<std::uint16_t, 4> found{};
+            std::memcpy(found.data(), image->row(y) + x * sizeof found, sizeof found);
+            for (std::size_t channel = 0; channel < found.size(); ++channel) {
+                ASSERT_NEAR(found[channel], pixelOf(expected, x, y)[channel] * 257, tolerance) << x << ", " << y;
+            }
+        }
+    }
+}
+
+TEST_F(HevcSource, StraightensPremultipliedColors) {
+    HeifOptions options;
+    options.premultiplied = true;
+    const Image premultiplied = makeImage(64, 64, [](std::uint32_t x, std::uint32_t) {
+        return x < 32 ? Rgba{60, 30, 0, 128} : Rgba{100, 50, 0, 200};
+    });
+    const Image straight = makeImage(64, 64, [](std::uint32_t x, std::uint32_t) {
+        return x < 32 ? Rgba{120, 60, 0, 128} : Rgba{128, 64, 0, 200};
+    });
+    const auto source = open(written(premultiplied, options));
+    ASSERT_TRUE(source);
+    const std::optional<Image> image = source->decode(0);
+    ASSERT_TRUE(image);
+    constexpr int tolerance = 16;
+    for (const std::uint32_t x : {8U, 56U}) { // away from the edge, which the encoder blurs
+        for (std::size_t channel = 0; channel < 4; ++channel) {
+            EXPECT_NEAR(pixelOf(*image, x, 32)[channel], pixelOf(straight, x, 32)[channel], tolerance) << x;
+        }
+    }
+}
+
+constexpr std::uint16_t displayP3 = 12;
+constexpr std::uint16_t srgbTransfer = 13;
+
+std::string bytesOf(const std::vector<std::uint8_t>& profile) {
+    return {profile.begin(), profile.end()};
+}
+
+TEST_F(HevcSource, KeepsTheProfile) {
+    HeifOptions options;
+    options.icc = bytesOf(colorSpaceFromCicp(displayP3, srgbTransfer).profile);
+    const auto source = open(written(smooth(64, 64), options));
+    ASSERT_TRUE(source);
+    const std::optional<Image> image = source->decode(0);
+    ASSERT_TRUE(image);
+    EXPECT_EQ(bytesOf(image->colorSpace.profile), options.icc);
+}
+
+TEST_F(HevcSource, TellsColorsByCodePoints) {
+    HeifOptions options;
+    options.statesCicp = true;
+    options.primaries = displayP3;
+    options.transfer = srgbTransfer;
+    const auto source = open(written(smooth(64, 64), options));
+    ASSERT_TRUE(source);
+    const std::optional<Image> image = source->decode(0);
+    ASSERT_TRUE(image);
+    EXPECT_EQ(image->colorSpace.model, ColorModel::rgb);
+    EXPECT_EQ(image->colorSpace.profile.size(), colorSpaceFromCicp(displayP3, srgbTransfer).profile.size());
+    EXPECT_FALSE(image->colorSpace.profile.empty());
+}
+
+TEST_F(HevcSource, IsNotMistakenForAv1ByItsCompressedData) {
+    using namespace std::string_literals;
+    const auto source = open(written(smooth(64, 64)) + "\0\0\0\x18mdat anything av1C goes"s);
+    ASSERT_TRUE(source);
+    EXPECT_EQ(source->format(), ImageFormat::heif);
+    expectNear(source->decode(0), smooth(64, 64));
+}
+
+TEST_F(HevcSource, RefusesAFileThatClaimsAv1AsWell) {
+    using namespace std::string_literals;
+    EXPECT_FALSE(open(written(smooth(64, 64)) + "\0\0\0\x10"
+                                                "free....av1C"s));
+}
+
+TEST_F(HevcSource, SurvivesTruncation) {
+    const std::string file = written(smooth(64, 64, true));
+    constexpr std::size_t step = 7;
+    expectToSurviveTruncation(file, openHeif, step);
+}
+
+TEST_F(HevcSource, SurvivesFlippedBits) {
+    constexpr unsigned rounds = 300;
+    expectToSurviveBitFlips(written(smooth(64, 64)), openHeif, rounds);
+}
+
+// AV1 under a brand that is not AVIF's
+
+/// Gives a file other brands than AVIF's.
+std::string rebranded(std::string file, std::string_view brand) {
+    for (const std::string_view known : {"avif", "avis", "miaf", "MA1A", "MA1B"}) {
+        const std::size_t headBytes = 64;
+        for (std::size_t at = file.find(known); at < headBytes; at = file.find(known)) {
+            file.replace(at, brand.size(), brand);
+        }
+    }
+    return file;
+}
+
+TEST(HeifSource, DecodesAv1UnderTheGeneralBrand) {
+    const Image picture = smooth(40, 24, true);
+    AvifOptions options;
+    options.turns = 1;
+    const std::string file = rebranded(writeAvif(picture, options), "mif1");
+    const std::unique_ptr<ImageSource> source = openImage(memoryFile(file));
+    ASSERT_TRUE(source);
+    EXPECT_EQ(source->count(), 1U);
+    EXPECT_EQ(source->properties(0).pixelWidth, 40U);
+    EXPECT_EQ(source->properties(0).orientation, 8);
+    expectNear(source->decode(0),
+               makeImage(24, 40, [&](std::uint32_t x, std::uint32_t y) { return pixelOf(picture, 39 - y, x); }));
+}
+
+TEST(HeifSource, DecodesAv1SequencesUnderTheGeneralBrand) {
+    std::vector<Image> frames;
+    frames.push_back(smooth(40, 24));
+    frames.push_back(makeImage(40, 24, Rgba{10, 200, 30, 255}));
+    const auto source = open(rebranded(writeAvifSequence(frames), "msf1"));
+    ASSERT_TRUE(source);
+    ASSERT_EQ(source->count(), 2U);
+    expectNear(source->decode(0), frames[0]);
+    expectNear(source->decode(1), frames[1]);
+}
+
+TEST(HeifSource, DecodesWhatLibheifWritesAsAv1) {
+    HeifOptions options;
+    options.compression = HeifCompression::av1;
+    const Image picture = smooth(64, 48, true);
+    const std::optional<std::string> file = writeHeif({&picture, 1}, options);
+    if (!file) {
+        GTEST_SKIP() << "libheif cannot write AV1 here";
+    }
+    for (const std::string& branded : {*file, rebranded(*file, "mif1")}) {
+        const std::unique_ptr<ImageSource> source = openImage(memoryFile(branded));
+        ASSERT_TRUE(source);
+        expectNear(source->decode(0), picture);
+    }
+}
+
+TEST(HeifSource, RefusesADamagedHeader) {
+    using namespace std::string_literals;
+    for (const std::string& file : {""s,
+                                    "\0\0\0\x18"
+                                    "ftypheic\0\0\0\0mif1heic"s,
+                                    "\0\0\0\x18"
+                                    "ftypheic\0\0\0\0mif1heic\0\0\0\x10meta\0\0\0\0av1C"s,
+                                    "\0\0\0\x18"
+                                    "ftypheic\0\0\0\0mif1heic\0\0\0\x0Cmeta\0\0\0\0"s}) {
+        EXPECT_FALSE(open(file));
+    }
+}
+
+TEST(HeifSource, SurvivesDamagedAv1) {
+    const std::string file = rebranded(writeAvif(smooth(16, 12, true)), "mif1");
+    expectToSurviveTruncation(file, openHeif);
+    expectToSurviveBitFlips(file, openHeif, 300);
+}
+
+} // namespace
+
+} // namespace ovrel::test
