@@ -20,7 +20,8 @@ struct ImageProperties {
     std::uint32_t pixelHeight = 0; ///< pixels before orientation is applied; 0 when unknown
     std::uint8_t orientation = 1;  ///< 1 … 8 (Exif 2.32, tag 0x0112)
 
-    /// Time of a GIF frame in seconds, as stored (hundredths, 0 included); nothing when the file states none.
+    /// Time of a frame in seconds, as a GIF (in hundredths, 0 included) or a WebP animation stores it; nothing when the
+    /// file states none.
     std::optional<double> gifUnclampedDelayTime;
     /// The same where a source knows only a time that was raised to what viewers play.
     std::optional<double> gifDelayTime;
@@ -40,8 +41,8 @@ public:
     /// Number of images in the file, at least 1; frames of an animation count one each.
     virtual std::size_t count() const = 0;
 
-    /// How often a GIF states to play, 0 for without end (NETSCAPE2.0 and ANIMEXTS1.0 application extensions);
-    /// nothing when the file states none.
+    /// How often an animation states to play, 0 for without end: a GIF by its NETSCAPE2.0 or ANIMEXTS1.0 application
+    /// extension, a WebP by its header. Nothing when the file states none.
     virtual std::optional<std::int64_t> gifLoopCount() const { return std::nullopt; }
 
     /// \param index below count()

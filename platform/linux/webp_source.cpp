@@ -33,6 +33,8 @@ struct WebpFile {
     ImageProperties properties;
     ColorSpace colorSpace;
     std::size_t frameCount = 1;
+    std::vector<double> delaySeconds; ///< of the frames of an animation
+    std::int64_t loopCount = 0;       ///< of an animation: how often it plays, 0 for without end
     bool isAnimated = false;
 
     WebPData data() const { return {bytes.data(), bytes.size()}; }
@@ -96,7 +98,13 @@ public:
 
     ImageFormat format() const override { return ImageFormat::webp; }
     std::size_t count() const override { return file_.frameCount; }
-    ImageProperties properties(std::size_t) const override { return file_.properties; }
+    std::optional<std::int64_t> gifLoopCount() const override { return file_.loopCount; }
+
+    ImageProperties properties(std::size_t index) const override {
+        ImageProperties properties = file_.properties;
+        properties.gifUnclampedDelayTime = file_.delaySeconds[index];
+        return properties;
+    }
 
     std::optional<Image> decode(std::size_t index) override {
         if (index >= readableFrames_ || !start()) {
@@ -160,6 +168,20 @@ std::vector<std::uint8_t> chunk(const WebPDemuxer* demuxer, const char* name) {
     return content;
 }
 
+std::vector<double> delaysOf(const WebPDemuxer* demuxer, std::size_t frames) {
+    constexpr double millisecondsPerSecond = 1000.0;
+    std::vector<double> delays(frames, 0.0);
+    WebPIterator frame;
+    if (WebPDemuxGetFrame(demuxer, 1, &frame)) {
+        std::size_t index = 0;
+        do {
+            delays[index++] = frame.duration / millisecondsPerSecond;
+        } while (index < frames && WebPDemuxNextFrame(&frame));
+        WebPDemuxReleaseIterator(&frame);
+    }
+    return delays;
+}
+
 /// Reads the container of the file's bytes.
 /// \return whether its header is sound; the file may still be cut off
 bool readContainer(WebpFile& file) {
@@ -175,6 +197,8 @@ bool readContainer(WebpFile& file) {
     file.colorSpace = colorSpaceFromProfile(chunk(demuxer.get(), "ICCP"), ColorModel::rgb);
     file.isAnimated = (WebPDemuxGetI(demuxer.get(), WEBP_FF_FORMAT_FLAGS) & ANIMATION_FLAG) != 0;
     file.frameCount = WebPDemuxGetI(demuxer.get(), WEBP_FF_FRAME_COUNT);
+    file.delaySeconds = delaysOf(demuxer.get(), file.frameCount);
+    file.loopCount = WebPDemuxGetI(demuxer.get(), WEBP_FF_LOOP_COUNT);
     return file.pixels() != 0 && file.frameCount != 0;
 }
 

@@ -249,12 +249,21 @@ TEST(WebpSource, ShowsFramesOfAnAnimationAsABrowserDoes) {
     EXPECT_EQ(allDrawn(*source), richDrawings);
 }
 
-TEST(WebpSource, StatesNothingThatOnlyAGifHas) {
+TEST(WebpSource, StatesTheTimesOfAnAnimationAndHowOftenItPlays) {
     const auto source = open(writeWebpAnimation(richAnimation()));
     ASSERT_TRUE(source);
-    EXPECT_FALSE(source->gifLoopCount());
-    EXPECT_FALSE(source->properties(1).gifUnclampedDelayTime);
+    EXPECT_EQ(source->gifLoopCount(), 4);
+    EXPECT_EQ(source->properties(0).gifUnclampedDelayTime, 0.1);
+    EXPECT_EQ(source->properties(1).gifUnclampedDelayTime, 0.05);
+    EXPECT_EQ(source->properties(3).gifUnclampedDelayTime, 0.07);
     EXPECT_FALSE(source->properties(1).gifDelayTime);
+}
+
+TEST(WebpSource, StatesNoTimeOfAStill) {
+    const auto source = open(still({"R"}));
+    ASSERT_TRUE(source);
+    EXPECT_FALSE(source->gifLoopCount());
+    EXPECT_FALSE(source->properties(0).gifUnclampedDelayTime);
 }
 
 TEST(WebpSource, DecodesFramesInAnyOrder) {
