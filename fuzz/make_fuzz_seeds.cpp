@@ -1,18 +1,23 @@
 // Writes small files of every kind for the fuzz targets to begin with: make_fuzz_seeds FOLDER
 
 #include "platform/linux/color_profiles.h"
+#include "tests/support/avif_writer.h"
 #include "tests/support/exif_writer.h"
 #include "tests/support/fake_image_source.h"
 #include "tests/support/gif_writer.h"
+#include "tests/support/heif_writer.h"
 #include "tests/support/jpeg_writer.h"
 #include "tests/support/png_writer.h"
+#include "tests/support/webp_writer.h"
 
 #include <cstdio>
 #include <exception>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace ovrel::test {
@@ -153,6 +158,52 @@ void addGifs(const Seeds& seeds) {
     seeds.add("gif", "animation", gifFile(content));
 }
 
+void addWebps(const Seeds& seeds) {
+    WebpMetadata metadata;
+    seeds.add("webp", "lossless", writeWebp(picture(100)));
+    metadata.exif = exifBlock(8);
+    metadata.icc = asText(colorSpaceFromCicp(12, 13).profile);
+    seeds.add("webp", "lossy", writeWebp(picture(100), metadata, 40.0F));
+    WebpAnimation animation;
+    animation.width = 24;
+    animation.height = 16;
+    animation.frames = {{writeWebp(picture(100)), 0, 0}, {writeWebp(picture(0), {}, 30.0F), 4, 2, 50, false, true}};
+    seeds.add("webp", "animation", writeWebpAnimation(animation));
+}
+
+void addAvifs(const Seeds& seeds) {
+    AvifOptions options;
+    seeds.add("avif", "plain", writeAvif(picture(100), options));
+    options.depth = 10;
+    options.chroma = AvifChroma::halved;
+    options.matrix = 6;
+    options.primaries = 12;
+    options.turns = 1;
+    options.mirror = 0;
+    seeds.add("avif", "deep-turned", writeAvif(picture(100), options));
+    options = {};
+    options.crop = AvifCrop{2, 2, 10, 8};
+    options.icc = asText(colorSpaceFromCicp(12, 13).profile);
+    seeds.add("avif", "cropped-profile", writeAvif(picture(255), options));
+    std::vector<Image> frames;
+    frames.push_back(picture(255));
+    frames.push_back(picture(50));
+    seeds.add("avif", "sequence", writeAvifSequence(frames));
+}
+
+void addHeifs(const Seeds& seeds) {
+    std::vector<Image> images;
+    images.push_back(picture(100));
+    for (const HeifCompression compression : {HeifCompression::hevc, HeifCompression::av1}) {
+        HeifOptions options;
+        options.compression = compression;
+        options.orientation = 6;
+        if (const std::optional<std::string> file = writeHeif(images, options)) {
+            seeds.add("heif", compression == HeifCompression::hevc ? "hevc" : "av1", *file);
+        }
+    }
+}
+
 } // namespace
 
 } // namespace ovrel::test
@@ -168,6 +219,9 @@ int main(int count, char** arguments) {
         addJpegs(seeds);
         addPngs(seeds);
         addGifs(seeds);
+        addWebps(seeds);
+        addAvifs(seeds);
+        addHeifs(seeds);
         seeds.add("exif", "little", exifBlock(6));
         seeds.add("exif", "big", exifBlock(3, TiffByteOrder::big));
     } catch (const std::exception& error) {
