@@ -14,6 +14,7 @@
 #include <exception>
 #include <filesystem>
 #include <fstream>
+#include <initializer_list>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -142,7 +143,7 @@ void addGifs(const Seeds& seeds) {
     frame.pixels.assign(24, 1);
     frame.control = GifControl{10, 1, std::nullopt};
     content.frames.push_back(frame);
-    seeds.add("gif", "still", gifFile(content));
+    seeds.add("gif", "still", writeGif(content));
     frame = {};
     frame.left = 4;
     frame.top = 1;
@@ -151,11 +152,11 @@ void addGifs(const Seeds& seeds) {
     frame.pixels = {0, 1, 2, 3, 3, 2, 1, 0};
     frame.palette = {{9, 9, 9}, {99, 99, 99}};
     frame.interlaced = true;
-    for (const std::uint8_t disposal : {2, 3, 0}) {
+    for (const std::uint8_t disposal : std::initializer_list<std::uint8_t>{2, 3, 0}) {
         frame.control = GifControl{5, disposal, 0};
         content.frames.push_back(frame);
     }
-    seeds.add("gif", "animation", gifFile(content));
+    seeds.add("gif", "animation", writeGif(content));
 }
 
 void addWebps(const Seeds& seeds) {
