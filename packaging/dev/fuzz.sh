@@ -4,11 +4,14 @@
 # Part of ./dev, which reads this file.
 
 fuzz() {
-    [[ ${1:-} =~ ^[1-9][0-9]*$ ]] || fail "How long? \"./dev fuzz 60\" runs each fuzzer for 60 seconds."
+    if ! [[ ${1:-} =~ ^[1-9][0-9]*$ ]]; then
+        say "How long? \"./dev fuzz 60\" runs each fuzzer for 60 seconds."
+        exit 2
+    fi
     local seconds=$1 tree=build/fuzz
-    build fuzz
+    build fuzz --target fuzz/all
     compgen -G "$tree/bin/fuzz_*" >/dev/null || fail "There is no fuzzer in $tree/bin."
-    mkdir -p "$tree/finds" "$tree/seeds"
+    mkdir -p "$tree/finds" "$tree/seeds" "$tree/logs"
     if [ -x "$tree/bin/make_fuzz_seeds" ]; then
         "$tree/bin/make_fuzz_seeds" "$tree/seeds"
     fi
@@ -22,7 +25,7 @@ fuzz() {
 fuzz_one() {
     local program=$1 seconds=$2 tree=$3
     local name=${program##*/fuzz_}
-    local log=$tree/finds/$name.log
+    local log=$tree/logs/$name.log
     local corpus=$tree/corpus/$name folders=()
     mkdir -p "$corpus"
     folders=("$corpus")
