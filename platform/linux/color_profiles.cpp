@@ -148,13 +148,21 @@ bool usesSrgbCurve(std::uint16_t transfer) {
     }
 }
 
-cmsColorSpaceSignature signatureOf(ColorModel model) {
+std::uint32_t signatureOf(ColorModel model) {
     switch (model) {
     case ColorModel::gray: return cmsSigGrayData;
     case ColorModel::cmyk: return cmsSigCmykData;
     case ColorModel::rgb: break;
     }
     return cmsSigRgbData;
+}
+
+/// ICC.1:2022, section 7.2.8. Taken from the bytes: as an enumeration, which is how Little CMS returns it, a damaged
+/// signature would be a value that the type does not have.
+std::uint32_t dataColorSpace(std::span<const std::uint8_t> profile) {
+    constexpr std::size_t offset = 16;
+    return std::uint32_t{profile[offset]} << 24 | std::uint32_t{profile[offset + 1]} << 16 |
+           std::uint32_t{profile[offset + 2]} << 8 | profile[offset + 3];
 }
 
 } // namespace
@@ -204,7 +212,7 @@ ColorSpace colorSpaceFromProfile(std::span<const std::uint8_t> profile, ColorMod
     if (!opened) {
         return space;
     }
-    const cmsColorSpaceSignature found = cmsGetColorSpace(opened.get());
+    const std::uint32_t found = dataColorSpace(profile); // an opened profile has its header of 128 bytes
     // Grey samples are kept as R = G = B, so a profile of RGB describes them as well.
     if (model == ColorModel::gray && found == cmsSigRgbData) {
         space.model = ColorModel::rgb;

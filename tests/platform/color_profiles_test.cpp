@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <initializer_list>
 #include <utility>
@@ -105,6 +106,12 @@ TEST(ColorProfiles, TakesADamagedProfileForNone) {
     std::vector<std::uint8_t> profile = colorSpaceFromCicp(12, 13).profile;
     EXPECT_TRUE(colorSpaceFromProfile(std::span(profile).first(100), ColorModel::rgb).profile.empty());
     EXPECT_TRUE(colorSpaceFromProfile({}, ColorModel::rgb).profile.empty());
+    // Signatures of the data colour space that no enumeration of them holds.
+    for (const std::uint8_t byte : {std::uint8_t{0xFF}, std::uint8_t{0xFE}, std::uint8_t{0}}) {
+        std::vector<std::uint8_t> odd = profile;
+        std::fill_n(odd.begin() + 16, 4, byte);
+        EXPECT_TRUE(colorSpaceFromProfile(odd, ColorModel::rgb).profile.empty());
+    }
     profile.resize(ColorSpace::maximumProfileBytes + 1);
     EXPECT_TRUE(colorSpaceFromProfile(profile, ColorModel::rgb).profile.empty());
 }
