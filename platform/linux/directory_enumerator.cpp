@@ -157,7 +157,7 @@ std::unique_ptr<DirectoryEnumerator> openDirectory(const std::filesystem::path& 
 
 mode_t entryType(int directory, const char* name, unsigned char type) {
     if (type != DT_UNKNOWN) {
-        return DTTOIF(type);
+        return static_cast<mode_t>(DTTOIF(type));
     }
     struct stat facts {};
     return ::fstatat(directory, name, &facts, AT_SYMLINK_NOFOLLOW) == 0 ? facts.st_mode & S_IFMT : 0;
