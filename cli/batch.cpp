@@ -37,7 +37,8 @@ public:
     Batch(std::span<const Step> plan, const StepFunction& work, const std::stop_token& stop, BatchObserver& observer)
         : plan_(plan), work_(work), stop_(stop), observer_(observer) {
         progress_.steps = plan.size();
-        progress_.work = static_cast<std::size_t>(std::count_if(plan.begin(), plan.end(), [](const Step& step) { return step.isWork(); }));
+        progress_.work = static_cast<std::size_t>(
+            std::count_if(plan.begin(), plan.end(), [](const Step& step) { return step.isWork(); }));
         totals_.items = plan.size();
     }
 

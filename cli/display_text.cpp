@@ -22,11 +22,15 @@ QStringDecoder utf8Decoder() {
                           QStringConverter::Flag::Stateless | QStringConverter::Flag::ConvertInitialBom);
 }
 
-QByteArrayView view(std::string_view bytes) { return {bytes.data(), static_cast<qsizetype>(bytes.size())}; }
+QByteArrayView view(std::string_view bytes) {
+    return {bytes.data(), static_cast<qsizetype>(bytes.size())};
+}
 
 } // namespace
 
-QString decoded(std::string_view bytes) { return utf8Decoder().decode(view(bytes)); }
+QString decoded(std::string_view bytes) {
+    return utf8Decoder().decode(view(bytes));
+}
 
 std::optional<QString> decodedExactly(std::string_view bytes) {
     QStringDecoder decoder = utf8Decoder();

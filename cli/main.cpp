@@ -33,7 +33,9 @@ using namespace ovrel::cli;
 
 enum ExitStatus { allWell = 0, someFailed = 1, wrongUsage = 2, nothingToConvert = 3, stopped = 130 };
 
-void complain(Output& err, std::string_view what) { err.write("ovrel-cli: " + displayable(what) + "\n"); }
+void complain(Output& err, std::string_view what) {
+    err.write("ovrel-cli: " + displayable(what) + "\n");
+}
 
 ExitStatus complainOfLostOutput(const DescriptorOutput& out, Output& err, Language language) {
     complain(err, std::string(text(Text::outputLost, language)) + std::generic_category().message(out.error()));

@@ -14,7 +14,8 @@ namespace ovrel::cli {
 
 namespace {
 
-template <typename Value> struct Choice {
+template <typename Value>
+struct Choice {
     std::string_view name;
     Value value;
 };
@@ -44,8 +45,12 @@ std::optional<int> wholeNumber(std::string_view digits, int least, int greatest)
     return number;
 }
 
-std::optional<int> qualityOf(std::string_view value) { return wholeNumber(value, 1, 100); }
-std::optional<int> jobsOf(std::string_view value) { return wholeNumber(value, 0, 1000); }
+std::optional<int> qualityOf(std::string_view value) {
+    return wholeNumber(value, 1, 100);
+}
+std::optional<int> jobsOf(std::string_view value) {
+    return wholeNumber(value, 0, 1000);
+}
 
 /// Help without what CLI11 would say in English.
 class HelpFormatter : public CLI::Formatter {

@@ -1,9 +1,11 @@
 #include "cli/plan.h"
 
 #include "conversion/conversion_error.h"
+#include "conversion/publish.h"
 #include "platform/file_error.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <numeric>
 #include <string>
 #include <unordered_map>
@@ -18,7 +20,9 @@ namespace fs = std::filesystem;
 /// Disjoint sets of steps, each named by its earliest.
 class Groups {
 public:
-    explicit Groups(std::size_t count) : parents_(count) { std::iota(parents_.begin(), parents_.end(), std::size_t{0}); }
+    explicit Groups(std::size_t count) : parents_(count) {
+        std::iota(parents_.begin(), parents_.end(), std::size_t{0});
+    }
 
     std::size_t of(std::size_t index) {
         while (parents_[index] != index) {
@@ -37,18 +41,9 @@ private:
     std::vector<std::size_t> parents_;
 };
 
-/// The names that Converter::convert() tries: base.avif, base-2.avif, …
-fs::path resultName(const InputItem& item, const fs::path& output, std::size_t number) {
-    fs::path folder = output;
-    if (!item.relativeDirectory.empty()) {
-        folder /= item.relativeDirectory;
-    }
-    fs::path name = item.url.stem();
-    if (number > 1) {
-        name += "-" + std::to_string(number);
-    }
-    name += ".avif";
-    return folder / name;
+/// Where Converter::convert() writes the results of an item.
+fs::path resultFolder(const InputItem& item, const fs::path& output) {
+    return item.relativeDirectory.empty() ? output : output / item.relativeDirectory;
 }
 
 bool succeeds(const ScanFunction& scan, const fs::path& path, std::exception_ptr& error) {
@@ -106,8 +101,9 @@ std::vector<Step> makePlan(Findings findings, const fs::path& output, bool skipE
     std::unordered_map<std::string, std::size_t> takers;
     for (std::size_t index = findings.unreadable.size(); index < steps.size(); ++index) {
         Step& step = steps[index];
-        for (std::size_t number = 1; step.result.empty(); ++number) {
-            fs::path candidate = resultName(step.item, output, number);
+        const fs::path folder = resultFolder(step.item, output);
+        for (std::uint64_t number = 1; step.result.empty(); ++number) {
+            fs::path candidate = folder / resultName(step.item, number);
             const auto taker = takers.find(candidate.native());
             if (taker != takers.end()) {
                 groups.join(taker->second, index);

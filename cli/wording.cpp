@@ -127,7 +127,9 @@ std::string counted(std::size_t number, std::string_view english, std::string_vi
     return std::to_string(number) + " " + std::string(choose(language, english, russian));
 }
 
-std::string twoDigits(std::uint64_t number) { return (number < 10 ? "0" : "") + std::to_string(number); }
+std::string twoDigits(std::uint64_t number) {
+    return (number < 10 ? "0" : "") + std::to_string(number);
+}
 
 } // namespace
 
@@ -220,7 +222,8 @@ std::string plannedSummary(const Totals& totals, Language language) {
 }
 
 std::string activityText(bool copying, std::size_t number, std::size_t items, Language language) {
-    return std::string(copying ? choose(language, "Copying", "Копирую") : choose(language, "Converting", "Преобразую")) +
+    return std::string(copying ? choose(language, "Copying", "Копирую")
+                               : choose(language, "Converting", "Преобразую")) +
            " " + std::to_string(number) + " " + std::string(choose(language, "of", "из")) + " " +
            std::to_string(items) + ": ";
 }
@@ -239,9 +242,8 @@ std::string speedText(double imagesPerSecond, Language language) {
 std::string timeLeftText(std::uint64_t seconds, Language language) {
     const std::uint64_t hours = seconds / 3600;
     const std::uint64_t minutes = seconds / 60 % 60;
-    const std::string time =
-        (hours > 0 ? std::to_string(hours) + ":" + twoDigits(minutes) : std::to_string(minutes)) + ":" +
-        twoDigits(seconds % 60);
+    const std::string time = (hours > 0 ? std::to_string(hours) + ":" + twoDigits(minutes) : std::to_string(minutes)) +
+                             ":" + twoDigits(seconds % 60);
     return language == Language::russian ? "осталось " + time : time + " left";
 }
 

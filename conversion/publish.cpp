@@ -15,13 +15,16 @@ std::string baseName(const std::filesystem::path& file) {
 
 } // namespace
 
+std::filesystem::path resultName(const InputItem& item, std::uint64_t number) {
+    const std::string suffix = number == 1 ? "" : '-' + std::to_string(number);
+    return baseName(item.url) + suffix + ".avif";
+}
+
 std::filesystem::path publish(FileSystem& fileSystem, const std::filesystem::path& temporary, const InputItem& item,
                               const std::filesystem::path& folder) {
     fileSystem.flush(temporary);
-    const std::string base = baseName(item.url);
     for (std::uint64_t number = 1;; ++number) {
-        const std::string suffix = number == 1 ? "" : '-' + std::to_string(number);
-        std::filesystem::path candidate = folder / (base + suffix + ".avif");
+        std::filesystem::path candidate = folder / resultName(item, number);
         if (fileSystem.exists(candidate)) {
             continue;
         }

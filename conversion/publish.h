@@ -5,16 +5,20 @@
 #include "conversion/input_item.h"
 #include "platform/file_system.h"
 
+#include <cstdint>
 #include <filesystem>
 
 namespace ovrel {
 
-/// Flushes `temporary` and moves it, within `folder`, to the first free of the names base.avif, base-2.avif, …, where
-/// base is the source's name without its last extension. Any thread, several at once into one folder: a name that
-/// another writer takes first is passed over. After a crash of the computer a final name never holds less than the
-/// whole file.
-/// \return the new name
-/// \throws FileError; `temporary` is still there then
+/// The names for a result, in the order in which they are tried: base.avif, base-2.avif, …, where base is the source's
+/// name without its last extension.
+/// \param number from 1
+std::filesystem::path resultName(const InputItem& item, std::uint64_t number);
+
+/// Flushes `temporary` and moves it, within `folder`, to the first of the names by resultName() that is free. Any
+/// thread, several at once into one folder: a name that another writer takes first is passed over. After a crash of the
+/// computer a final name never holds less than the whole file. \return the new name \throws FileError; `temporary` is
+/// still there then
 std::filesystem::path publish(FileSystem& fileSystem, const std::filesystem::path& temporary, const InputItem& item,
                               const std::filesystem::path& folder);
 

@@ -12,10 +12,10 @@ constexpr double sunX = 0.63;
 constexpr double sunY = 0.43;
 
 struct Ridge {
-    double base;       ///< height of its foot
-    double rise;       ///< how far its peaks stand above that
-    double peaks;      ///< bumps across the picture
-    double distance;   ///< 0 near … 1 lost in haze
+    double base;     ///< height of its foot
+    double rise;     ///< how far its peaks stand above that
+    double peaks;    ///< bumps across the picture
+    double distance; ///< 0 near … 1 lost in haze
     std::uint32_t seed;
 };
 

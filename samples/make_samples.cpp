@@ -35,8 +35,9 @@ int main(int argc, char** argv) {
     try {
         const fs::path folder = argv[1];
         write(folder / "landscapes/lake.jpg",
-              test::writeJpeg(samples::lake(),
-                              {.quality = 82, .horizontalSubsampling = 2, .verticalSubsampling = 2, .progressive = true}));
+              test::writeJpeg(
+                  samples::lake(),
+                  {.quality = 82, .horizontalSubsampling = 2, .verticalSubsampling = 2, .progressive = true}));
         write(folder / "landscapes/night/aurora.webp", test::writeWebp(samples::aurora(), {}, 80.0F));
         write(folder / "graphics/badge.png", test::writePng(test::pngOf(samples::badge())));
         write(folder / "animations/balloon.gif", test::writeGif(samples::balloon()));

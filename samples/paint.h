@@ -39,8 +39,8 @@ inline Color lit(const Color& color, const Color& light, double amount) {
 
 /// A number of 0 … 1 that depends on nothing but its arguments.
 inline double chance(int x, int y, std::uint32_t seed) {
-    std::uint32_t bits = static_cast<std::uint32_t>(x) * 0x8DA6B343U + static_cast<std::uint32_t>(y) * 0xD8163841U +
-                         seed * 0xCB1AB31FU;
+    std::uint32_t bits =
+        static_cast<std::uint32_t>(x) * 0x8DA6B343U + static_cast<std::uint32_t>(y) * 0xD8163841U + seed * 0xCB1AB31FU;
     bits = (bits ^ (bits >> 15)) * 0x2C1B3C6DU;
     bits = (bits ^ (bits >> 12)) * 0x297A2D39U;
     return static_cast<double>(bits ^ (bits >> 15)) / 4294967295.0;

@@ -68,7 +68,7 @@ TEST_F(DisplayText, IsCutWithAnEllipsis) {
         std::size_t columns;
         std::string kept;
     } rows[] = {
-        {"photo", 5, "photo"}, {"photo", 4, "pho…"}, {"photo", 1, "…"},      {"photo", 0, ""},
+        {"photo", 5, "photo"}, {"photo", 4, "pho…"},    {"photo", 1, "…"},      {"photo", 0, ""},
         {"фото", 3, "фо…"},    {"日本語", 6, "日本語"}, {"日本語", 5, "日本…"}, {"日本語", 4, "日…"},
     };
     for (const auto& row : rows) {

@@ -26,7 +26,9 @@ Environment environmentOf(const std::map<std::string, std::string>& variables) {
     };
 }
 
-Invocation parsed(const Arguments& arguments) { return parseCommandLine(arguments, environmentOf({})); }
+Invocation parsed(const Arguments& arguments) {
+    return parseCommandLine(arguments, environmentOf({}));
+}
 
 std::string joined(const Arguments& arguments) {
     std::string line;
@@ -56,11 +58,17 @@ TEST(CommandLine, GivesItsOptions) {
         {{"-o", "elsewhere", "-o", "out", "photo.jpg"}, usual()},
         {{"-o", "out", "--", "photo.jpg"}, usual()},
         {{"-o", "-out", "photo.jpg"}, usual([](Options& o) { o.output = "-out"; })},
-        {{"-o", "out", "a", "b", "a"}, usual([](Options& o) { o.paths = {"a", "b", "a"}; })},
+        {{"-o", "out", "a", "b", "a"}, usual([](Options& o) {
+             o.paths = {"a", "b", "a"};
+         })},
         {{"-o", "out", "[a,b]"}, usual([](Options& o) { o.paths = {"[a,b]"}; })},
         {{"-o", "out", "-"}, usual([](Options& o) { o.paths = {"-"}; })},
-        {{"-o", "out", "--", "-q", "--", "--json"}, usual([](Options& o) { o.paths = {"-q", "--", "--json"}; })},
-        {{"-o", "out", "caf\xE9.png", "a\nb.png"}, usual([](Options& o) { o.paths = {"caf\xE9.png", "a\nb.png"}; })},
+        {{"-o", "out", "--", "-q", "--", "--json"}, usual([](Options& o) {
+             o.paths = {"-q", "--", "--json"};
+         })},
+        {{"-o", "out", "caf\xE9.png", "a\nb.png"}, usual([](Options& o) {
+             o.paths = {"caf\xE9.png", "a\nb.png"};
+         })},
         {{"-o", "[out]", "photo.jpg"}, usual([](Options& o) { o.output = "[out]"; })},
         {{"-o", "out", "photo.jpg", "-q", "1"}, usual([](Options& o) { o.quality = 1; })},
         {{"-o", "out", "photo.jpg", "--quality", "100"}, usual([](Options& o) { o.quality = 100; })},
@@ -123,7 +131,9 @@ TEST(CommandLine, SaysWhatIsWrongInBothLanguages) {
         {{"-o", "out", "a", "-q", "99999999999"},
          "--quality: must be a whole number from 1 to 100",
          "--quality: нужно целое число от 1 до 100"},
-        {{"-o", "out", "a", "-m", "System"}, "--mode: must be efficient or system", "--mode: нужно efficient или system"},
+        {{"-o", "out", "a", "-m", "System"},
+         "--mode: must be efficient or system",
+         "--mode: нужно efficient или system"},
         {{"-o", "out", "a", "-s", "6"},
          "--speed: must be fast, balanced or thorough",
          "--speed: нужно fast, balanced или thorough"},

@@ -81,10 +81,9 @@ TEST(Find, LeavesOutPathsThatCannotBeSearched) {
 
 TEST(Find, PassesOnWhatIsNoFailureOfAPath) {
     const std::vector<fs::path> paths{"a.jpg"};
-    EXPECT_THROW(find(paths, [](std::span<const fs::path>) -> std::vector<InputItem> {
-                     throw std::logic_error("fault");
-                 }),
-                 std::logic_error);
+    EXPECT_THROW(
+        find(paths, [](std::span<const fs::path>) -> std::vector<InputItem> { throw std::logic_error("fault"); }),
+        std::logic_error);
 }
 
 TEST(Plan, MirrorsFoldersAndCopiesAvif) {
@@ -125,14 +124,12 @@ TEST(Plan, SkipsOnlyWhatExistedBeforeAndOnlyWhenAsked) {
     const std::vector<InputItem> items{{.url = "a.jpg", .relativeDirectory = ""},
                                        {.url = "b.jpg", .relativeDirectory = ""},
                                        {.url = "b.png", .relativeDirectory = ""}};
-    EXPECT_EQ(planned(items, {"out/a.avif"}, true),
-              (std::vector<PlanRow>{{"a.jpg", skip, "out/a.avif", none},
-                                    {"b.jpg", convert, "out/b.avif", 2},
-                                    {"b.png", convert, "out/b-2.avif", none}}));
-    EXPECT_EQ(planned(items, {"out/a.avif"}, false),
-              (std::vector<PlanRow>{{"a.jpg", convert, "out/a-2.avif", none},
-                                    {"b.jpg", convert, "out/b.avif", 2},
-                                    {"b.png", convert, "out/b-2.avif", none}}));
+    EXPECT_EQ(planned(items, {"out/a.avif"}, true), (std::vector<PlanRow>{{"a.jpg", skip, "out/a.avif", none},
+                                                                          {"b.jpg", convert, "out/b.avif", 2},
+                                                                          {"b.png", convert, "out/b-2.avif", none}}));
+    EXPECT_EQ(planned(items, {"out/a.avif"}, false), (std::vector<PlanRow>{{"a.jpg", convert, "out/a-2.avif", none},
+                                                                           {"b.jpg", convert, "out/b.avif", 2},
+                                                                           {"b.png", convert, "out/b-2.avif", none}}));
 }
 
 TEST(Plan, BeginsWithThePathsThatCannotBeSearched) {

@@ -1,5 +1,5 @@
 #include "platform/image_source.h"
-#include "tests/cli/child_process.h"
+#include "tests/cli/running_program.h"
 #include "tests/support/gif_writer.h"
 #include "tests/support/jpeg_writer.h"
 #include "tests/support/png_writer.h"
@@ -53,8 +53,12 @@ Image picture(std::uint32_t width, std::uint32_t height) {
     return image;
 }
 
-std::string png(std::uint32_t width = 4, std::uint32_t height = 4) { return writePng(pngOf(picture(width, height))); }
-std::string jpeg() { return writeJpeg(picture(16, 16)); }
+std::string png(std::uint32_t width = 4, std::uint32_t height = 4) {
+    return writePng(pngOf(picture(width, height)));
+}
+std::string jpeg() {
+    return writeJpeg(picture(16, 16));
+}
 
 std::string animatedGif() {
     GifContent content;
@@ -95,7 +99,7 @@ std::vector<QJsonObject> objectsOf(const std::string& text) {
 class ProgramTest : public testing::Test {
 protected:
     ProgramEnd run(const Words& arguments) { return run(ProgramCall{.arguments = arguments}); }
-    ProgramEnd run(const ProgramCall& call) { return test::run(OVREL_CLI, call); }
+    ProgramEnd run(const ProgramCall& call) { return runProgram(OVREL_CLI, call); }
 
     std::string in(const std::string& name = {}) const { return (in_.path() / name).native(); }
     std::string out(const std::string& name = {}) const { return (out_.path() / name).native(); }
@@ -115,7 +119,8 @@ TEST_F(ProgramTest, ConvertsAFolderIntoTheSameLayout) {
                 ElementsAre(in("photo.jpg") + ": ✓ photo.avif", in("sub/inner/graphic.png") + ": ✓ graphic.avif",
                             in("sub/moving.gif") + ": ✓ moving.avif · animated", "Done: 3 successful, 0 failed"));
     EXPECT_EQ(end.err, "");
-    EXPECT_THAT(out_.listing(), ElementsAre("photo.avif", "sub", "sub/inner", "sub/inner/graphic.avif", "sub/moving.avif"));
+    EXPECT_THAT(out_.listing(),
+                ElementsAre("photo.avif", "sub", "sub/inner", "sub/inner/graphic.avif", "sub/moving.avif"));
     const auto moving = ImageSource::open(out_ / "sub/moving.avif");
     ASSERT_NE(moving, nullptr);
     EXPECT_EQ(moving->format(), ImageFormat::avif);
@@ -136,8 +141,7 @@ TEST_F(ProgramTest, CopiesAvifAndNeverReplacesAnything) {
     out_.write("a.avif", "precious");
     const ProgramEnd end = run({"-o", out(), in("a.avif")});
     EXPECT_EQ(end.status, 0);
-    EXPECT_THAT(linesOf(end.out),
-                ElementsAre(in("a.avif") + ": ✓ a-2.avif · copied", "Done: 1 successful, 0 failed"));
+    EXPECT_THAT(linesOf(end.out), ElementsAre(in("a.avif") + ": ✓ a-2.avif · copied", "Done: 1 successful, 0 failed"));
     EXPECT_EQ(contentOf(out_ / "a.avif"), "precious");
     EXPECT_EQ(contentOf(out_ / "a-2.avif"), avif);
 }
@@ -161,9 +165,8 @@ TEST_F(ProgramTest, ConvertsTheRestWhenAPathIsMissing) {
     in_.write("a.png", png());
     const ProgramEnd end = run({"-o", out(), in("gone.png"), in("a.png")});
     EXPECT_EQ(end.status, 1);
-    EXPECT_THAT(linesOf(end.out),
-                ElementsAre(in("gone.png") + ": Error: The file or folder no longer exists.",
-                            in("a.png") + ": ✓ a.avif", "Done: 1 successful, 1 failed"));
+    EXPECT_THAT(linesOf(end.out), ElementsAre(in("gone.png") + ": Error: The file or folder no longer exists.",
+                                              in("a.png") + ": ✓ a.avif", "Done: 1 successful, 1 failed"));
 }
 
 TEST_F(ProgramTest, SaysWhenThereIsNothingToConvert) {
@@ -252,15 +255,15 @@ TEST_F(ProgramTest, SkipsWhatIsThere) {
     in_.write("a.png", png());
     in_.write("b.jpg", jpeg());
     in_.write("b.png", png());
-    EXPECT_THAT(run({"--skip-existing", "-o", out(), in()}).out, HasSubstr("\nDone: 3 successful, 0 failed, 0 skipped\n"));
+    EXPECT_THAT(run({"--skip-existing", "-o", out(), in()}).out,
+                HasSubstr("\nDone: 3 successful, 0 failed, 0 skipped\n"));
     in_.write("c.png", png());
     const ProgramEnd end = run({"--skip-existing", "-o", out(), in()});
     EXPECT_EQ(end.status, 0);
     EXPECT_THAT(linesOf(end.out), ElementsAre(in("a.png") + ": skipped, there is already " + out("a.avif"),
                                               in("b.jpg") + ": skipped, there is already " + out("b.avif"),
                                               in("b.png") + ": skipped, there is already " + out("b.avif"),
-                                              in("c.png") + ": ✓ c.avif",
-                                              "Done: 1 successful, 0 failed, 3 skipped"));
+                                              in("c.png") + ": ✓ c.avif", "Done: 1 successful, 0 failed, 3 skipped"));
     EXPECT_THAT(out_.listing(), ElementsAre("a.avif", "b-2.avif", "b.avif", "c.avif"));
 }
 
@@ -283,9 +286,8 @@ TEST_F(ProgramTest, TakesPathsFromAList) {
     const ProgramEnd lines = run({.arguments = {"-n", "-o", out(), "--files-from", "-", in("e.png")},
                                   .input = in("b.png") + "\n\n" + in("a.png")});
     EXPECT_EQ(lines.status, 0);
-    EXPECT_THAT(linesOf(lines.out),
-                ElementsAre(StartsWith(in("a.png")), StartsWith(in("b.png")), StartsWith(in("e.png")),
-                            "Nothing written: 3 to do, 0 failed"));
+    EXPECT_THAT(linesOf(lines.out), ElementsAre(StartsWith(in("a.png")), StartsWith(in("b.png")),
+                                                StartsWith(in("e.png")), "Nothing written: 3 to do, 0 failed"));
 
     const fs::path list = in_.write("list", in("c\nd.png") + "\0"s + in("a.png") + "\0"s);
     const ProgramEnd nuls = run({"-o", out(), "-0", "--files-from", list});
@@ -319,13 +321,13 @@ TEST_F(ProgramTest, SurvivesAnyName) {
         expected.push_back(in(name));
     }
     EXPECT_THAT(sources, testing::UnorderedElementsAreArray(expected));
-    for (const char* const result : {"-dash.avif", "[a,b].avif", "caf\xE9.avif", "line\nbreak\x1b[2J.avif", "[x]/in.avif"}) {
+    for (const char* const result :
+         {"-dash.avif", "[a,b].avif", "caf\xE9.avif", "line\nbreak\x1b[2J.avif", "[x]/in.avif"}) {
         EXPECT_TRUE(fs::exists(out_ / result)) << result;
     }
     const ProgramEnd lines = run({"-n", "-o", out(), in("line\nbreak\x1b[2J.png"), in("[x]")});
-    EXPECT_THAT(linesOf(lines.out),
-                ElementsAre(StartsWith(in("[x]/in.png: ")), StartsWith(in("line�break�[2J.png: ")),
-                            StartsWith("Nothing written")));
+    EXPECT_THAT(linesOf(lines.out), ElementsAre(StartsWith(in("[x]/in.png: ")), StartsWith(in("line�break�[2J.png: ")),
+                                                StartsWith("Nothing written")));
 }
 
 TEST_F(ProgramTest, MayWriteIntoTheFolderThatItSearches) {
@@ -366,7 +368,7 @@ TEST_F(ProgramTest, StopsAfterTheImageInHand) {
     for (const int signal : {SIGINT, SIGTERM}) {
         SCOPED_TRACE(signal);
         const TemporaryFolder results;
-        ChildProcess program(OVREL_CLI, {.arguments = {"-s", "fast", "-o", results.path(), in()}});
+        RunningProgram program(OVREL_CLI, {.arguments = {"-s", "fast", "-o", results.path(), in()}});
         EXPECT_THAT(program.readLine(), HasSubstr("long name 0.png: ✓ an image"));
         program.signal(signal);
         const ProgramEnd end = program.wait();
@@ -383,7 +385,7 @@ TEST_F(ProgramTest, StopsAfterTheImageInHand) {
 TEST_F(ProgramTest, LeavesAtOnceAtTheSecondSignal) {
     in_.write("a.png", png());
     in_.write("b.png", png(1600, 1200)); // takes longer than two signals
-    ChildProcess program(OVREL_CLI, {.arguments = {"-s", "thorough", "-o", out(), in()}});
+    RunningProgram program(OVREL_CLI, {.arguments = {"-s", "thorough", "-o", out(), in()}});
     EXPECT_EQ(program.readLine(), in("a.png") + ": ✓ a.avif");
     program.signal(SIGINT);
     program.signal(SIGTERM); // two of one kind may arrive as one

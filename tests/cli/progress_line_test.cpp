@@ -16,7 +16,8 @@ protected:
     void SetUp() override {
         ASSERT_NE(std::setlocale(LC_CTYPE, "C.UTF-8"), nullptr);
         step_.item.url = "holiday/beach.jpg";
-        progress_ = {.current = &step_, .completed = 2, .steps = 10, .worked = 2, .work = 8, .elapsed = milliseconds(4000)};
+        progress_ = {
+            .current = &step_, .completed = 2, .steps = 10, .worked = 2, .work = 8, .elapsed = milliseconds(4000)};
     }
     void TearDown() override { std::setlocale(LC_CTYPE, "C"); }
 

@@ -87,7 +87,8 @@ TEST(ItemLine, IsOneLineWhateverTheNames) {
 }
 
 TEST(ItemObject, HoldsEveryField) {
-    const QJsonObject object = parsed(itemObject(stepFor("in/photo.jpg"), converted("out/photo.avif"), Language::english));
+    const QJsonObject object =
+        parsed(itemObject(stepFor("in/photo.jpg"), converted("out/photo.avif"), Language::english));
     EXPECT_EQ(object.keys(), QStringList({"error", "milliseconds", "multiImage", "result", "resultBytes", "source",
                                           "sourceBytes", "status"}));
     EXPECT_EQ(object["source"].toString(), QString("in/photo.jpg"));
@@ -114,8 +115,8 @@ TEST(ItemObject, NamesEveryStatus) {
         Outcome::Status status;
         QString name;
     } rows[] = {
-        {Outcome::Status::converted, "converted"},        {Outcome::Status::copied, "copied"},
-        {Outcome::Status::skipped, "skipped"},            {Outcome::Status::wouldConvert, "would-convert"},
+        {Outcome::Status::converted, "converted"},  {Outcome::Status::copied, "copied"},
+        {Outcome::Status::skipped, "skipped"},      {Outcome::Status::wouldConvert, "would-convert"},
         {Outcome::Status::wouldCopy, "would-copy"},
     };
     for (const auto& row : rows) {

@@ -53,7 +53,9 @@ TEST(StopSignals, LeaveIgnoredSignalsIgnored) {
 }
 
 TEST(StopSignals, RestoreTheFormerMask) {
-    { const StopSignals stopSignals([] {}); }
+    {
+        const StopSignals stopSignals([] {});
+    }
     sigset_t mask;
     ::pthread_sigmask(SIG_SETMASK, nullptr, &mask);
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {

@@ -11,7 +11,10 @@
 namespace ovrel::cli {
 namespace {
 
-template <typename Error> std::exception_ptr pointerTo(Error error) { return std::make_exception_ptr(std::move(error)); }
+template <typename Error>
+std::exception_ptr pointerTo(Error error) {
+    return std::make_exception_ptr(std::move(error));
+}
 
 TEST(Wording, HasEveryTextInBothLanguages) {
     for (std::size_t index = 0; index < static_cast<std::size_t>(Text::count); ++index) {
@@ -32,7 +35,8 @@ TEST(Wording, DescribesErrors) {
         {pointerTo(ConversionError("Кадр 3: no", "Frame 3: no")), "Frame 3: no", "Кадр 3: no"},
         {pointerTo(ConversionError("Не вышло")), "Conversion failed", "Не вышло"},
         {pointerTo(FileError(4, "a")), "The file or folder no longer exists.", "Файл или папка больше не существует."},
-        {pointerTo(FileError(260, "a")), "The file or folder no longer exists.", "Файл или папка больше не существует."},
+        {pointerTo(FileError(260, "a")), "The file or folder no longer exists.",
+         "Файл или папка больше не существует."},
         {pointerTo(FileError(257, "a")), "Access to the file or folder was denied. Check its permissions.",
          "Нет доступа к файлу или папке. Проверьте разрешения."},
         {pointerTo(FileError(513, "a")), "Access to the file or folder was denied. Check its permissions.",
@@ -117,7 +121,8 @@ TEST(Wording, SumsUp) {
     }
     const Totals planned{.items = 6, .succeeded = 4, .skipped = 2, .showSkipped = true};
     EXPECT_EQ(plannedSummary(planned, Language::english), "Nothing written: 4 to do, 0 failed, 2 skipped");
-    EXPECT_EQ(plannedSummary(planned, Language::russian), "Ничего не записано: 4 к выполнению, 0 с ошибками, 2 пропущено");
+    EXPECT_EQ(plannedSummary(planned, Language::russian),
+              "Ничего не записано: 4 к выполнению, 0 с ошибками, 2 пропущено");
 }
 
 TEST(Wording, TellsWhatIsInHand) {
@@ -133,9 +138,9 @@ TEST(Wording, GivesTheSpeedInTheUnitThatReadsBest) {
         std::string english;
         std::string russian;
     } rows[] = {
-        {1.0, "1.0/s", "1,0/с"},         {2.54, "2.5/s", "2,5/с"},         {9.96, "10/s", "10/с"},
-        {123.4, "123/s", "123/с"},       {0.5, "30/min", "30/мин"},        {0.1, "6.0/min", "6,0/мин"},
-        {0.999, "60/min", "60/мин"},     {0.005, "0.3/min", "0,3/мин"},
+        {1.0, "1.0/s", "1,0/с"},     {2.54, "2.5/s", "2,5/с"},      {9.96, "10/s", "10/с"},
+        {123.4, "123/s", "123/с"},   {0.5, "30/min", "30/мин"},     {0.1, "6.0/min", "6,0/мин"},
+        {0.999, "60/min", "60/мин"}, {0.005, "0.3/min", "0,3/мин"},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(speedText(row.imagesPerSecond, Language::english), row.english);
@@ -149,12 +154,9 @@ TEST(Wording, GivesTheTimeLeft) {
         std::string english;
         std::string russian;
     } rows[] = {
-        {0, "0:00 left", "осталось 0:00"},
-        {59, "0:59 left", "осталось 0:59"},
-        {60, "1:00 left", "осталось 1:00"},
-        {3599, "59:59 left", "осталось 59:59"},
-        {3661, "1:01:01 left", "осталось 1:01:01"},
-        {360000, "100:00:00 left", "осталось 100:00:00"},
+        {0, "0:00 left", "осталось 0:00"},          {59, "0:59 left", "осталось 0:59"},
+        {60, "1:00 left", "осталось 1:00"},         {3599, "59:59 left", "осталось 59:59"},
+        {3661, "1:01:01 left", "осталось 1:01:01"}, {360000, "100:00:00 left", "осталось 100:00:00"},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(timeLeftText(row.seconds, Language::english), row.english);

@@ -1,4 +1,4 @@
-#include "tests/cli/child_process.h"
+#include "tests/cli/running_program.h"
 
 #include <fcntl.h>
 #include <pty.h>
@@ -17,7 +17,8 @@ namespace ovrel::test {
 
 namespace {
 
-template <typename Result> Result checked(Result result, const char* what) {
+template <typename Result>
+Result checked(Result result, const char* what) {
     if (result < 0) {
         throw std::system_error(errno, std::generic_category(), what);
     }
@@ -76,7 +77,7 @@ std::string contentOfDescriptor(int file) {
 
 } // namespace
 
-ChildProcess::ChildProcess(const std::string& program, const ProgramCall& call) {
+RunningProgram::RunningProgram(const std::string& program, const ProgramCall& call) {
     std::vector<std::string> words = call.arguments;
     words.insert(words.begin(), program);
     std::vector<std::string> variables = environmentWith(call.environment);
@@ -107,7 +108,7 @@ ChildProcess::ChildProcess(const std::string& program, const ProgramCall& call) 
     ::close(pipe[1]);
 }
 
-ChildProcess::~ChildProcess() {
+RunningProgram::~RunningProgram() {
     if (process_ > 0) {
         ::kill(process_, SIGKILL);
         ::waitpid(process_, nullptr, 0);
@@ -116,7 +117,7 @@ ChildProcess::~ChildProcess() {
     ::close(errors_);
 }
 
-std::string ChildProcess::readLine() {
+std::string RunningProgram::readLine() {
     std::size_t end = 0;
     while ((end = unread_.find('\n')) == std::string::npos) {
         if (!readMore()) {
@@ -128,9 +129,11 @@ std::string ChildProcess::readLine() {
     return line;
 }
 
-void ChildProcess::signal(int number) { checked(::kill(process_, number), "kill"); }
+void RunningProgram::signal(int number) {
+    checked(::kill(process_, number), "kill");
+}
 
-ProgramEnd ChildProcess::wait() {
+ProgramEnd RunningProgram::wait() {
     while (readMore()) {
     }
     ProgramEnd end;
@@ -141,14 +144,16 @@ ProgramEnd ChildProcess::wait() {
     return end;
 }
 
-bool ChildProcess::readMore() {
+bool RunningProgram::readMore() {
     std::array<char, 4096> block{};
     const ssize_t size = checked(::read(output_, block.data(), block.size()), "read");
     unread_.append(block.data(), static_cast<std::size_t>(size));
     return size > 0;
 }
 
-ProgramEnd run(const std::string& program, const ProgramCall& call) { return ChildProcess(program, call).wait(); }
+ProgramEnd runProgram(const std::string& program, const ProgramCall& call) {
+    return RunningProgram(program, call).wait();
+}
 
 ProgramEnd runOnTerminal(const std::string& program, const std::vector<std::string>& arguments,
                          unsigned short columns) {

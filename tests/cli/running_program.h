@@ -1,4 +1,4 @@
-/// \file child_process.h
+/// \file running_program.h
 /// A program that a test runs from the outside.
 #pragma once
 
@@ -12,11 +12,11 @@ namespace ovrel::test {
 /// How a program is started and what it finds. Without further ado it speaks English, has nothing to read, and its
 /// output is kept.
 struct ProgramCall {
-    std::vector<std::string> arguments;      ///< without the program's name
-    std::vector<std::string> environment{};  ///< NAME=value, on top of the test's own without its language
-    std::string input{};                     ///< standard input
-    std::string outputFile{};                ///< standard output goes there when it is not empty
-    bool outputClosed = false;               ///< standard output is no open file
+    std::vector<std::string> arguments;     ///< without the program's name
+    std::vector<std::string> environment{}; ///< NAME=value, on top of the test's own without its language
+    std::string input{};                    ///< standard input
+    std::string outputFile{};               ///< standard output goes there when it is not empty
+    bool outputClosed = false;              ///< standard output is no open file
 };
 
 /// How a program ended.
@@ -27,12 +27,12 @@ struct ProgramEnd {
 };
 
 /// A running program. Throws std::system_error when the system refuses.
-class ChildProcess {
+class RunningProgram {
 public:
-    ChildProcess(const std::string& program, const ProgramCall& call);
-    ~ChildProcess();
-    ChildProcess(const ChildProcess&) = delete;
-    ChildProcess& operator=(const ChildProcess&) = delete;
+    RunningProgram(const std::string& program, const ProgramCall& call);
+    ~RunningProgram();
+    RunningProgram(const RunningProgram&) = delete;
+    RunningProgram& operator=(const RunningProgram&) = delete;
 
     /// The next line of standard output without its end; empty at the end of the output. A program that prints more
     /// than 4 KiB waits until they are read.
@@ -53,7 +53,7 @@ private:
 };
 
 /// Runs a program to its end.
-ProgramEnd run(const std::string& program, const ProgramCall& call);
+ProgramEnd runProgram(const std::string& program, const ProgramCall& call);
 
 /// Runs a program whose standard output and standard error are a terminal of `columns` columns.
 /// \return all that it wrote there, as `out`
