@@ -78,10 +78,12 @@ StepFunction workFor(const Options& options) {
 }
 
 [[noreturn]] void leaveAtOnce(bool progressLine) {
-    removeTemporaryFiles();
     if (progressLine) {
         DescriptorOutput(STDERR_FILENO).write("\n");
     }
+    // Images in hand fail once their files are taken away, which is nothing to tell.
+    silenceStandardStreams();
+    removeTemporaryFiles();
     ::_exit(stopped);
 }
 

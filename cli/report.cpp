@@ -137,8 +137,12 @@ bool Report::summarise(const Totals& totals) {
         return true;
     }
     const std::string line =
-        (settings_.dryRun ? plannedSummary(totals, settings_.language) : summary(totals, settings_.language)) + "\n";
-    return settings_.json ? err_.write(line) || true : out_.write(line);
+        settings_.dryRun ? plannedSummary(totals, settings_.language) : summary(totals, settings_.language);
+    if (settings_.json) {
+        err_.write(line + "\n");
+        return true;
+    }
+    return out_.write(line + "\n");
 }
 
 void Report::clearProgressLine() {

@@ -36,6 +36,13 @@ void prepareStandardStreams() {
     }
 }
 
+void silenceStandardStreams() {
+    const int nowhere = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
+    for (const int stream : {STDOUT_FILENO, STDERR_FILENO}) {
+        ::dup2(nowhere, stream);
+    }
+}
+
 bool isTerminal(int descriptor) {
     const char* const kind = std::getenv("TERM");
     return ::isatty(descriptor) == 1 && kind != nullptr && std::string_view(kind) != "dumb";

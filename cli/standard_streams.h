@@ -41,6 +41,9 @@ private:
 /// turns a reader's leaving into an error of write(). Called once, before anything is opened.
 void prepareStandardStreams();
 
+/// Lets standard output and standard error take all that is written from now on, and show none of it. Any thread.
+void silenceStandardStreams();
+
 /// Whether a line can be redrawn there.
 bool isTerminal(int descriptor);
 

@@ -171,7 +171,7 @@ std::string describe(const std::exception_ptr& error, Language language) {
 
 std::string successText(const std::filesystem::path& result, bool copied, bool multiImage, bool gif,
                         Language language) {
-    const std::string line = "✓ " + result.filename().native();
+    std::string line = "✓ " + result.filename().native();
     if (copied) {
         return line + " · " + std::string(choose(language, "copied", "скопирован"));
     }
@@ -212,8 +212,8 @@ std::string summary(const Totals& totals, Language language) {
 }
 
 std::string plannedSummary(const Totals& totals, Language language) {
-    std::string line = choose(language, "Nothing written: ", "Ничего не записано: ",
-                              counted(totals.succeeded, "to do", "к выполнению", language));
+    std::string line =
+        choose(language, "Dry run: ", "Пробный запуск: ", counted(totals.succeeded, "to do", "к выполнению", language));
     line += ", " + counted(totals.failed, "failed", "с ошибками", language);
     if (totals.showSkipped) {
         line += ", " + counted(totals.skipped, "skipped", "пропущено", language);

@@ -34,10 +34,12 @@ int main(int argc, char** argv) {
     }
     try {
         const fs::path folder = argv[1];
-        write(folder / "landscapes/lake.jpg",
-              test::writeJpeg(
-                  samples::lake(),
-                  {.quality = 82, .horizontalSubsampling = 2, .verticalSubsampling = 2, .progressive = true}));
+        test::JpegOptions photograph;
+        photograph.quality = 82;
+        photograph.horizontalSubsampling = 2;
+        photograph.verticalSubsampling = 2;
+        photograph.progressive = true;
+        write(folder / "landscapes/lake.jpg", test::writeJpeg(samples::lake(), photograph));
         write(folder / "landscapes/night/aurora.webp", test::writeWebp(samples::aurora(), {}, 80.0F));
         write(folder / "graphics/badge.png", test::writePng(test::pngOf(samples::badge())));
         write(folder / "animations/balloon.gif", test::writeGif(samples::balloon()));

@@ -73,33 +73,39 @@ inline double roughNoise(double x, double y, std::uint32_t seed, int layers) {
     return sum;
 }
 
-/// A picture whose pixels each are the mean of `samplesAcross` × `samplesAcross` points.
-/// \param colorAt the colour at a point, in pixels from the top left corner
-inline Image painted(std::uint32_t width, std::uint32_t height, int samplesAcross,
-                     const std::function<Color(double x, double y)>& colorAt) {
+using Painting = std::function<Color(double x, double y)>;
+
+/// The mean of `samplesAcross` × `samplesAcross` points of a pixel.
+inline Color pixelOf(const Painting& painting, std::uint32_t x, std::uint32_t y, int samplesAcross) {
+    Color sum{0, 0, 0, 0};
+    const auto place = [samplesAcross](int sample) { return (sample + 0.5) / samplesAcross; };
+    for (int down = 0; down < samplesAcross; ++down) {
+        for (int across = 0; across < samplesAcross; ++across) {
+            const Color color = painting(x + place(across), y + place(down));
+            sum = {sum.red + color.red * color.alpha, sum.green + color.green * color.alpha,
+                   sum.blue + color.blue * color.alpha, sum.alpha + color.alpha};
+        }
+    }
+    const double opaque = sum.alpha > 0 ? sum.alpha : 1;
+    return {sum.red / opaque, sum.green / opaque, sum.blue / opaque, sum.alpha / (samplesAcross * samplesAcross)};
+}
+
+/// \param painting the colour at a point, in pixels from the top left corner
+inline Image painted(std::uint32_t width, std::uint32_t height, int samplesAcross, const Painting& painting) {
+    const auto byte = [](double value) {
+        return static_cast<std::uint8_t>(std::lround(std::clamp(value, 0.0, 1.0) * 255));
+    };
     Image image;
     image.width = width;
     image.height = height;
     image.samples = PixelBuffer::zeroed(height, image.bytesPerRow());
     for (std::uint32_t y = 0; y < height; ++y) {
+        std::uint8_t* sample = image.row(y);
         for (std::uint32_t x = 0; x < width; ++x) {
-            std::array<double, 4> sum{};
-            for (int sample = 0; sample < samplesAcross * samplesAcross; ++sample) {
-                const Color color = colorAt(x + (sample % samplesAcross + 0.5) / samplesAcross,
-                                            y + (sample / samplesAcross + 0.5) / samplesAcross);
-                sum[0] += color.red * color.alpha;
-                sum[1] += color.green * color.alpha;
-                sum[2] += color.blue * color.alpha;
-                sum[3] += color.alpha;
+            const Color color = pixelOf(painting, x, y, samplesAcross);
+            for (const double channel : {color.red, color.green, color.blue, color.alpha}) {
+                *sample++ = byte(channel);
             }
-            const auto byte = [](double value) {
-                return static_cast<std::uint8_t>(std::lround(std::clamp(value, 0.0, 1.0) * 255));
-            };
-            std::uint8_t* const pixel = image.row(y) + std::size_t{4} * x;
-            for (std::size_t channel = 0; channel < 3 && sum[3] > 0; ++channel) {
-                pixel[channel] = byte(sum[channel] / sum[3]);
-            }
-            pixel[3] = byte(sum[3] / (samplesAcross * samplesAcross));
         }
     }
     return image;

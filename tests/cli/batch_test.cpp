@@ -21,6 +21,7 @@ using testing::ElementsAre;
 
 std::vector<Step> stepsNamed(const std::vector<std::string>& names) {
     std::vector<Step> steps;
+    steps.reserve(names.size());
     for (const std::string& name : names) {
         steps.push_back({.item = {.url = name, .relativeDirectory = {}}, .result = {}, .error = {}});
     }

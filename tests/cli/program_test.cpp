@@ -98,8 +98,8 @@ std::vector<QJsonObject> objectsOf(const std::string& text) {
 /// The program with a folder of sources and one for results.
 class ProgramTest : public testing::Test {
 protected:
-    ProgramEnd run(const Words& arguments) { return run(ProgramCall{.arguments = arguments}); }
-    ProgramEnd run(const ProgramCall& call) { return runProgram(OVREL_CLI, call); }
+    ProgramEnd run(const Words& arguments) { return runCall({.arguments = arguments}); }
+    ProgramEnd runCall(const ProgramCall& call) { return runProgram(OVREL_CLI, call); }
 
     std::string in(const std::string& name = {}) const { return (in_.path() / name).native(); }
     std::string out(const std::string& name = {}) const { return (out_.path() / name).native(); }
@@ -153,7 +153,7 @@ TEST_F(ProgramTest, TellsOfFailuresInTheChosenLanguage) {
     EXPECT_EQ(english.status, 1);
     EXPECT_THAT(linesOf(english.out), ElementsAre(in("bad.png") + ": Error: Unable to read the image",
                                                   in("good.png") + ": ✓ good.avif", "Done: 1 successful, 1 failed"));
-    const ProgramEnd russian = run({.arguments = {"-o", out(), in()}, .environment = {"LC_ALL=ru_RU.UTF-8"}});
+    const ProgramEnd russian = runCall({.arguments = {"-o", out(), in()}, .environment = {"LC_ALL=ru_RU.UTF-8"}});
     EXPECT_EQ(russian.status, 1);
     EXPECT_THAT(linesOf(russian.out),
                 ElementsAre(in("bad.png") + ": Ошибка: Не удалось прочитать изображение",
@@ -229,7 +229,7 @@ TEST_F(ProgramTest, WritesNothingInADryRun) {
     EXPECT_THAT(linesOf(end.out), ElementsAre(in("a.jpg") + ": would be converted to " + output + "/a.avif",
                                               in("a.png") + ": would be converted to " + output + "/a-2.avif",
                                               in("sub/b.avif") + ": would be copied to " + output + "/sub/b.avif",
-                                              "Nothing written: 3 to do, 0 failed"));
+                                              "Dry run: 3 to do, 0 failed"));
     EXPECT_THAT(out_.listing(), IsEmpty());
 }
 
@@ -283,11 +283,11 @@ TEST_F(ProgramTest, TakesPathsFromAList) {
     in_.write("b.png", png());
     in_.write("c\nd.png", png());
     in_.write("e.png", png());
-    const ProgramEnd lines = run({.arguments = {"-n", "-o", out(), "--files-from", "-", in("e.png")},
-                                  .input = in("b.png") + "\n\n" + in("a.png")});
+    const ProgramEnd lines = runCall({.arguments = {"-n", "-o", out(), "--files-from", "-", in("e.png")},
+                                      .input = in("b.png") + "\n\n" + in("a.png")});
     EXPECT_EQ(lines.status, 0);
     EXPECT_THAT(linesOf(lines.out), ElementsAre(StartsWith(in("a.png")), StartsWith(in("b.png")),
-                                                StartsWith(in("e.png")), "Nothing written: 3 to do, 0 failed"));
+                                                StartsWith(in("e.png")), "Dry run: 3 to do, 0 failed"));
 
     const fs::path list = in_.write("list", in("c\nd.png") + "\0"s + in("a.png") + "\0"s);
     const ProgramEnd nuls = run({"-o", out(), "-0", "--files-from", list});
@@ -327,7 +327,7 @@ TEST_F(ProgramTest, SurvivesAnyName) {
     }
     const ProgramEnd lines = run({"-n", "-o", out(), in("line\nbreak\x1b[2J.png"), in("[x]")});
     EXPECT_THAT(linesOf(lines.out), ElementsAre(StartsWith(in("[x]/in.png: ")), StartsWith(in("line�break�[2J.png: ")),
-                                                StartsWith("Nothing written")));
+                                                StartsWith("Dry run")));
 }
 
 TEST_F(ProgramTest, MayWriteIntoTheFolderThatItSearches) {
@@ -340,7 +340,7 @@ TEST_F(ProgramTest, MayWriteIntoTheFolderThatItSearches) {
 }
 
 TEST_F(ProgramTest, GivesTheSameResultsWithSeveralJobs) {
-    for (int number = 0; number < 6; ++number) {
+    for (std::uint32_t number = 0; number < 6; ++number) {
         in_.write("picture" + std::to_string(number) + ".png", png(16 + 8 * number, 24));
         in_.write("picture" + std::to_string(number) + ".jpg", jpeg());
     }
@@ -397,10 +397,10 @@ TEST_F(ProgramTest, LeavesAtOnceAtTheSecondSignal) {
 
 TEST_F(ProgramTest, EndsWhenItsOutputIsLost) {
     in_.write("a.png", png());
-    const ProgramEnd full = run({.arguments = {"-o", out(), in()}, .outputFile = "/dev/full"});
+    const ProgramEnd full = runCall({.arguments = {"-o", out(), in()}, .outputFile = "/dev/full"});
     EXPECT_EQ(full.status, 1);
     EXPECT_THAT(full.err, StartsWith("ovrel-cli: Unable to write to standard output: "));
-    const ProgramEnd closed = run({.arguments = {"-o", out(), in()}, .outputClosed = true});
+    const ProgramEnd closed = runCall({.arguments = {"-o", out(), in()}, .outputClosed = true});
     EXPECT_EQ(closed.status, 1);
     EXPECT_THAT(closed.err, StartsWith("ovrel-cli: Unable to write to standard output: "));
     EXPECT_THAT(out_.listing(), ElementsAre("a-2.avif", "a.avif"));
@@ -409,8 +409,8 @@ TEST_F(ProgramTest, EndsWhenItsOutputIsLost) {
         ASSERT_NE(source, nullptr);
         EXPECT_TRUE(source->decode(0).has_value()) << result;
     }
-    EXPECT_EQ(run({.arguments = {"--help"}, .outputFile = "/dev/full"}).status, 1);
-    EXPECT_EQ(run({.arguments = {"--quiet", "-o", out(), in()}, .outputClosed = true}).status, 0);
+    EXPECT_EQ(runCall({.arguments = {"--help"}, .outputFile = "/dev/full"}).status, 1);
+    EXPECT_EQ(runCall({.arguments = {"--quiet", "-o", out(), in()}, .outputClosed = true}).status, 0);
 }
 
 TEST_F(ProgramTest, PrintsOnlyFailuresWhenQuiet) {

@@ -201,7 +201,7 @@ TEST_F(ReportTest, PrintsObjectsAloneWithJsonWhenQuiet) {
 
 TEST_F(ReportTest, SumsUpADryRun) {
     tellAll({.dryRun = true});
-    EXPECT_TRUE(out_.text.ends_with("\nNothing written: 1 to do, 1 failed\n")) << out_.text;
+    EXPECT_TRUE(out_.text.ends_with("\nDry run: 1 to do, 1 failed\n")) << out_.text;
 }
 
 TEST_F(ReportTest, DrawsNoOftenerThanATerminalCanShow) {

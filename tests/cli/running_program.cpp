@@ -35,6 +35,7 @@ int memoryFile(const std::string& content) {
 
 std::vector<char*> pointersTo(std::vector<std::string>& words) {
     std::vector<char*> pointers;
+    pointers.reserve(words.size() + 1);
     for (std::string& word : words) {
         pointers.push_back(word.data());
     }
@@ -124,7 +125,7 @@ std::string RunningProgram::readLine() {
             return {};
         }
     }
-    const std::string line = unread_.substr(0, end);
+    std::string line = unread_.substr(0, end);
     unread_.erase(0, end + 1);
     return line;
 }

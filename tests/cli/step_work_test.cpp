@@ -70,7 +70,7 @@ TEST_F(StepWork, GivesTheResultTheTimeOfItsSourceWhenAsked) {
 
 TEST_F(StepWork, FailsButKeepsTheResultWhenItsTimeCannotBeSet) {
     const auto convertAndLoseSource = [this](const InputItem& item) {
-        const ConversionResult result = converter()(item);
+        ConversionResult result = converter()(item);
         fs::remove(item.url);
         return result;
     };

@@ -120,9 +120,8 @@ TEST(Wording, SumsUp) {
         EXPECT_EQ(summary(row.totals, Language::russian), row.russian);
     }
     const Totals planned{.items = 6, .succeeded = 4, .skipped = 2, .showSkipped = true};
-    EXPECT_EQ(plannedSummary(planned, Language::english), "Nothing written: 4 to do, 0 failed, 2 skipped");
-    EXPECT_EQ(plannedSummary(planned, Language::russian),
-              "Ничего не записано: 4 к выполнению, 0 с ошибками, 2 пропущено");
+    EXPECT_EQ(plannedSummary(planned, Language::english), "Dry run: 4 to do, 0 failed, 2 skipped");
+    EXPECT_EQ(plannedSummary(planned, Language::russian), "Пробный запуск: 4 к выполнению, 0 с ошибками, 2 пропущено");
 }
 
 TEST(Wording, TellsWhatIsInHand) {
