@@ -52,20 +52,12 @@ std::optional<int> jobsOf(std::string_view value) {
     return wholeNumber(value, 0, 1000);
 }
 
-/// Help without what CLI11 would say in English.
-class HelpFormatter : public CLI::Formatter {
+/// Without the usage line in English.
+class OptionsFormatter : public CLI::Formatter {
 public:
-    explicit HelpFormatter(Language language) : language_(language) { column_width(30); }
+    OptionsFormatter() { column_width(30); }
 
-    std::string make_usage(const CLI::App* /*app*/, std::string /*name*/) const override {
-        return std::string(text(Text::usage, language_));
-    }
-    std::string make_footer(const CLI::App* /*app*/) const override {
-        return std::string(text(Text::footer, language_));
-    }
-
-private:
-    Language language_;
+    std::string make_usage(const CLI::App* /*app*/, std::string /*name*/) const override { return {}; }
 };
 
 /// The parser and the values that it fills. Stays in its place, since CLI11 keeps references to the values.
@@ -82,6 +74,7 @@ private:
     CLI::Option* addValue(const std::string& names, std::string& value, const std::string& placeholder, Text help);
     void addFlag(const std::string& names, bool& value, Text help);
     void takePaths();
+    std::string help() const;
     std::string explain(const CLI::ArgumentMismatch& mismatch) const;
 
     CLI::App app_;
@@ -97,8 +90,8 @@ private:
     bool flat_ = false;
 };
 
-Parser::Parser(Language language) : app_(std::string(text(Text::programDescription, language))), language_(language) {
-    app_.formatter(std::make_shared<HelpFormatter>(language));
+Parser::Parser(Language language) : language_(language) {
+    app_.formatter(std::make_shared<OptionsFormatter>());
     // CLI11 takes a positional argument in square brackets apart, so paths are what remains after the options.
     app_.allow_extras();
 
@@ -159,8 +152,7 @@ Invocation Parser::parse(const std::vector<std::string>& arguments) {
         app_.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
     } catch (const CLI::CallForHelp&) {
         invocation.kind = Invocation::Kind::help;
-        // Some versions of CLI11 part groups by one empty line, others by two.
-        invocation.text = CLI::detail::find_and_replace(app_.help(), "\n\n\n", "\n\n");
+        invocation.text = help();
         return invocation;
     } catch (const CLI::CallForVersion&) {
         invocation.kind = Invocation::Kind::version;
@@ -203,6 +195,12 @@ Invocation Parser::parse(const std::vector<std::string>& arguments) {
     options_.recursive = !flat_;
     invocation.options = std::move(options_);
     return invocation;
+}
+
+/// Versions of CLI11 wrap paragraphs and part groups in different ways; they are given the options alone.
+std::string Parser::help() const {
+    return word(Text::programDescription) + "\n" + word(Text::usage) +
+           CLI::detail::find_and_replace(app_.help(), "\n\n\n", "\n\n") + word(Text::footer);
 }
 
 /// CLI11's message is English; all that is taken from it is the option that it begins with, with or without dashes.
