@@ -1,9 +1,13 @@
 # One function for each kind of target, so that a folder's list file says only what is its own.
 
-# ovrel_library(NAME SOURCES file… HEADERS file… [LINK target…] [LINK_PRIVATE target…])
-# A static library of one folder. Every header in HEADERS is compiled alone by the target `NAME_verify_…`.
+# ovrel_library(NAME SOURCES file… [HEADERS file…] [LINK target…] [LINK_PRIVATE target…])
+# A static library of one folder. Its headers, all that lie in the folder unless they are named, are compiled alone by
+# the target `NAME_verify_interface_header_sets`.
 function(ovrel_library name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;HEADERS;LINK;LINK_PRIVATE")
+  if(NOT arg_HEADERS)
+    file(GLOB_RECURSE arg_HEADERS CONFIGURE_DEPENDS "*.h")
+  endif()
   add_library(${name} STATIC ${arg_SOURCES})
   target_sources(${name} PUBLIC FILE_SET HEADERS BASE_DIRS "${PROJECT_SOURCE_DIR}" FILES ${arg_HEADERS})
   set_target_properties(${name} PROPERTIES CXX_EXTENSIONS OFF VERIFY_INTERFACE_HEADER_SETS ON)

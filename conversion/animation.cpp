@@ -50,27 +50,20 @@ std::uint64_t durationMilliseconds(const ImageProperties& properties) {
     return static_cast<std::uint64_t>(std::clamp(milliseconds, 1.0, most));
 }
 
-ConversionError preparationError(const std::string& number) {
-    return prefixedError("Не удалось подготовить кадр GIF ", "Unable to prepare GIF frame ", number);
-}
-
 ConversionError animationError(const ErrorText& text) {
     return prefixedError("Ошибка анимации: ", "Animation encoding failed: ", text.data());
 }
 
-Image readFrame(ImageSource& source, std::size_t index, const std::string& number) {
-    std::optional<Image> frame = source.decode(index);
-    if (!frame) {
-        throw prefixedError("Не удалось прочитать кадр GIF ", "Unable to read GIF frame ", number);
-    }
-    return std::move(*frame);
-}
-
-Bitmap drawFrame(Image&& frame, const std::string& number) {
+/// The pixels of a frame lie in one memory from decoding to encoding, so wherever it runs out they cannot be prepared.
+Bitmap prepareFrame(ImageSource& source, std::size_t index, const std::string& number) {
     try {
-        return Bitmap::draw(std::move(frame));
+        std::optional<Image> frame = source.decode(index);
+        if (!frame) {
+            throw prefixedError("Не удалось прочитать кадр GIF ", "Unable to read GIF frame ", number);
+        }
+        return Bitmap::draw(std::move(*frame));
     } catch (const std::bad_alloc&) {
-        throw preparationError(number);
+        throw framePreparationError(number);
     }
 }
 
@@ -87,14 +80,13 @@ void encodeGIF(ImageSource& source, const std::filesystem::path& file, double qu
     std::uint32_t height = 0;
     for (std::size_t index = 0; index < source.count(); ++index) {
         const std::string number = std::to_string(index + 1);
-        Image frame = readFrame(source, index, number);
+        const Bitmap bitmap = prepareFrame(source, index, number);
         if (index == 0) {
-            width = frame.width;
-            height = frame.height;
-        } else if (frame.width != width || frame.height != height) {
-            throw preparationError(number);
+            width = bitmap.width;
+            height = bitmap.height;
+        } else if (bitmap.width != width || bitmap.height != height) {
+            throw framePreparationError(number);
         }
-        const Bitmap bitmap = drawFrame(std::move(frame), number);
         if (!avif_sequence_add(sequence.get(), bitmap.pixels.data(), bitmap.width, bitmap.height,
                                durationMilliseconds(source.properties(index)), error.data(), error.size())) {
             throw prefixedError("Кадр ", "Frame ", number + ": " + error.data());

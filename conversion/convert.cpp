@@ -40,13 +40,11 @@ fs::path publishWritten(const InputItem& item, const fs::path& output, const Ser
     return publish(*services.files, temporary.path(), item, folder);
 }
 
-/// Refuses a header that claims more than the machine has before anything is decoded.
-void requireMemory(const ImageProperties& properties, const Services& services) {
+/// Tells a header that claims more than the machine has before anything is decoded.
+bool fitsIntoMemory(const ImageProperties& properties, const Services& services) {
     const std::uint64_t pixels = std::uint64_t{properties.pixelWidth} * properties.pixelHeight;
-    if (pixels > std::numeric_limits<std::uint64_t>::max() / encodingBytesPerPixel ||
-        !services.fitsIntoMemory(pixels * encodingBytesPerPixel)) {
-        throw memoryError();
-    }
+    return pixels <= std::numeric_limits<std::uint64_t>::max() / encodingBytesPerPixel &&
+           services.fitsIntoMemory(pixels * encodingBytesPerPixel);
 }
 
 /// The first image of `source`, upright.
@@ -55,7 +53,9 @@ Image decodeStill(ImageSource& source, const Services& services) {
     if (std::max(properties.pixelWidth, properties.pixelHeight) < 1) {
         throw damagedImageError();
     }
-    requireMemory(properties, services);
+    if (!fitsIntoMemory(properties, services)) {
+        throw memoryError();
+    }
     std::optional<Image> image = source.decode(0);
     if (!image) {
         throw damagedImageError();
@@ -82,7 +82,9 @@ ConversionResult convertChecked(const InputItem& item, const fs::path& output, d
     }
     const bool multiImage = source->count() > 1;
     if (item.isGIF() && multiImage) {
-        requireMemory(source->properties(0), services);
+        if (!fitsIntoMemory(source->properties(0), services)) {
+            throw framePreparationError("1");
+        }
         const fs::path file = publishWritten(item, output, services, [&](const fs::path& temporary) {
             encodeGIF(*source, temporary, quality, speed);
         });

@@ -41,7 +41,8 @@ public:
 
     /// Converts one item into `output` (below it, by the item's relativeDirectory; missing folders are created) under
     /// the first free of the names base.avif, base-2.avif, …
-    /// \param quality 0.0 … 1.0; values outside are clamped, values that are no number abort the program
+    /// \param quality 0.0 … 1.0; values outside are clamped, values that are no number abort the program unless the
+    ///                source is copied
     /// \param speed 0 (slowest) … 10 (fastest); without effect on the system's writer
     /// \throws ConversionError, FileError
     static ConversionResult convert(const InputItem& item, const std::filesystem::path& output, double quality,

@@ -26,4 +26,9 @@ inline ConversionError memoryError() {
     return ConversionError("Недостаточно памяти для изображения", "Not enough memory to process the image");
 }
 
+/// \param number of the frame, from 1
+inline ConversionError framePreparationError(const std::string& number) {
+    return prefixedError("Не удалось подготовить кадр GIF ", "Unable to prepare GIF frame ", number);
+}
+
 } // namespace ovrel

@@ -73,8 +73,15 @@ void addFolder(FileSystem& fileSystem, const fs::path& folder, bool recursive, G
         const std::string name = lastComponent(folder);
         throw ConversionError("Не удалось прочитать папку: " + name, "Unable to read folder: " + name);
     }
+    std::vector<DirectoryEnumerator::Entry> entries;
     while (std::optional<DirectoryEnumerator::Entry> entry = enumerator->next()) {
-        gathering.add(entry->path, entry->values, directoryBetween(folder, entry->path));
+        entries.push_back(std::move(*entry));
+    }
+    // The order in which a disk lists its entries must not decide between names that sort alike.
+    std::sort(entries.begin(), entries.end(),
+              [](const auto& left, const auto& right) { return left.path.native() < right.path.native(); });
+    for (const DirectoryEnumerator::Entry& entry : entries) {
+        gathering.add(entry.path, entry.values, directoryBetween(folder, entry.path));
     }
 }
 

@@ -32,6 +32,7 @@ void encodeWithSystem(Image&& image, const std::filesystem::path& file, double q
     if (!destination) {
         throw ConversionError("Не удалось создать AVIF", "Unable to create the AVIF file");
     }
+    (void)encoderQuality(quality); // a value that is no number ends the program here as well
     destination->addImage(browserCompatibleImage(std::move(image)), quality);
     if (!destination->finalize()) {
         throw ConversionError("Ошибка кодирования AVIF", "AVIF encoding failed");

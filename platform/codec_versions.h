@@ -9,7 +9,7 @@ namespace ovrel {
 
 struct CodecVersion {
     std::string name;    ///< for example "libavif"
-    std::string version; ///< as the library itself reports it at run time
+    std::string version; ///< as the library reports it, at run time where it can
 };
 
 /// The image libraries in use, the AV1 ones first.

@@ -30,7 +30,7 @@ struct ImageProperties {
 /// An open image file. One thread at a time; different objects are independent.
 class ImageSource {
 public:
-    /// Reads the header only. The file stays open, so it may be renamed or replaced meanwhile.
+    /// Decodes no pixel yet. The file stays open or is in memory, so it may be renamed or replaced meanwhile.
     /// \return null when the file is no regular file that can be read, or its format is not known. A file of a known
     ///         format whose header is damaged opens with one image of unknown size.
     static std::unique_ptr<ImageSource> open(const std::filesystem::path& file);

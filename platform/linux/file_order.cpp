@@ -1,9 +1,9 @@
 #include "platform/file_order.h"
 
+#include "platform/programming_fault.h"
+
 #include <array>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <new>
 
 #include <unicode/coll.h>
@@ -20,8 +20,7 @@ void requireCollator(UErrorCode status) {
         throw std::bad_alloc();
     }
     if (U_FAILURE(status)) {
-        std::fprintf(stderr, "ICU has no root collation: %s\n", u_errorName(status));
-        std::abort();
+        programmingFault("ICU has no root collation");
     }
 }
 

@@ -17,6 +17,9 @@ namespace {
 
 constexpr double hundredthsPerSecond = 100.0;
 
+/// An hour of the smoothest animation that browsers play has 180,000 frames; a file with more is meant to wear us out.
+constexpr std::size_t maximumFrames = 200'000;
+
 /// Rows that come one after the other, counted from the frame's top.
 struct Pass {
     std::uint32_t first;
@@ -174,7 +177,7 @@ std::unique_ptr<ImageSource> openGif(InputFile file) {
         return nullptr;
     }
     GifStructure structure = readGifStructure(*stream);
-    if (structure.frames.empty()) {
+    if (structure.frames.empty() || structure.frames.size() > maximumFrames) {
         return nullptr;
     }
     return std::make_unique<GifSource>(std::move(stream), std::move(structure));

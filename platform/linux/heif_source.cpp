@@ -2,10 +2,9 @@
 
 #include "platform/linux/av1_image.h"
 #include "platform/linux/color_profiles.h"
+#include "platform/linux/heif_handles.h"
 #include "platform/linux/upright_rows.h"
 #include "platform/memory.h"
-
-#include <libheif/heif.h>
 
 #include <algorithm>
 #include <array>
@@ -21,27 +20,6 @@
 namespace ovrel {
 
 namespace {
-
-struct ContextDeleter {
-    void operator()(heif_context* context) const noexcept { heif_context_free(context); }
-};
-struct HandleDeleter {
-    void operator()(heif_image_handle* handle) const noexcept { heif_image_handle_release(handle); }
-};
-struct ImageDeleter {
-    void operator()(heif_image* image) const noexcept { heif_image_release(image); }
-};
-struct NclxDeleter {
-    void operator()(heif_color_profile_nclx* nclx) const noexcept { heif_nclx_color_profile_free(nclx); }
-};
-
-using Context = std::unique_ptr<heif_context, ContextDeleter>;
-using Handle = std::unique_ptr<heif_image_handle, HandleDeleter>;
-using HeifImage = std::unique_ptr<heif_image, ImageDeleter>;
-
-bool succeeded(const heif_error& error) {
-    return error.code == heif_error_Ok;
-}
 
 std::uint64_t bigEndian(std::span<const std::uint8_t> bytes) {
     return std::accumulate(bytes.begin(), bytes.end(), std::uint64_t{0},
@@ -84,9 +62,9 @@ std::vector<heif_item_id> picturesOf(heif_context* context) {
     return ids;
 }
 
-Handle pictureOf(heif_context* context, heif_item_id id) {
+HeifHandle pictureOf(heif_context* context, heif_item_id id) {
     heif_image_handle* handle = nullptr;
-    return succeeded(heif_context_get_image_handle(context, id, &handle)) ? Handle(handle) : nullptr;
+    return succeeded(heif_context_get_image_handle(context, id, &handle)) ? HeifHandle(handle) : nullptr;
 }
 
 bool isDeep(const heif_image_handle* handle) {
@@ -103,7 +81,7 @@ ColorSpace colorSpaceOf(const heif_image_handle* handle) {
     }
     heif_color_profile_nclx* nclx = nullptr;
     if (succeeded(heif_image_handle_get_nclx_color_profile(handle, &nclx)) && nclx != nullptr) {
-        const std::unique_ptr<heif_color_profile_nclx, NclxDeleter> released(nclx);
+        const HeifNclx released(nclx);
         return colorSpaceFromCicp(static_cast<std::uint16_t>(nclx->color_primaries),
                                   static_cast<std::uint16_t>(nclx->transfer_characteristics));
     }
@@ -152,7 +130,7 @@ void straighten(std::uint8_t* row, std::size_t pixels) {
 
 class HeifSource final : public ImageSource {
 public:
-    HeifSource(std::vector<std::uint8_t> bytes, Context context, std::vector<heif_item_id> ids)
+    HeifSource(std::vector<std::uint8_t> bytes, HeifContext context, std::vector<heif_item_id> ids)
         : bytes_(std::move(bytes)), context_(std::move(context)), ids_(std::move(ids)) {}
 
     ImageFormat format() const override { return ImageFormat::heif; }
@@ -161,7 +139,7 @@ public:
     /// Sizes are those after the file's own turns and crops, which libheif applies.
     ImageProperties properties(std::size_t index) const override {
         ImageProperties properties;
-        if (const Handle handle = pictureOf(context_.get(), ids_[index])) {
+        if (const HeifHandle handle = pictureOf(context_.get(), ids_[index])) {
             properties.pixelWidth = static_cast<std::uint32_t>(std::max(heif_image_handle_get_width(handle.get()), 0));
             properties.pixelHeight =
                 static_cast<std::uint32_t>(std::max(heif_image_handle_get_height(handle.get()), 0));
@@ -170,7 +148,7 @@ public:
     }
 
     std::optional<Image> decode(std::size_t index) override {
-        const Handle handle = pictureOf(context_.get(), ids_[index]);
+        const HeifHandle handle = pictureOf(context_.get(), ids_[index]);
         if (!handle) {
             return std::nullopt;
         }
@@ -218,7 +196,7 @@ private:
     }
 
     std::vector<std::uint8_t> bytes_; ///< libheif reads them as it goes
-    Context context_;
+    HeifContext context_;
     std::vector<heif_item_id> ids_;
 };
 
@@ -234,7 +212,7 @@ std::unique_ptr<ImageSource> openHeif(InputFile file) {
     if (holdsAv1(*bytes)) {
         return openAv1Image(std::move(*bytes));
     }
-    Context context(heif_context_alloc());
+    HeifContext context(heif_context_alloc());
     if (!context) {
         return nullptr;
     }

@@ -1,8 +1,7 @@
 #include "platform/image_destination.h"
 
 #include "platform/bitmap.h"
-
-#include <libheif/heif.h>
+#include "platform/linux/heif_handles.h"
 
 #include <algorithm>
 #include <cmath>
@@ -14,35 +13,11 @@ namespace ovrel {
 
 namespace {
 
-struct ContextDeleter {
-    void operator()(heif_context* context) const noexcept { heif_context_free(context); }
-};
-struct EncoderDeleter {
-    void operator()(heif_encoder* encoder) const noexcept { heif_encoder_release(encoder); }
-};
-struct ImageDeleter {
-    void operator()(heif_image* image) const noexcept { heif_image_release(image); }
-};
-struct OptionsDeleter {
-    void operator()(heif_encoding_options* options) const noexcept { heif_encoding_options_free(options); }
-};
-struct NclxDeleter {
-    void operator()(heif_color_profile_nclx* nclx) const noexcept { heif_nclx_color_profile_free(nclx); }
-};
-struct HandleDeleter {
-    void operator()(heif_image_handle* handle) const noexcept { heif_image_handle_release(handle); }
-};
 struct FileCloser {
     void operator()(std::FILE* file) const noexcept { std::fclose(file); }
 };
 
-using HeifImage = std::unique_ptr<heif_image, ImageDeleter>;
-using Nclx = std::unique_ptr<heif_color_profile_nclx, NclxDeleter>;
 using File = std::unique_ptr<std::FILE, FileCloser>;
-
-bool succeeded(const heif_error& error) {
-    return error.code == heif_error_Ok;
-}
 
 const heif_encoder_descriptor* av1Encoder() {
     const heif_encoder_descriptor* descriptor = nullptr;
@@ -63,8 +38,8 @@ bool isOpaque(const Image& image) {
 }
 
 /// sRGB as full-range YCbCr with the matrix that JPEG uses: ITU-T H.273 code points 1, 13 and 6.
-Nclx srgbNclx() {
-    Nclx nclx(heif_nclx_color_profile_alloc());
+HeifNclx srgbNclx() {
+    HeifNclx nclx(heif_nclx_color_profile_alloc());
     if (nclx) {
         nclx->color_primaries = heif_color_primaries_ITU_R_BT_709_5;
         nclx->transfer_characteristics = heif_transfer_characteristic_IEC_61966_2_1;
@@ -131,7 +106,7 @@ heif_error writeToFile(heif_context*, const void* data, std::size_t size, void* 
 
 class HeifDestination final : public ImageDestination {
 public:
-    HeifDestination(File file, std::unique_ptr<heif_encoder, EncoderDeleter> encoder)
+    HeifDestination(File file, HeifEncoder encoder)
         : file_(std::move(file)), encoder_(std::move(encoder)), context_(heif_context_alloc()) {}
 
     void addImage(const Image& image, double lossyCompressionQuality) override {
@@ -148,8 +123,8 @@ public:
 
 private:
     bool encode() {
-        std::unique_ptr<heif_encoding_options, OptionsDeleter> options(heif_encoding_options_alloc());
-        const Nclx nclx = srgbNclx();
+        HeifEncodingOptions options(heif_encoding_options_alloc());
+        const HeifNclx nclx = srgbNclx();
         if (!options || !nclx || !succeeded(heif_encoder_set_lossy_quality(encoder_.get(), quality_))) {
             return false;
         }
@@ -157,7 +132,7 @@ private:
         heif_image_handle* handle = nullptr;
         const heif_error error =
             heif_context_encode_image(context_.get(), image_.get(), encoder_.get(), options.get(), &handle);
-        const std::unique_ptr<heif_image_handle, HandleDeleter> released(handle);
+        const HeifHandle released(handle);
         image_.reset();
         return succeeded(error);
     }
@@ -168,8 +143,8 @@ private:
     }
 
     File file_;
-    std::unique_ptr<heif_encoder, EncoderDeleter> encoder_;
-    std::unique_ptr<heif_context, ContextDeleter> context_;
+    HeifEncoder encoder_;
+    HeifContext context_;
     HeifImage image_;
     int quality_ = 0;
 };
@@ -194,7 +169,7 @@ std::unique_ptr<ImageDestination> ImageDestination::create(const std::filesystem
     if (!succeeded(heif_context_get_encoder(nullptr, descriptor, &created))) {
         return nullptr;
     }
-    std::unique_ptr<heif_encoder, EncoderDeleter> encoder(created);
+    HeifEncoder encoder(created);
     File opened(std::fopen(file.c_str(), "wbe"));
     if (!opened) {
         return nullptr;

@@ -54,6 +54,33 @@ std::vector<std::uint8_t> grayProfile(double gamma) {
     });
 }
 
+/// A press that knows black ink alone: a table from inks to L*a*b* whose lightness falls evenly from paper to black.
+std::vector<std::uint8_t> inkProfile() {
+    return savedProfile([](cmsContext context) {
+        cmsHPROFILE profile = cmsCreateProfilePlaceholder(context);
+        cmsSetProfileVersion(profile, 2.1);
+        cmsSetDeviceClass(profile, cmsSigOutputClass);
+        cmsSetColorSpace(profile, cmsSigCmykData);
+        cmsSetPCS(profile, cmsSigLabData);
+        constexpr cmsUInt32Number gridPoints = 2;
+        cmsStage* table = cmsStageAllocCLut16bit(context, gridPoints, 4, 3, nullptr);
+        const auto sampler = [](const cmsUInt16Number inks[], cmsUInt16Number lab[], void*) -> cmsInt32Number {
+            constexpr cmsUInt16Number whiteLightness = 0xFF00; // L* 100 in the encoding of version 2
+            constexpr cmsUInt16Number neutral = 0x8000;
+            lab[0] = inks[3] == 0 ? whiteLightness : cmsUInt16Number{0};
+            lab[1] = neutral;
+            lab[2] = neutral;
+            return 1;
+        };
+        cmsStageSampleCLut16bit(table, sampler, nullptr, 0);
+        cmsPipeline* pipeline = cmsPipelineAlloc(context, 4, 3);
+        cmsPipelineInsertStage(pipeline, cmsAT_BEGIN, table);
+        cmsWriteTag(profile, cmsSigAToB0Tag, pipeline);
+        cmsPipelineFree(pipeline);
+        return profile;
+    });
+}
+
 } // namespace
 
 TEST(Bitmap, CopiesOpaqueSrgbBitForBit) {
@@ -141,9 +168,21 @@ TEST(Bitmap, MixesInksWithoutAProfile) {
 }
 
 TEST(Bitmap, ConvertsInksByTheirProfile) {
+    Image image = imageOf<std::uint8_t>(3, 1, PixelLayout::cmyk8, {0, 0, 0, 0, 0, 0, 0, 255, 0, 0, 0, 128});
+    image.colorSpace = colorSpaceFromProfile(inkProfile(), ColorModel::cmyk);
+    ASSERT_FALSE(image.colorSpace.profile.empty());
+    const Image converted = convertedToSrgb(std::move(image));
+    EXPECT_EQ(pixelOf(converted, 0, 0), (Rgba{255, 255, 255, 255}));
+    EXPECT_EQ(pixelOf(converted, 1, 0), (Rgba{0, 0, 0, 255}));
+    // Half of the black ink is L* 50 by this profile, which is 119 in sRGB; plain inks would give 127.
+    for (std::size_t channel = 0; channel < 3; ++channel) {
+        EXPECT_NEAR(pixelOf(converted, 2, 0)[channel], 119, 2);
+    }
+}
+
+TEST(Bitmap, MixesInksPlainlyWhereTheProfileLeadsToNoLight) {
     Image image = imageOf<std::uint8_t>(2, 1, PixelLayout::cmyk8, {0, 0, 0, 0, 255, 255, 255, 255});
-    // A profile that limits nothing: Little CMS' ink limiting link takes CMYK to CMYK, so it cannot serve here and the
-    // picture falls back to plain inks.
+    // A link from inks to inks is no way to sRGB.
     image.colorSpace = {ColorModel::cmyk, savedProfile([](cmsContext context) {
                             return cmsCreateInkLimitingDeviceLinkTHR(context, cmsSigCmykData, 400.0);
                         })};
