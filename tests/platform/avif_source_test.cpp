@@ -150,7 +150,7 @@ TEST(AvifSource, DecodesDeepPicturesToSixteenBits) {
     for (const unsigned depth : {10U, 12U}) {
         for (const AvifChroma chroma : {AvifChroma::full, AvifChroma::halved, AvifChroma::none}) {
             SCOPED_TRACE(std::to_string(depth) + " bits, chroma " + std::to_string(static_cast<int>(chroma)));
-            Image deep{32, 20, PixelLayout::rgba16, PixelBuffer::zeroed(20, 32 * 8), {}};
+            Image deep{32, 20, PixelLayout::rgba16, PixelBuffer::zeroed(20, std::size_t{32} * 8), {}};
             for (std::uint32_t y = 0; y < deep.height; ++y) {
                 for (std::uint32_t x = 0; x < deep.width; ++x) {
                     const auto level = static_cast<std::uint16_t>(x * 2000 + y * 30);
@@ -249,7 +249,7 @@ TEST(AvifSource, CropsAtOddPlacesOfCoarseChroma) {
     // Fields of the box: width, height, horizontal and vertical offset, each as numerator and denominator.
     constexpr std::size_t horizontalOffset = 4 + 4 * 4;
     const std::size_t clap = file.find("clap");
-    patch(file, clap + horizontalOffset, 2 * 3 + 24 - 33); // from column 3 on
+    patch(file, clap + horizontalOffset, static_cast<std::uint32_t>(2 * 3 + 24 - 33)); // from column 3 on
     const auto source = open(file);
     ASSERT_TRUE(source);
     EXPECT_EQ(source->properties(0).pixelWidth, 24U);

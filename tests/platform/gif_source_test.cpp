@@ -162,7 +162,10 @@ TEST(GifSource, StatesNoLoopCountWhereTheFileHasNone) {
     };
     for (const auto& [name, extension] : extensions) {
         SCOPED_TRACE(name);
-        const auto source = open(gifHeader(1, 1, colors) + extension + image);
+        std::string file = gifHeader(1, 1, colors);
+        file += extension;
+        file += image;
+        const auto source = open(file);
         ASSERT_TRUE(source);
         EXPECT_EQ(source->gifLoopCount(), std::nullopt);
         EXPECT_EQ(decoded(*source, 0), Drawing{"R"});

@@ -70,7 +70,7 @@ std::string assembled(const Mux& mux, const WebpMetadata& metadata) {
 } // namespace
 
 std::string writeWebp(const Image& image, const WebpMetadata& metadata, std::optional<float> lossyQuality) {
-    const std::string still = encoded(image, lossyQuality);
+    std::string still = encoded(image, lossyQuality);
     if (metadata.exif.empty() && metadata.icc.empty()) {
         return still;
     }
