@@ -8,6 +8,7 @@
 #include <webp/decode.h>
 #include <webp/demux.h>
 
+#include <algorithm>
 #include <cstring>
 #include <new>
 #include <utility>
@@ -30,11 +31,11 @@ using Animation = std::unique_ptr<WebPAnimDecoder, AnimationDeleter>;
 /// A file and what its container says.
 struct WebpFile {
     std::vector<std::uint8_t> bytes;
+    Demuxer demuxer; ///< refers to the bytes
     ImageProperties properties;
     ColorSpace colorSpace;
     std::size_t frameCount = 1;
-    std::vector<double> delaySeconds; ///< of the frames of an animation
-    std::int64_t loopCount = 0;       ///< of an animation: how often it plays, 0 for without end
+    std::int64_t loopCount = 0; ///< of an animation: how often it plays, 0 for without end
     bool isAnimated = false;
 
     WebPData data() const { return {bytes.data(), bytes.size()}; }
@@ -92,9 +93,21 @@ private:
     WebpFile file_;
 };
 
+std::optional<double> delaySeconds(const WebPDemuxer* demuxer, std::size_t index) {
+    constexpr double millisecondsPerSecond = 1000.0;
+    WebPIterator frame;
+    if (!WebPDemuxGetFrame(demuxer, static_cast<int>(index + 1), &frame)) {
+        return std::nullopt;
+    }
+    const double delay = frame.duration / millisecondsPerSecond;
+    WebPDemuxReleaseIterator(&frame);
+    return delay;
+}
+
 class AnimatedWebpSource final : public ImageSource {
 public:
-    explicit AnimatedWebpSource(WebpFile file) : file_(std::move(file)), readableFrames_(file_.frameCount) {}
+    explicit AnimatedWebpSource(WebpFile file)
+        : file_(std::move(file)), readableFrames_(std::min(file_.frameCount, mostFrames)) {}
 
     ImageFormat format() const override { return ImageFormat::webp; }
     std::size_t count() const override { return file_.frameCount; }
@@ -102,7 +115,7 @@ public:
 
     ImageProperties properties(std::size_t index) const override {
         ImageProperties properties = file_.properties;
-        properties.gifUnclampedDelayTime = file_.delaySeconds[index];
+        properties.gifUnclampedDelayTime = delaySeconds(file_.demuxer.get(), index);
         return properties;
     }
 
@@ -150,6 +163,9 @@ private:
         return std::move(rows).finish(file_.colorSpace);
     }
 
+    /// libwebp looks for every frame from the first one on, so an endless list of them would take endless time.
+    static constexpr std::size_t mostFrames = 65536;
+
     WebpFile file_;
     Animation decoder_;
     std::uint8_t* canvas_ = nullptr; ///< the decoder's, as the last composed frame shows it
@@ -168,37 +184,23 @@ std::vector<std::uint8_t> chunk(const WebPDemuxer* demuxer, const char* name) {
     return content;
 }
 
-std::vector<double> delaysOf(const WebPDemuxer* demuxer, std::size_t frames) {
-    constexpr double millisecondsPerSecond = 1000.0;
-    std::vector<double> delays(frames, 0.0);
-    WebPIterator frame;
-    if (WebPDemuxGetFrame(demuxer, 1, &frame)) {
-        std::size_t index = 0;
-        do {
-            delays[index++] = frame.duration / millisecondsPerSecond;
-        } while (index < frames && WebPDemuxNextFrame(&frame));
-        WebPDemuxReleaseIterator(&frame);
-    }
-    return delays;
-}
-
 /// Reads the container of the file's bytes.
 /// \return whether its header is sound; the file may still be cut off
 bool readContainer(WebpFile& file) {
     const WebPData data = file.data();
     WebPDemuxState state = WEBP_DEMUX_PARSE_ERROR;
-    const Demuxer demuxer(WebPDemuxPartial(&data, &state));
-    if (!demuxer || state < WEBP_DEMUX_PARSED_HEADER) {
+    file.demuxer.reset(WebPDemuxPartial(&data, &state));
+    const WebPDemuxer* demuxer = file.demuxer.get();
+    if (demuxer == nullptr || state < WEBP_DEMUX_PARSED_HEADER) {
         return false;
     }
-    file.properties.pixelWidth = WebPDemuxGetI(demuxer.get(), WEBP_FF_CANVAS_WIDTH);
-    file.properties.pixelHeight = WebPDemuxGetI(demuxer.get(), WEBP_FF_CANVAS_HEIGHT);
-    file.properties.orientation = exifOrientation(chunk(demuxer.get(), "EXIF"));
-    file.colorSpace = colorSpaceFromProfile(chunk(demuxer.get(), "ICCP"), ColorModel::rgb);
-    file.isAnimated = (WebPDemuxGetI(demuxer.get(), WEBP_FF_FORMAT_FLAGS) & ANIMATION_FLAG) != 0;
-    file.frameCount = WebPDemuxGetI(demuxer.get(), WEBP_FF_FRAME_COUNT);
-    file.delaySeconds = delaysOf(demuxer.get(), file.frameCount);
-    file.loopCount = WebPDemuxGetI(demuxer.get(), WEBP_FF_LOOP_COUNT);
+    file.properties.pixelWidth = WebPDemuxGetI(demuxer, WEBP_FF_CANVAS_WIDTH);
+    file.properties.pixelHeight = WebPDemuxGetI(demuxer, WEBP_FF_CANVAS_HEIGHT);
+    file.properties.orientation = exifOrientation(chunk(demuxer, "EXIF"));
+    file.colorSpace = colorSpaceFromProfile(chunk(demuxer, "ICCP"), ColorModel::rgb);
+    file.isAnimated = (WebPDemuxGetI(demuxer, WEBP_FF_FORMAT_FLAGS) & ANIMATION_FLAG) != 0;
+    file.frameCount = WebPDemuxGetI(demuxer, WEBP_FF_FRAME_COUNT);
+    file.loopCount = WebPDemuxGetI(demuxer, WEBP_FF_LOOP_COUNT);
     return file.pixels() != 0 && file.frameCount != 0;
 }
 

@@ -339,6 +339,28 @@ TEST(WebpSource, RefusesAnAnimationThatDoesNotFitIntoMemory) {
     EXPECT_LT(taken, littleMemory);
 }
 
+TEST(WebpSource, ReadsNoMoreFramesThanItCanInBoundedTime) {
+    constexpr std::size_t count = 200'000;
+    const std::string two = writeWebpAnimation({1, 1, 0, 0, {{still({"R"})}, {still({"R"})}}, {}});
+    const std::size_t first = two.find("ANMF");
+    const std::string frame = two.substr(first, two.find("ANMF", first + 1) - first);
+    std::string file = two.substr(0, first);
+    for (std::size_t i = 0; i < count; ++i) {
+        file += frame;
+    }
+    const std::size_t riffBytes = file.size() - 8;
+    for (unsigned i = 0; i < 4; ++i) {
+        file[4 + i] = static_cast<char>(riffBytes >> (8 * i) & 0xFF);
+    }
+    const auto source = open(file);
+    ASSERT_TRUE(source);
+    EXPECT_EQ(source->count(), count);
+    EXPECT_EQ(source->properties(count - 1).gifUnclampedDelayTime, 0.1);
+    EXPECT_TRUE(source->decode(0));
+    EXPECT_TRUE(source->decode(100));
+    EXPECT_FALSE(source->decode(65536));
+}
+
 TEST(WebpSource, SurvivesTruncation) {
     expectToSurviveTruncation(writeWebpAnimation(richAnimation()), openWebp);
     expectToSurviveTruncation(writeWebp(gradient(20, 10), {exifBlock(6), displayP3Profile()}, 80.0F), openWebp);
