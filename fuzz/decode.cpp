@@ -33,11 +33,7 @@ void requireWhole(const Image& image) {
     }
 }
 
-} // namespace
-
-void decode(const std::uint8_t* bytes, std::size_t count,
-            const std::function<std::unique_ptr<ImageSource>(InputFile)>& open, bool draw) {
-    const std::unique_ptr<ImageSource> source = open(fileInMemory(bytes, count));
+void decodeAll(const std::unique_ptr<ImageSource>& source, bool draw) {
     if (!source) {
         return;
     }
@@ -47,17 +43,24 @@ void decode(const std::uint8_t* bytes, std::size_t count,
         if (std::uint64_t{properties.pixelWidth} * properties.pixelHeight > mostPixels) {
             return;
         }
-        try {
-            std::optional<Image> image = source->decode(index);
-            if (image) {
-                requireWhole(*image);
-                if (draw) {
-                    (void)Bitmap::draw(std::move(*image));
-                }
+        std::optional<Image> image = source->decode(index);
+        if (image) {
+            requireWhole(*image);
+            if (draw) {
+                (void)Bitmap::draw(std::move(*image));
             }
-        } catch (const std::bad_alloc&) {
-            return;
         }
+    }
+}
+
+} // namespace
+
+void decode(const std::uint8_t* bytes, std::size_t count,
+            const std::function<std::unique_ptr<ImageSource>(InputFile)>& open, bool draw) {
+    try {
+        decodeAll(open(fileInMemory(bytes, count)), draw);
+    } catch (const std::bad_alloc&) {
+        return; // what does not fit into memory is refused, which is no find
     }
 }
 

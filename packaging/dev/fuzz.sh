@@ -33,7 +33,7 @@ fuzz_one() {
     [ ! -d "$tree/seeds/$name" ] || folders+=("$tree/seeds/$name")
 
     say "Running $program for $seconds seconds."
-    if UBSAN_OPTIONS=print_stacktrace=1 "$program" -max_total_time="$seconds" -timeout=30 -print_final_stats=1 \
+    if UBSAN_OPTIONS=print_stacktrace=1 "$program" -max_total_time="$seconds" -timeout=30 -max_len=65536 -print_final_stats=1 \
         -artifact_prefix="$tree/finds/$name-" "${folders[@]}" >"$log" 2>&1; then
         say "$program: $(grep -E '^stat::number_of_executed_units' "$log" | grep -oE '[0-9]+') inputs, nothing found."
     else

@@ -36,6 +36,9 @@ constexpr int maximumScans = 200;
 /// cameras put in between.
 constexpr std::uint64_t maximumHeadBytes = std::uint64_t{64} << 20;
 
+/// A profile has 255 segments at most (ICC.1:2010, annex B.4), Exif one; this leaves room for what cameras add.
+constexpr int maximumKeptMarkers = 4096;
+
 /// libjpeg's state and its callbacks. The library leaves a failed call by longjmp, so the callbacks, and the steps
 /// given to attempt(), keep nothing on the stack that has a destructor; all that lives longer stands in here.
 class Decompressor {
@@ -79,12 +82,14 @@ private:
     boolean fillBuffer();
     void skip(long bytes);
     void meetWarning();
+    void countKeptMarker();
     void endPicture();
 
     const InputFile& file_;
     std::uint64_t position_ = 0;
     std::array<JOCTET, std::size_t{64} << 10> buffer_{};
     bool deviceFailed_ = false;
+    int keptMarkers_ = 0;
     bool severalScans_ = false;
     std::uint32_t endOfRows_ = std::numeric_limits<std::uint32_t>::max(); ///< behind the last row of which some came
     jpeg_error_mgr errors_{};
@@ -100,6 +105,8 @@ Decompressor::Decompressor(const InputFile& file) : file_(file) {
     errors_.emit_message = [](j_common_ptr common, int level) {
         if (level < 0) {
             of(common).meetWarning();
+        } else if (common->err->msg_code == JTRC_MISC_MARKER) {
+            of(common).countKeptMarker();
         }
     };
     source_.init_source = [](j_decompress_ptr) {};
@@ -153,6 +160,13 @@ void Decompressor::skip(long bytes) {
     source_.next_input_byte += buffered;
     source_.bytes_in_buffer -= buffered;
     position_ += count - buffered;
+}
+
+/// libjpeg walks the list of kept segments to append one, so very many of them would cost hours.
+void Decompressor::countKeptMarker() {
+    if (++keptMarkers_ > maximumKeptMarkers) {
+        ERREXIT(&info, JERR_TOO_LITTLE_DATA);
+    }
 }
 
 void Decompressor::meetWarning() {

@@ -226,12 +226,14 @@ std::optional<Image> PngSource::decode(std::size_t index) {
     const std::uint32_t height = png_get_image_height(png.get(), infoOf(png));
     const bool deep = png_get_bit_depth(png.get(), infoOf(png)) == 16;
     const bool interlaced = png_get_interlace_type(png.get(), infoOf(png)) != PNG_INTERLACE_NONE;
-    UprightRows rows(width, height, deep ? PixelLayout::rgba16 : PixelLayout::rgba8, chunks_.orientation,
-                     interlaced ? height : UprightRows::defaultStrip);
+    const PixelLayout layout = deep ? PixelLayout::rgba16 : PixelLayout::rgba8;
+    // An interlaced picture that is turned is held twice; libpng keeps two rows of its own.
     constexpr std::uint64_t rowsOfLibpng = 2;
-    if (!fitsIntoMemory((height + rowsOfLibpng) * rows.bytesPerRow())) {
+    const std::uint64_t pictures = interlaced && chunks_.orientation != 1 ? 2 : 1;
+    if (!fitsIntoMemory((pictures * height + rowsOfLibpng) * width * bytesPerPixel(layout))) {
         throw std::bad_alloc();
     }
+    UprightRows rows(width, height, layout, chunks_.orientation, interlaced ? height : UprightRows::defaultStrip);
     const bool complete =
         startRgba(png) && (interlaced ? readPasses(png, height, rows) : readRows(png, height, rows)) && readTail(png);
     return complete ? std::optional(std::move(rows).finish(std::move(colorSpace))) : std::nullopt;

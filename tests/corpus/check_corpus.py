@@ -45,6 +45,9 @@ KNOWN_RENDERINGS = {
     "png-odd/pngsuite-basn4a16.png": "states a gamma of 1.0, which the rendering ignores",
 }
 
+# libavif's decoder refuses pictures of more than 2^28 pixels, so it cannot say anything of these results.
+TOO_LARGE_FOR_LIBAVIF = {"broken/bomb-valid-20000x20000-1bit.png", "broken/giant-image.jpg"}
+
 
 class Check:
     def __init__(self, corpus, programs):
@@ -119,6 +122,9 @@ class Check:
         self.table[kind]["converted"] += 1
         if self.verdict(row) == "refuse":
             self.deviation(row["path"], "converted, though every other decoder refuses it")
+        if row["path"] in TOO_LARGE_FOR_LIBAVIF:
+            print(f"known: {row['path']}: the result is too large for libavif's decoder")
+            return
         facts = self.run(self.facts, "avif", left[0])
         if facts.returncode != 0:
             self.deviation(row["path"], f"libavif refuses the result: {facts.stderr.strip()}")

@@ -436,6 +436,22 @@ TEST(JpegSource, RefusesAPictureOfWhichNothingCame) {
     EXPECT_FALSE(decode(std::string("\xFF\xD8\xFF\xD9"))) << "no frame";
 }
 
+TEST(JpegSource, RefusesVeryManySegments) {
+    std::string few;
+    for (int i = 0; i < 1000; ++i) {
+        few += jpegSegment(0xE1, "");
+    }
+    std::string many;
+    for (int i = 0; i < 100; ++i) {
+        many += few;
+    }
+    const std::string picture = writeJpeg(slopes(16, 16), {});
+    const std::unique_ptr<ImageSource> source = openJpeg(memoryFile(withSegments(picture, few)));
+    ASSERT_TRUE(source);
+    EXPECT_TRUE(source->decode(0));
+    EXPECT_FALSE(openJpeg(memoryFile(withSegments(picture, many))));
+}
+
 TEST(JpegSource, RefusesAFileThatCannotBeReadToItsEnd) {
     const TemporaryFolder folder;
     const std::filesystem::path path = folder.write("picture.jpg", writeJpeg(slopes(900, 900), {}));
