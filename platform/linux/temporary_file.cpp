@@ -1,11 +1,9 @@
 #include "platform/temporary_file.h"
 
-#include <chrono>
 #include <condition_variable>
 #include <mutex>
 #include <set>
 #include <string>
-#include <thread>
 
 #include <sys/resource.h>
 #include <unistd.h>
@@ -37,12 +35,6 @@ std::string newName() {
     return std::string(".avif-") + text + ".tmp";
 }
 
-void removeAll(const std::set<std::filesystem::path>& paths) {
-    for (const std::filesystem::path& path : paths) {
-        static_cast<void>(::unlink(path.c_str()));
-    }
-}
-
 } // namespace
 
 TemporaryFile::TemporaryFile(const std::filesystem::path& folder) : path_(folder / newName()) {
@@ -70,11 +62,9 @@ void removeTemporaryFiles() {
         descriptors.rlim_cur = 0;
         static_cast<void>(::setrlimit(RLIMIT_NOFILE, &descriptors));
     }
-    removeAll(all.paths);
-    // A call that had its descriptor already may have been on its way to the folder.
-    constexpr std::chrono::milliseconds callUnderWay(10);
-    std::this_thread::sleep_for(callUnderWay);
-    removeAll(all.paths);
+    for (const std::filesystem::path& path : all.paths) {
+        static_cast<void>(::unlink(path.c_str()));
+    }
 }
 
 } // namespace ovrel

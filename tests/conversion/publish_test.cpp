@@ -276,6 +276,7 @@ void expectAllFiles(const TemporaryFolder& folder) {
 
 void publishFromThreads(const TemporaryFolder& folder) {
     std::vector<std::thread> threads;
+    threads.reserve(writers);
     for (int writer = 0; writer < writers; ++writer) {
         threads.emplace_back([&folder, writer] { publishMany(folder, writer); });
     }

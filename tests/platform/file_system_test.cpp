@@ -155,6 +155,7 @@ TEST(FileSystem, CreatesOneFolderFromSeveralThreads) {
     std::array<int, 8> codes{};
     {
         std::vector<std::thread> threads;
+        threads.reserve(codes.size());
         for (int& code : codes) {
             threads.emplace_back([&] { code = codeOf([&] { files().createDirectories(deep); }); });
         }

@@ -77,8 +77,10 @@ TEST(TemporaryFile, IsItsOwnInEveryThread) {
     const TemporaryFolder folder;
     std::mutex mutex;
     std::set<fs::path> paths;
+    constexpr int holders = 8;
     std::vector<std::thread> threads;
-    for (int thread = 0; thread < 8; ++thread) {
+    threads.reserve(holders);
+    for (int thread = 0; thread < holders; ++thread) {
         threads.emplace_back([&] {
             for (int file = 0; file < 50; ++file) {
                 const TemporaryFile temporary(folder.path());
@@ -142,13 +144,21 @@ TEST(RemoveTemporaryFiles, LetsNoHolderCreateItsFileAfterwards) {
 TEST(RemoveTemporaryFiles, LetsNoNewOneBegin) {
     const TemporaryFolder folder;
     ChildProcess child([&] {
-        removeTemporaryFiles();
+        std::atomic<bool> running = false;
+        std::atomic<bool> removed = false;
         std::atomic<bool> begun = false;
         std::thread([&] {
+            running = true;
+            running.notify_all();
+            removed.wait(false);
             const TemporaryFile temporary(folder.path());
             begun = true;
         }).detach();
-        // Long enough for a thread that does not wait; one that does makes no difference however long this is.
+        running.wait(false);
+        removeTemporaryFiles();
+        removed = true;
+        removed.notify_all();
+        // Long enough for a thread that does not wait; for one that does it makes no difference.
         constexpr unsigned microseconds = 100000;
         ::usleep(microseconds);
         ::_exit(begun ? 1 : 0);

@@ -37,7 +37,7 @@ ChildProcess::ChildProcess(const std::function<int()>& body) {
 
 ChildProcess::~ChildProcess() {
     if (process_ > 0) {
-        wait();
+        static_cast<void>(::waitpid(process_, nullptr, 0));
     }
 }
 
