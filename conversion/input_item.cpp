@@ -1,17 +1,8 @@
 #include "conversion/input_item.h"
 
-#include <algorithm>
+#include "platform/text.h"
 
 namespace ovrel {
-
-namespace {
-
-// Not std::tolower: extensions are ASCII, and a Turkish locale knows another lower-case I.
-char lowerCase(char letter) {
-    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
-}
-
-} // namespace
 
 bool InputItem::isGIF() const {
     return lowerCaseExtension(url) == "gif";
@@ -22,12 +13,8 @@ bool InputItem::isAVIF() const {
 }
 
 std::string lowerCaseExtension(const std::filesystem::path& file) {
-    std::string extension = file.extension().native();
-    if (!extension.empty()) {
-        extension.erase(0, 1);
-    }
-    std::transform(extension.begin(), extension.end(), extension.begin(), lowerCase);
-    return extension;
+    const std::string extension = lowerCaseAscii(file.extension().native());
+    return extension.empty() ? extension : extension.substr(1);
 }
 
 } // namespace ovrel

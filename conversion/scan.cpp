@@ -2,7 +2,7 @@
 
 #include "conversion/converter.h"
 #include "platform/file_order.h"
-#include "platform/utf8.h"
+#include "platform/text.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -1,4 +1,5 @@
 #include "platform/file_system.h"
+#include "platform/text.h"
 
 #include <algorithm>
 #include <array>
@@ -67,20 +68,12 @@ constexpr std::array packageExtensions = std::to_array<std::string_view>({
     "vmwarevm",
 });
 
-char lowerCase(char letter) {
-    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
-}
-
 } // namespace
 
 bool isPackageName(const std::filesystem::path& name) {
-    std::string extension = name.extension().native();
-    if (extension.empty()) {
-        return false;
-    }
-    extension.erase(0, 1);
-    std::transform(extension.begin(), extension.end(), extension.begin(), lowerCase);
-    return std::find(packageExtensions.begin(), packageExtensions.end(), extension) != packageExtensions.end();
+    const std::string extension = lowerCaseAscii(name.extension().native());
+    return !extension.empty() && std::find(packageExtensions.begin(), packageExtensions.end(),
+                                           std::string_view(extension).substr(1)) != packageExtensions.end();
 }
 
 } // namespace ovrel

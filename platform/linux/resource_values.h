@@ -4,6 +4,7 @@
 
 #include "platform/file_system.h"
 
+#include <cstddef>
 #include <string>
 
 #include <sys/stat.h>
@@ -17,7 +18,8 @@ inline ResourceValues resourceValuesOf(mode_t mode) {
 /// The same path, but naming a link instead of the folder to which it leads. The root stays as it is.
 inline std::string withoutTrailingSlashes(const std::filesystem::path& path) {
     const std::string& text = path.native();
-    return text.substr(0, text.find_last_not_of('/') == std::string::npos ? 1 : text.find_last_not_of('/') + 1);
+    const std::size_t last = text.find_last_not_of('/');
+    return text.substr(0, last == std::string::npos ? 1 : last + 1);
 }
 
 } // namespace ovrel

@@ -1,4 +1,4 @@
-#include "platform/utf8.h"
+#include "platform/text.h"
 
 #include <gtest/gtest.h>
 
@@ -23,6 +23,13 @@ TEST(ValidUtf8, KeepsTextAndReplacesWhatIsNone) {
     for (const Row& row : rows) {
         EXPECT_EQ(validUtf8(row.bytes), row.text);
     }
+}
+
+TEST(LowerCaseAscii, LowersLettersOfAsciiAlone) {
+    EXPECT_EQ(lowerCaseAscii(""), "");
+    EXPECT_EQ(lowerCaseAscii("@AZ[`az{019"), "@az[`az{019");
+    EXPECT_EQ(lowerCaseAscii("ЁЖ.JPG"), "ЁЖ.jpg");
+    EXPECT_EQ(lowerCaseAscii("\xc0\xff.PNG"), "\xc0\xff.png");
 }
 
 } // namespace
