@@ -118,10 +118,26 @@ Measurement runAvifenc(const std::vector<fs::path>& photos, int speed) {
     Measurement total;
     total.succeeded = true;
     for (const fs::path& photo : photos) {
-        const Measurement one = measureProgram(
-            {"avifenc", "--speed", std::to_string(speed), "--qcolor", std::to_string(quality), "--qalpha", "100", "--yuv",
-             "420", "--range", "full", "--cicp", "1/13/6", "--jobs", std::to_string(encoderThreads()), "--advanced",
-             "tune=ssim", "--ignore-profile", photo.native(), (folder.path() / "out.avif").native()});
+        const Measurement one = measureProgram({"avifenc",
+                                                "--speed",
+                                                std::to_string(speed),
+                                                "--qcolor",
+                                                std::to_string(quality),
+                                                "--qalpha",
+                                                "100",
+                                                "--yuv",
+                                                "420",
+                                                "--range",
+                                                "full",
+                                                "--cicp",
+                                                "1/13/6",
+                                                "--jobs",
+                                                std::to_string(encoderThreads()),
+                                                "--advanced",
+                                                "tune=ssim",
+                                                "--ignore-profile",
+                                                photo.native(),
+                                                (folder.path() / "out.avif").native()});
         total.seconds += one.seconds;
         total.peakBytes = std::max(total.peakBytes, one.peakBytes);
         total.succeeded = total.succeeded && one.succeeded;
@@ -131,8 +147,8 @@ Measurement runAvifenc(const std::vector<fs::path>& photos, int speed) {
 
 Measurement runProgram(const fs::path& program, const std::vector<fs::path>& photos, int jobs) {
     const ScratchFolder folder;
-    std::vector<std::string> command{program.native(), "--quiet", "--jobs", std::to_string(jobs), "--output",
-                                     folder.path().native()};
+    std::vector<std::string> command{program.native(),     "--quiet",  "--jobs",
+                                     std::to_string(jobs), "--output", folder.path().native()};
     for (const fs::path& photo : photos) {
         command.push_back(photo.native());
     }
@@ -149,8 +165,8 @@ void printRatio(const Contestant& ours, const Contestant& theirs) {
 }
 
 void compareEncoding(const std::vector<fs::path>& photos) {
-    constexpr std::array<std::pair<const char*, int>, 3> speeds{{{"Fast (8)", 8}, {"Balanced (6)", 6},
-                                                                 {"Thorough (4)", 4}}};
+    constexpr std::array<std::pair<const char*, int>, 3> speeds{
+        {{"Fast (8)", 8}, {"Balanced (6)", 6}, {"Thorough (4)", 4}}};
     for (const auto& [name, speed] : speeds) {
         std::vector<Contestant> contestants{
             {std::string("whole conversion, ") + name, [&, s = speed] { return convertAll(photos, s); }, {}},

@@ -26,8 +26,8 @@ double secondsSince(Clock::time_point start) {
 void await(pid_t child, Measurement& measurement) {
     int status = 0;
     rusage usage{};
-    measurement.succeeded = ::wait4(child, &status, 0, &usage) == child && WIFEXITED(status) &&
-                            WEXITSTATUS(status) == 0;
+    measurement.succeeded =
+        ::wait4(child, &status, 0, &usage) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
     constexpr std::uint64_t kibi = 1024;
     measurement.peakBytes = static_cast<std::uint64_t>(usage.ru_maxrss) * kibi;
 }
@@ -67,6 +67,7 @@ Measurement measure(const std::function<void(const std::function<void()>& start)
 Measurement measureProgram(const std::vector<std::string>& command) {
     Measurement measurement;
     std::vector<char*> arguments;
+    arguments.reserve(command.size() + 1);
     for (const std::string& word : command) {
         arguments.push_back(const_cast<char*>(word.c_str())); // execvp takes what it does not change as not const
     }

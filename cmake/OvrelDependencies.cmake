@@ -18,7 +18,7 @@ ovrel_require(webpdemux libwebpdemux)
 ovrel_require(lcms lcms2)
 ovrel_require(icu icu-i18n)
 ovrel_require(uuid uuid)
-find_package(GIF 5 REQUIRED)
+find_package(GIF 5.2 REQUIRED)
 find_package(Threads REQUIRED)
 
 if(avif_VERSION VERSION_LESS 1.0)

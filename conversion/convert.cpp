@@ -26,7 +26,7 @@ constexpr std::uint64_t encodingBytesPerPixel = 17;
 
 /// Where results of `item` go; created when missing.
 fs::path targetFolder(const InputItem& item, const fs::path& output, const Services& services) {
-    const fs::path folder = item.relativeDirectory.empty() ? output : output / item.relativeDirectory;
+    fs::path folder = item.relativeDirectory.empty() ? output : output / item.relativeDirectory;
     services.files->createDirectories(folder);
     return folder;
 }
@@ -66,9 +66,8 @@ Image decodeStill(ImageSource& source, const Services& services) {
 ConversionResult convertChecked(const InputItem& item, const fs::path& output, double quality, EncodingMode mode,
                                 int speed, const Services& services) {
     if (item.isAVIF()) {
-        const fs::path file = publishWritten(item, output, services, [&](const fs::path& temporary) {
-            services.files->copyFile(item.url, temporary);
-        });
+        const fs::path file = publishWritten(
+            item, output, services, [&](const fs::path& temporary) { services.files->copyFile(item.url, temporary); });
         return {file, false};
     }
     const bool withSystem = mode == EncodingMode::system && !item.isGIF();
@@ -85,9 +84,8 @@ ConversionResult convertChecked(const InputItem& item, const fs::path& output, d
         if (!fitsIntoMemory(source->properties(0), services)) {
             throw framePreparationError("1");
         }
-        const fs::path file = publishWritten(item, output, services, [&](const fs::path& temporary) {
-            encodeGIF(*source, temporary, quality, speed);
-        });
+        const fs::path file = publishWritten(
+            item, output, services, [&](const fs::path& temporary) { encodeGIF(*source, temporary, quality, speed); });
         return {file, true};
     }
     Image image = decodeStill(*source, services);

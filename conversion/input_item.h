@@ -27,6 +27,7 @@ std::string lowerCaseExtension(const std::filesystem::path& file);
 
 } // namespace ovrel
 
-template <> struct std::hash<ovrel::InputItem> {
+template <>
+struct std::hash<ovrel::InputItem> {
     std::size_t operator()(const ovrel::InputItem& item) const noexcept;
 };

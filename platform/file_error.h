@@ -17,14 +17,14 @@ class FileError : public std::exception {
 public:
     static constexpr std::string_view cocoaDomain = "NSCocoaErrorDomain";
 
-    static constexpr int noSuchFile = 4;              ///< writing: the file or folder is missing
-    static constexpr int readUnknown = 256;           ///< reading: any other reason
-    static constexpr int readNoPermission = 257;      ///< reading was refused
-    static constexpr int readNoSuchFile = 260;        ///< reading: the file or folder is missing
-    static constexpr int writeUnknown = 512;          ///< writing: any other reason
-    static constexpr int writeNoPermission = 513;     ///< writing was refused
-    static constexpr int writeOutOfSpace = 640;       ///< the volume or the quota is full
-    static constexpr int writeVolumeReadOnly = 642;   ///< the volume is mounted read-only
+    static constexpr int noSuchFile = 4;            ///< writing: the file or folder is missing
+    static constexpr int readUnknown = 256;         ///< reading: any other reason
+    static constexpr int readNoPermission = 257;    ///< reading was refused
+    static constexpr int readNoSuchFile = 260;      ///< reading: the file or folder is missing
+    static constexpr int writeUnknown = 512;        ///< writing: any other reason
+    static constexpr int writeNoPermission = 513;   ///< writing was refused
+    static constexpr int writeOutOfSpace = 640;     ///< the volume or the quota is full
+    static constexpr int writeVolumeReadOnly = 642; ///< the volume is mounted read-only
 
     FileError(int code, std::filesystem::path file);
 

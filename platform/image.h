@@ -18,15 +18,17 @@ enum class PixelLayout {
 };
 
 /// Bytes of one pixel.
-constexpr std::size_t bytesPerPixel(PixelLayout layout) { return layout == PixelLayout::rgba16 ? 8 : 4; }
+constexpr std::size_t bytesPerPixel(PixelLayout layout) {
+    return layout == PixelLayout::rgba16 ? 8 : 4;
+}
 
 /// One decoded picture, upright. Owns its pixels.
 struct Image {
     std::uint32_t width = 0;  ///< pixels, at least 1
     std::uint32_t height = 0; ///< pixels, at least 1
     PixelLayout layout = PixelLayout::rgba8;
-    PixelBuffer samples;      ///< height rows of width pixels, top row first, no padding
-    ColorSpace colorSpace;    ///< its model is cmyk exactly when the layout is cmyk8
+    PixelBuffer samples;   ///< height rows of width pixels, top row first, no padding
+    ColorSpace colorSpace; ///< its model is cmyk exactly when the layout is cmyk8
 
     std::size_t bytesPerRow() const { return width * bytesPerPixel(layout); }
     std::uint8_t* row(std::uint32_t y) { return samples.data() + y * bytesPerRow(); }

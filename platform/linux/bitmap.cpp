@@ -119,7 +119,8 @@ void reduceRow(const std::uint16_t* from, std::uint8_t* to, std::uint32_t pixels
 
 /// Halves the samples of every row in place, front to back: a shorter row never reaches one that is still to be read.
 /// \param convert takes a row of 16-bit samples and writes its 8-bit form
-template <typename Convert> void halveRows(Image& image, const Convert& convert) {
+template <typename Convert>
+void halveRows(Image& image, const Convert& convert) {
     std::vector<std::uint16_t> row(std::size_t{image.width} * 4);
     const std::size_t wideBytes = image.bytesPerRow();
     image.layout = PixelLayout::rgba8;
@@ -175,8 +176,7 @@ Image convertedToSrgb(Image&& image) {
 
 Image reducedTo8Bits(Image&& image) {
     if (image.layout == PixelLayout::rgba16) {
-        halveRows(image,
-                  [&](const std::uint16_t* from, std::uint8_t* to) { reduceRow(from, to, image.width); });
+        halveRows(image, [&](const std::uint16_t* from, std::uint8_t* to) { reduceRow(from, to, image.width); });
     }
     return std::move(image);
 }

@@ -49,6 +49,15 @@ HeifNclx srgbNclx() {
     return nclx;
 }
 
+/// Attaches what the file shall say of its colours.
+bool describeColors(heif_image& image, const ColorSpace& space) {
+    if (space.profile.empty()) {
+        const HeifNclx nclx = srgbNclx();
+        return nclx && succeeded(heif_image_set_nclx_color_profile(&image, nclx.get()));
+    }
+    return succeeded(heif_image_set_raw_color_profile(&image, "prof", space.profile.data(), space.profile.size()));
+}
+
 /// Copies the rows of an rgba8 image; the alpha is left out where it says nothing.
 HeifImage heifImageFrom(const Image& image) {
     const bool withAlpha = !isOpaque(image);
@@ -80,12 +89,7 @@ HeifImage heifImageFrom(const Image& image) {
             std::memcpy(to + x * 3, from + x * 4, 3);
         }
     }
-    if (!image.colorSpace.profile.empty() &&
-        !succeeded(heif_image_set_raw_color_profile(copy.get(), "prof", image.colorSpace.profile.data(),
-                                                    image.colorSpace.profile.size()))) {
-        return nullptr;
-    }
-    return copy;
+    return describeColors(*copy, image.colorSpace) ? std::move(copy) : nullptr;
 }
 
 /// A copy in the writer's terms: rgba8 in sRGB or in the image's own RGB space.

@@ -100,12 +100,18 @@ std::unique_ptr<ImageSource> openImage(InputFile file) {
         return nullptr;
     }
     std::unique_ptr<ImageSource> source = openAs(*format, std::move(file));
-    return source ? std::move(source) : std::make_unique<DamagedSource>(*format);
+    if (!source) {
+        source = std::make_unique<DamagedSource>(*format);
+    }
+    return source;
 }
 
 std::unique_ptr<ImageSource> ImageSource::open(const std::filesystem::path& file) {
     std::optional<InputFile> opened = InputFile::open(file);
-    return opened ? openImage(std::move(*opened)) : nullptr;
+    if (!opened) {
+        return nullptr;
+    }
+    return openImage(std::move(*opened));
 }
 
 } // namespace ovrel

@@ -89,7 +89,7 @@ bool readHead(const Png& png) {
 /// RFC 1951: 258 bytes, the longest copy, cost two bits at least. Less image data cannot fill the picture, so it is
 /// damaged and no memory need be taken for it.
 bool imageDataMaySuffice(const Png& png, std::uint64_t imageDataBytes) {
-    constexpr std::uint64_t mostBytesFromOne = 258 * 4;
+    constexpr std::uint64_t mostBytesFromOne = std::uint64_t{258} * 4;
     const std::uint64_t rows = png_get_image_height(png.get(), infoOf(png));
     return imageDataBytes * mostBytesFromOne / png_get_rowbytes(png.get(), infoOf(png)) >= rows;
 }

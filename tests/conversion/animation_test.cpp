@@ -65,9 +65,9 @@ TEST(EncodeGIF, TakesTheTimeOfAFrameInMilliseconds) {
     };
     const double infinity = std::numeric_limits<double>::infinity();
     const std::vector<Case> cases{
-        {0.25, {}, 250},     {0.0, {}, 100},       {0.0004, {}, 1},      {{}, {}, 100},
-        {{}, 0.3, 300},      {0.02, 0.1, 20},      {-0.5, {}, 100},      {infinity, {}, 100},
-        {0.0, 0.3, 100},     {0.0125, {}, 13},     {655.35, {}, 655350}, {std::nan(""), {}, 100},
+        {0.25, {}, 250}, {0.0, {}, 100},   {0.0004, {}, 1},      {{}, {}, 100},
+        {{}, 0.3, 300},  {0.02, 0.1, 20},  {-0.5, {}, 100},      {infinity, {}, 100},
+        {0.0, 0.3, 100}, {0.0125, {}, 13}, {655.35, {}, 655350}, {std::nan(""), {}, 100},
     };
     FakeImageSource source;
     for (const Case& row : cases) {
@@ -112,8 +112,7 @@ TEST(EncodeGIF, RefusesAFrameThatCannotBeRead) {
     FakeImageSource source;
     source.add(frame(1)).add(frame(2));
     source.frames[1].image.reset();
-    EXPECT_EQ(refusal(source, folder / "a"),
-              Refusal("Unable to read GIF frame 2", "Не удалось прочитать кадр GIF 2"));
+    EXPECT_EQ(refusal(source, folder / "a"), Refusal("Unable to read GIF frame 2", "Не удалось прочитать кадр GIF 2"));
 }
 
 TEST(EncodeGIF, PassesOnWhatTheEncoderSaysOfAFrame) {

@@ -40,8 +40,7 @@ TEST(BrowserCompatibleImage, RepeatsTheEdgeOfOddSizes) {
         const Image original = numbered(width, height);
         for (std::uint32_t y = 0; y < padded.height; ++y) {
             for (std::uint32_t x = 0; x < padded.width; ++x) {
-                EXPECT_EQ(pixelOf(padded, x, y),
-                          pixelOf(original, std::min(x, width - 1), std::min(y, height - 1)));
+                EXPECT_EQ(pixelOf(padded, x, y), pixelOf(original, std::min(x, width - 1), std::min(y, height - 1)));
             }
         }
     }

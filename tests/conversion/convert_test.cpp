@@ -28,7 +28,8 @@ constexpr int fastest = 10;
 using Refusal = std::pair<std::string, std::string>;
 using Names = std::vector<std::string>;
 
-template <typename Action> Refusal refusalOf(const Action& action) {
+template <typename Action>
+Refusal refusalOf(const Action& action) {
     try {
         action();
     } catch (const ConversionError& error) {

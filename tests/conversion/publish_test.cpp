@@ -26,7 +26,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::ElementsAre;
-using testing::SizeIs;
 
 /// Publishes a new temporary file with this content.
 fs::path publishNew(FileSystem& fileSystem, const TemporaryFolder& folder, const std::string& content,

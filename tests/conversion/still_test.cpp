@@ -47,7 +47,8 @@ Services servicesWith(RecordingDestination::Record& record) {
     return services;
 }
 
-template <typename Action> std::pair<std::string, std::string> refusalOf(const Action& action) {
+template <typename Action>
+std::pair<std::string, std::string> refusalOf(const Action& action) {
     try {
         action();
     } catch (const ConversionError& error) {
@@ -77,11 +78,17 @@ TEST(EncodeCompact, WritesStraightAlphaInSrgb) {
 
 TEST(EncodeCompact, PassesOnWhatTheEncoderSays) {
     const TemporaryFolder folder;
-    EXPECT_EQ(refusalOf([&] { encodeCompact(makeImage(4, 4, {1, 2, 3, 255}), folder / "no" / "a", 0.5, fastest); }),
+    EXPECT_EQ(refusalOf([&] {
+                  encodeCompact(makeImage(4, 4, {1, 2, 3, 255}), folder / "no" / "a", 0.5, fastest);
+              }),
               Refusal("AVIF error: Cannot create output file", "Ошибка AVIF: Cannot create output file"));
-    EXPECT_EQ(refusalOf([&] { encodeCompact(makeImage(4, 4, {1, 2, 3, 255}), "/dev/full", 0.5, fastest); }),
+    EXPECT_EQ(refusalOf([&] {
+                  encodeCompact(makeImage(4, 4, {1, 2, 3, 255}), "/dev/full", 0.5, fastest);
+              }),
               Refusal("AVIF error: Cannot finish output file", "Ошибка AVIF: Cannot finish output file"));
-    EXPECT_EQ(refusalOf([&] { encodeCompact(makeImage(4, 4, {1, 2, 3, 255}), folder / "a", 0.5, 11); }),
+    EXPECT_EQ(refusalOf([&] {
+                  encodeCompact(makeImage(4, 4, {1, 2, 3, 255}), folder / "a", 0.5, 11);
+              }),
               Refusal("AVIF error: Invalid encoding parameters", "Ошибка AVIF: Invalid encoding parameters"));
 }
 
@@ -113,10 +120,14 @@ TEST(EncodeWithSystem, SaysWhenTheWriterCannotBeCreatedOrFinish) {
     RecordingDestination::Record record;
     Services services = servicesWith(record);
     record.answer = false;
-    EXPECT_EQ(refusalOf([&] { encodeWithSystem(makeImage(2, 2, {1, 2, 3, 255}), "unused", 0.5, services); }),
+    EXPECT_EQ(refusalOf([&] {
+                  encodeWithSystem(makeImage(2, 2, {1, 2, 3, 255}), "unused", 0.5, services);
+              }),
               Refusal("AVIF encoding failed", "Ошибка кодирования AVIF"));
     services.createDestination = [](const std::filesystem::path&, std::string_view, std::size_t) { return nullptr; };
-    EXPECT_EQ(refusalOf([&] { encodeWithSystem(makeImage(2, 2, {1, 2, 3, 255}), "unused", 0.5, services); }),
+    EXPECT_EQ(refusalOf([&] {
+                  encodeWithSystem(makeImage(2, 2, {1, 2, 3, 255}), "unused", 0.5, services);
+              }),
               Refusal("Unable to create the AVIF file", "Не удалось создать AVIF"));
 }
 

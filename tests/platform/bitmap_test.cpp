@@ -37,7 +37,8 @@ Image imageOf(std::uint32_t width, std::uint32_t height, PixelLayout layout, con
     return image;
 }
 
-template <typename Make> std::vector<std::uint8_t> savedProfile(const Make& make) {
+template <typename Make>
+std::vector<std::uint8_t> savedProfile(const Make& make) {
     const LcmsContext context = makeLcmsContext();
     const Profile profile(make(context.get()));
     cmsUInt32Number size = 0;
@@ -157,8 +158,8 @@ TEST(Bitmap, ConvertsGreyByAGreyProfile) {
 }
 
 TEST(Bitmap, MixesInksWithoutAProfile) {
-    Image image = imageOf<std::uint8_t>(4, 1, PixelLayout::cmyk8,
-                                        {0, 0, 0, 0, 255, 0, 0, 0, 0, 0, 0, 255, 0, 128, 0, 128});
+    Image image =
+        imageOf<std::uint8_t>(4, 1, PixelLayout::cmyk8, {0, 0, 0, 0, 255, 0, 0, 0, 0, 0, 0, 255, 0, 128, 0, 128});
     image.colorSpace.model = ColorModel::cmyk;
     const Image converted = convertedToSrgb(std::move(image));
     EXPECT_EQ(pixelOf(converted, 0, 0), (Rgba{255, 255, 255, 255}));

@@ -24,7 +24,7 @@ protected:
     }
 
     std::filesystem::path written(const Image& image, double quality) {
-        const std::filesystem::path file = folder_ / "written.avif";
+        std::filesystem::path file = folder_ / "written.avif";
         const auto destination = ImageDestination::create(file, ImageDestination::avifType, 1);
         EXPECT_NE(destination, nullptr);
         destination->addImage(image, quality);

@@ -88,8 +88,12 @@ TEST(ImageSource, DoesNotOpenWhatIsNoImageFile) {
 
 TEST(ImageSource, OpensADamagedHeaderAsOneImageOfUnknownSize) {
     const TemporaryFolder folder;
-    for (const std::string_view head : {"\xFF\xD8\xFF\xE0"sv, "\x89PNG\r\n\x1A\n"sv, "RIFF\x10\0\0\0WEBPVP8 "sv,
-                                        "GIF89a"sv, "\0\0\0\x1C" "ftypavif"sv, "\0\0\0\x1C" "ftypheic"sv}) {
+    for (const std::string_view head :
+         {"\xFF\xD8\xFF\xE0"sv, "\x89PNG\r\n\x1A\n"sv, "RIFF\x10\0\0\0WEBPVP8 "sv, "GIF89a"sv,
+          "\0\0\0\x1C"
+          "ftypavif"sv,
+          "\0\0\0\x1C"
+          "ftypheic"sv}) {
         const std::unique_ptr<ImageSource> source = ImageSource::open(folder.write("damaged", head));
         ASSERT_NE(source, nullptr) << testing::PrintToString(head);
         EXPECT_EQ(source->count(), 1U);

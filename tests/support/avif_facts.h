@@ -14,10 +14,10 @@ struct AvifFacts {
     std::uint32_t width = 0;
     std::uint32_t height = 0;
     std::uint64_t timescale = 0;
-    int repetitionCount = 0;                  ///< -1 without end
-    std::vector<std::uint64_t> durations;     ///< of the frames, in units of the timescale
-    std::vector<Image> frames;                ///< decoded, rgba8, straight alpha
-    std::vector<std::uint8_t> profile;        ///< the embedded ICC profile, often empty
+    int repetitionCount = 0;              ///< -1 without end
+    std::vector<std::uint64_t> durations; ///< of the frames, in units of the timescale
+    std::vector<Image> frames;            ///< decoded, rgba8, straight alpha
+    std::vector<std::uint8_t> profile;    ///< the embedded ICC profile, often empty
     bool hasAlpha = false;
     int colorPrimaries = 0;
     int transferCharacteristics = 0;

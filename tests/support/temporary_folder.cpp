@@ -25,7 +25,7 @@ TemporaryFolder::~TemporaryFolder() {
 }
 
 fs::path TemporaryFolder::write(const fs::path& name, std::string_view content) const {
-    const fs::path file = path_ / name;
+    fs::path file = path_ / name;
     fs::create_directories(file.parent_path());
     std::ofstream stream(file, std::ios::binary);
     stream.write(content.data(), static_cast<std::streamsize>(content.size()));

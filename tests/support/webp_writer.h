@@ -20,7 +20,7 @@ struct WebpMetadata {
 /// \param image rgba8
 /// \param lossyQuality 0 … 100; lossless without, the colour of transparent pixels included
 std::string writeWebp(const Image& image, const WebpMetadata& metadata = {},
-                     std::optional<float> lossyQuality = std::nullopt);
+                      std::optional<float> lossyQuality = std::nullopt);
 
 /// A frame of an animation.
 struct WebpFrameBlock {
