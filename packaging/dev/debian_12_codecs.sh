@@ -6,9 +6,7 @@
 codecs_source=/etc/apt/sources.list.d/ovrel-codecs
 codecs_preferences=/etc/apt/preferences.d/ovrel-codecs
 
-is_debian_12() {
-    [ -r /etc/os-release ] && (. /etc/os-release && [ "${ID:-} ${VERSION_CODENAME:-}" = "debian bookworm" ])
-}
+is_debian_12() { [ "$system" = "debian 12" ]; }
 
 # is_too_old_codec PACKAGE VERSION
 # Ovrel works with an older libaom, so that one counts only while apt may have a newer one to give.

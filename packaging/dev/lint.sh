@@ -24,9 +24,14 @@ source_files() {
     find . \( -path ./build -o -path ./out -o -path './.?*' \) -prune -o -type f \( "${names[@]:1}" \) -print0
 }
 
+# Versions of clang-format break lines differently, so only one of them judges.
 check_format() {
-    say "Checking the format (\"clang-format -i FILE\" mends it)."
-    source_files '*.h' '*.cpp' '*.c' | xargs -0 clang-format --dry-run --Werror
+    if ! type clang-format-14 >/dev/null 2>&1; then
+        say "Not checking the format, because this system has no clang-format 14."
+        return 0
+    fi
+    say "Checking the format (\"clang-format-14 -i FILE\" mends it)."
+    source_files '*.h' '*.cpp' '*.c' | xargs -0 clang-format-14 --dry-run --Werror
 }
 
 check_headers() {

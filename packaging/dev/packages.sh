@@ -1,13 +1,20 @@
 # Which packages of Debian and Ubuntu each kind of work needs, and how those that are missing get installed.
 # Part of ./dev, which reads this file.
 
+# This system's id and version, for example "debian 12".
+system=$(. /etc/os-release && printf '%s' "$ID ${VERSION_ID:-}") 2>/dev/null || system=unknown
+
 build_packages=(build-essential cmake ninja-build pkg-config ccache libavif-dev libaom-dev libheif-dev libjpeg-dev
     libpng-dev libgif-dev libwebp-dev liblcms2-dev libicu-dev uuid-dev libcli11-dev qt6-base-dev libgtest-dev
     libgmock-dev)
-# AV1 and HEVC for libheif. Debian 12 has them in the library itself.
-heif_plugins=(libheif-plugin-aomenc libheif-plugin-aomdec libheif-plugin-libde265 libheif-plugin-x265)
-lint_packages=(clang clang-format clang-tidy)
+lint_packages=(clang clang-tidy)
 fuzz_packages=(clang libclang-rt-dev llvm)
+
+# libheif's AV1 and HEVC are plug-ins, except in Debian 12.
+[ "$system" = "debian 12" ] ||
+    build_packages+=(libheif-plugin-aomenc libheif-plugin-aomdec libheif-plugin-libde265 libheif-plugin-x265)
+# Version 14 of clang-format judges, where the system has it.
+case $system in "debian 12" | "ubuntu 24.04") lint_packages+=(clang-format-14) ;; esac
 
 . packaging/dev/debian_12_codecs.sh
 
@@ -20,12 +27,10 @@ require_packages() {
         local -n packages=${kind}_packages
         wanted+=("${packages[@]}")
     done
-    if ! command -v apt-get dpkg-query >/dev/null; then
-        command -v cmake ninja >/dev/null ||
-            fail "This system has no apt. Please install what these packages of Debian hold: ${wanted[*]}."
+    if ! type apt-get dpkg-query >/dev/null 2>&1; then
+        [ -d build ] || say "This system has no apt. Ovrel needs what these packages of Debian hold: ${wanted[*]}."
         return 0
     fi
-    is_debian_12 || wanted+=("${heif_plugins[@]}")
 
     local missing
     mapfile -t missing < <(missing_packages "${wanted[@]}")
