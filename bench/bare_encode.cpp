@@ -24,9 +24,9 @@ void require(avifResult result) {
 
 } // namespace
 
-std::size_t bareEncode(const Image& image, int quality, int speed, int threads) {
+std::vector<std::uint8_t> bareEncode(const Bitmap& bitmap, Alpha alpha, int quality, int speed, int threads) {
     const std::unique_ptr<avifImage, ImageDeleter> planes(
-        avifImageCreate(image.width, image.height, 8, AVIF_PIXEL_FORMAT_YUV420));
+        avifImageCreate(bitmap.width, bitmap.height, 8, AVIF_PIXEL_FORMAT_YUV420));
     const std::unique_ptr<avifEncoder, EncoderDeleter> encoder(avifEncoderCreate());
     if (!planes || !encoder) {
         throw std::runtime_error("out of memory");
@@ -36,13 +36,13 @@ std::size_t bareEncode(const Image& image, int quality, int speed, int threads) 
     planes->matrixCoefficients = AVIF_MATRIX_COEFFICIENTS_BT601;
     avifRGBImage rgb;
     avifRGBImageSetDefaults(&rgb, planes.get());
-    // The image is only read.
-    rgb.pixels = const_cast<std::uint8_t*>(image.samples.data());
-    rgb.rowBytes = static_cast<std::uint32_t>(image.bytesPerRow());
-    rgb.ignoreAlpha = AVIF_TRUE;
+    rgb.pixels = const_cast<std::uint8_t*>(bitmap.pixels.data()); // only read
+    rgb.rowBytes = bitmap.width * 4;
+    rgb.alphaPremultiplied = alpha == Alpha::premultiplied;
     require(avifImageRGBToYUV(planes.get(), &rgb));
     encoder->codecChoice = AVIF_CODEC_CHOICE_AOM;
     encoder->quality = quality;
+    encoder->qualityAlpha = AVIF_QUALITY_LOSSLESS;
     encoder->speed = speed;
     encoder->maxThreads = threads;
     require(avifEncoderSetCodecSpecificOption(encoder.get(), "tune", quality >= 50 ? "ssim" : "psnr"));
@@ -50,10 +50,10 @@ std::size_t bareEncode(const Image& image, int quality, int speed, int threads) 
     require(avifEncoderSetCodecSpecificOption(encoder.get(), "color:denoise-noise-level", "0"));
     avifRWData output = AVIF_DATA_EMPTY;
     const avifResult result = avifEncoderWrite(encoder.get(), planes.get(), &output);
-    const std::size_t size = output.size;
+    std::vector<std::uint8_t> file(output.data, output.data + output.size);
     avifRWDataFree(&output);
     require(result);
-    return size;
+    return file;
 }
 
 } // namespace ovrel::bench

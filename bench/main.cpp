@@ -12,7 +12,9 @@
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
+#include <fstream>
 #include <functional>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -88,23 +90,36 @@ Measurement convertAll(const std::vector<fs::path>& photos, int speed) {
     });
 }
 
-Image decoded(const fs::path& photo) {
+Bitmap decoded(const fs::path& photo) {
     const std::unique_ptr<ImageSource> source = ImageSource::open(photo);
     std::optional<Image> image = source ? source->decode(0) : std::nullopt;
     if (!image) {
         throw std::runtime_error("cannot read " + photo.native());
     }
-    return convertedToSrgb(std::move(*image));
+    return Bitmap::draw(std::move(*image));
 }
 
-Measurement encodeAll(const std::vector<fs::path>& photos, int speed) {
+/// A yardstick that did other work than ours would measure nothing.
+void requireSameFile(const fs::path& photo) {
+    constexpr int speed = 8;
+    const ScratchFolder folder;
+    const fs::path result =
+        Converter::convert({photo, ""}, folder.path(), quality / 100.0, EncodingMode::efficient, speed).file;
+    std::ifstream stream(result, std::ios::binary);
+    const std::vector<std::uint8_t> ours{std::istreambuf_iterator<char>(stream), {}};
+    if (ours != bareEncode(decoded(photo), Alpha::premultiplied, quality, speed, encoderThreads())) {
+        throw std::runtime_error("the bare encode of " + photo.native() + " is another file than the conversion's");
+    }
+}
+
+Measurement encodeAll(const std::vector<fs::path>& photos, Alpha alpha, int speed) {
     Measurement total;
     total.succeeded = true;
     for (const fs::path& photo : photos) {
         const Measurement one = measure([&](const std::function<void()>& start) {
-            const Image image = decoded(photo);
+            const Bitmap bitmap = decoded(photo);
             start();
-            bareEncode(image, quality, speed, encoderThreads());
+            bareEncode(bitmap, alpha, quality, speed, encoderThreads());
         });
         total.seconds += one.seconds;
         total.peakBytes = std::max(total.peakBytes, one.peakBytes);
@@ -157,7 +172,7 @@ Measurement runProgram(const fs::path& program, const std::vector<fs::path>& pho
 
 void printRatio(const Contestant& ours, const Contestant& theirs) {
     constexpr double mebi = 1024.0 * 1024.0;
-    std::printf("%-34s / %-26s time %5.3f  (%.2f s / %.2f s)  peak memory %.0f / %.0f MiB\n", ours.name.c_str(),
+    std::printf("%-34s / %-28s time %5.3f  (%.2f s / %.2f s)  peak memory %.0f / %.0f MiB\n", ours.name.c_str(),
                 theirs.name.c_str(), ours.best->seconds / theirs.best->seconds, ours.best->seconds,
                 theirs.best->seconds, static_cast<double>(ours.best->peakBytes) / mebi,
                 static_cast<double>(theirs.best->peakBytes) / mebi);
@@ -170,7 +185,8 @@ void compareEncoding(const std::vector<fs::path>& photos) {
     for (const auto& [name, speed] : speeds) {
         std::vector<Contestant> contestants{
             {std::string("whole conversion, ") + name, [&, s = speed] { return convertAll(photos, s); }, {}},
-            {"bare libavif encode", [&, s = speed] { return encodeAll(photos, s); }, {}},
+            {"bare libavif, same file", [&, s = speed] { return encodeAll(photos, Alpha::premultiplied, s); }, {}},
+            {"bare libavif, straight alpha", [&, s = speed] { return encodeAll(photos, Alpha::straight, s); }, {}},
         };
         if (isInstalled("avifenc")) {
             contestants.push_back({"avifenc", [&, s = speed] { return runAvifenc(photos, s); }, {}});
@@ -205,6 +221,7 @@ int main(int count, char** arguments) {
     try {
         std::printf("%zu photographs at quality 50, %d threads; each ratio is the best of %d rounds that took turns\n",
                     photos.size(), encoderThreads(), rounds);
+        requireSameFile(photos.front());
         compareEncoding(photos);
         compareJobs(std::filesystem::path(arguments[0]).parent_path() / "ovrel-cli", photos);
     } catch (const std::exception& error) {
