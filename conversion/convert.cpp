@@ -2,6 +2,7 @@
 
 #include "conversion/animation.h"
 #include "conversion/errors.h"
+#include "conversion/memory_share.h"
 #include "conversion/publish.h"
 #include "conversion/still.h"
 #include "platform/temporary_file.h"
@@ -20,9 +21,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// What a picture needs at the least while it is encoded, all buffers together: measured with libaom 3.14, a picture of
-/// one colour takes 17 bytes a pixel and a photograph 27 to 43. A size that fits with the least may still fit.
-constexpr std::uint64_t encodingBytesPerPixel = 17;
+/// What a picture needs while it is encoded, all buffers together, measured with libaom 3.14: one of a single colour
+/// takes 17 bytes a pixel, a photograph 27 to 43. With the least a size may still fit, so it decides what is refused;
+/// the most is set aside where others run beside it.
+constexpr std::uint64_t leastBytesPerPixel = 17;
+constexpr std::uint64_t mostBytesPerPixel = 43;
 
 /// Where results of `item` go; created when missing.
 fs::path targetFolder(const InputItem& item, const fs::path& output, const Services& services) {
@@ -40,11 +43,15 @@ fs::path publishWritten(const InputItem& item, const fs::path& output, const Ser
     return publish(*services.files, temporary.path(), item, folder);
 }
 
+std::uint64_t bytesFor(const ImageProperties& properties, std::uint64_t bytesPerPixel) {
+    const std::uint64_t pixels = std::uint64_t{properties.pixelWidth} * properties.pixelHeight;
+    constexpr std::uint64_t most = std::numeric_limits<std::uint64_t>::max();
+    return pixels > most / bytesPerPixel ? most : pixels * bytesPerPixel;
+}
+
 /// Tells a header that claims more than the machine has before anything is decoded.
 bool fitsIntoMemory(const ImageProperties& properties, const Services& services) {
-    const std::uint64_t pixels = std::uint64_t{properties.pixelWidth} * properties.pixelHeight;
-    return pixels <= std::numeric_limits<std::uint64_t>::max() / encodingBytesPerPixel &&
-           services.fitsIntoMemory(pixels * encodingBytesPerPixel);
+    return services.fitsIntoMemory(bytesFor(properties, leastBytesPerPixel));
 }
 
 /// The first image of `source`, upright.
@@ -79,6 +86,7 @@ ConversionResult convertChecked(const InputItem& item, const fs::path& output, d
     if (!source) {
         throw unreadableImageError();
     }
+    const MemoryShare share(bytesFor(source->properties(0), mostBytesPerPixel), services.fitsIntoMemory);
     const bool multiImage = source->count() > 1;
     if (item.isGIF() && multiImage) {
         if (!fitsIntoMemory(source->properties(0), services)) {

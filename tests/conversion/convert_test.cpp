@@ -1,5 +1,6 @@
 #include "conversion/convert.h"
 
+#include "conversion/memory_share.h"
 #include "tests/support/avif_facts.h"
 #include "tests/support/fake_image_source.h"
 #include "tests/support/temporary_folder.h"
@@ -7,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <new>
@@ -208,6 +210,20 @@ TEST_F(ConvertTest, SaysWhenMemoryRunsOut) {
     sourceIs([]() -> std::unique_ptr<ImageSource> { throw std::bad_alloc(); });
     EXPECT_EQ(refusalOf([&] { convert("unlucky.png"); }), memory);
     EXPECT_FALSE(fs::exists(output()));
+}
+
+TEST_F(ConvertTest, CountsWhatOtherConversionsSetAside) {
+    std::vector<std::uint64_t> asked;
+    services_.fitsIntoMemory = [&](std::uint64_t bytes) {
+        asked.push_back(bytes);
+        return true;
+    };
+    sourceHolds(oneImage());
+    const MemoryShare other(1'000'000, services_.fitsIntoMemory);
+    convert("photo.jpg");
+    ASSERT_EQ(asked.size(), 2U);
+    EXPECT_GT(asked[0], 1'000'000U) << "before it is decoded, beside the other one";
+    EXPECT_LT(asked[1], 1'000'000U) << "whether it can ever fit, for itself";
 }
 
 TEST_F(ConvertTest, LeavesNothingBehindWhenEncodingFails) {
