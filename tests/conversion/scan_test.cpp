@@ -382,6 +382,41 @@ TEST(Scan, FailsWithTheErrorThatEndsAWalk) {
     }
 }
 
+TEST(Scan, FailsWhenAFolderVanishesWhileItIsSearched) {
+    /// Somebody else removes each folder as soon as it is listed.
+    class RemovingFileSystem : public ForwardingFileSystem {
+    public:
+        std::unique_ptr<DirectoryEnumerator> enumerate(const fs::path& folder, bool recursive) override {
+            class Removing : public DirectoryEnumerator {
+            public:
+                explicit Removing(std::unique_ptr<DirectoryEnumerator> walk) : walk_(std::move(walk)) {}
+                std::optional<Entry> next() override {
+                    std::optional<Entry> entry = walk_->next();
+                    if (entry && entry->values.isDirectory) {
+                        fs::remove_all(entry->path);
+                    }
+                    return entry;
+                }
+
+            private:
+                std::unique_ptr<DirectoryEnumerator> walk_;
+            };
+            return std::make_unique<Removing>(ForwardingFileSystem::enumerate(folder, recursive));
+        }
+    };
+    const TemporaryFolder folder;
+    folder.write("a.jpg", "");
+    folder.write("sub/b.jpg", "");
+    RemovingFileSystem fileSystem;
+    try {
+        scan(fileSystem, Paths{folder.path()}, true);
+        ADD_FAILURE() << "no error";
+    } catch (const FileError& error) {
+        EXPECT_EQ(error.code(), FileError::readNoSuchFile);
+        EXPECT_EQ(error.file(), folder / "sub");
+    }
+}
+
 TEST(Scan, AsksForTheWalkThatIsWanted) {
     InventedFileSystem fileSystem;
     fileSystem.values["/photos"] = directory;
