@@ -26,6 +26,9 @@ Image copyOf(const Image& image);
 
 Rgba pixelOf(const Image& image, std::uint32_t x, std::uint32_t y);
 
+/// Fails the test unless every pixel has this colour, give or take `tolerance`, and exactly this alpha.
+void expectPlain(const Image& image, Rgba color, int tolerance);
+
 /// A source whose facts are set by the test. Frames that are nothing cannot be decoded.
 class FakeImageSource final : public ImageSource {
 public:
