@@ -4,6 +4,7 @@
 #include "tests/support/forwarding_file_system.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/support/unprivileged.h"
+#include "tests/support/working_folder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -29,17 +30,6 @@ using testing::IsEmpty;
 using testing::SizeIs;
 
 using Paths = std::vector<fs::path>;
-
-class WorkingFolder {
-public:
-    explicit WorkingFolder(const fs::path& folder) { fs::current_path(folder); }
-    ~WorkingFolder() { fs::current_path(before_); }
-    WorkingFolder(const WorkingFolder&) = delete;
-    WorkingFolder& operator=(const WorkingFolder&) = delete;
-
-private:
-    fs::path before_ = fs::current_path();
-};
 
 /// The found paths, in order, relative to `folder`.
 std::vector<std::string> found(const fs::path& folder, const Paths& urls, bool recursive = true) {

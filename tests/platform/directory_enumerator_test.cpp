@@ -5,6 +5,7 @@
 #include "tests/support/refused_calls.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/support/unprivileged.h"
+#include "tests/support/working_folder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -72,17 +73,6 @@ std::pair<int, fs::path> failureOf(DirectoryEnumerator& enumerator) {
     }
     return {};
 }
-
-class WorkingFolder {
-public:
-    explicit WorkingFolder(const fs::path& folder) { fs::current_path(folder); }
-    ~WorkingFolder() { fs::current_path(before_); }
-    WorkingFolder(const WorkingFolder&) = delete;
-    WorkingFolder& operator=(const WorkingFolder&) = delete;
-
-private:
-    fs::path before_ = fs::current_path();
-};
 
 TEST(DirectoryEnumerator, GivesEveryEntryWithWhatItIs) {
     const TemporaryFolder folder;

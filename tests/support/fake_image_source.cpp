@@ -62,7 +62,11 @@ FakeImageSource& FakeImageSource::add(Image image, std::optional<double> unclamp
 
 std::optional<Image> FakeImageSource::decode(std::size_t index) {
     const Frame& frame = frames[index];
-    return frame.image ? std::optional(copyOf(*frame.image)) : std::nullopt;
+    std::optional<Image> image = frame.image ? std::optional(copyOf(*frame.image)) : std::nullopt;
+    if (whenDecoded) {
+        whenDecoded(index);
+    }
+    return image;
 }
 
 } // namespace ovrel::test

@@ -40,6 +40,7 @@ public:
     ImageFormat imageFormat = ImageFormat::gif;
     std::vector<Frame> frames;
     std::optional<std::int64_t> loopCount;
+    std::function<void(std::size_t)> whenDecoded; ///< called with the index of a frame before it is handed out
 
     /// Adds a frame with the size of `image` among its properties.
     FakeImageSource& add(Image image, std::optional<double> unclampedDelaySeconds = std::nullopt);
