@@ -38,7 +38,7 @@ std::map<std::string, std::string> versions() {
     return versions;
 }
 
-std::string withoutV(std::string version) {
+std::string withoutV(const std::string& version) {
     return version.starts_with('v') ? version.substr(1) : version;
 }
 
