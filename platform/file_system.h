@@ -29,7 +29,8 @@ public:
     virtual ~DirectoryEnumerator() = default;
 
     /// The next entry, in no particular order; nothing at the end.
-    /// \throws FileError when a folder below cannot be read; the walk is over then
+    /// \throws FileError when an entry below cannot be read, one that has vanished since it was listed included; the
+    ///         walk is over then
     virtual std::optional<Entry> next() = 0;
 
 protected:

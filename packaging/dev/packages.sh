@@ -70,8 +70,10 @@ install_packages() {
 
 # An archive that has nothing to do with Ovrel may be out of reach, so only an install that fails is a failure.
 update_package_lists() {
-    as_root apt-get update -o DPkg::Lock::Timeout=300 </dev/null >>"$packages_log" 2>&1 ||
-        say "Some package lists could not be read anew; going on with those that are there."
+    as_root apt-get update -o DPkg::Lock::Timeout=300 </dev/null >>"$packages_log" 2>&1 || {
+        say "Some package lists could not be read anew; going on with those that are there:"
+        grep '^[EW]:' "$packages_log" || true
+    }
 }
 
 # Where nobody can type a password, sudo counts only if it asks for none.

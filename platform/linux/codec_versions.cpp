@@ -60,6 +60,14 @@ std::string lcmsVersion() {
     return std::to_string(version / 1000) + "." + std::to_string(version % 1000 / 10);
 }
 
+std::string icuVersion() {
+    UVersionInfo version{};
+    u_getVersion(version);
+    std::array<char, U_MAX_VERSION_STRING_LENGTH> text{};
+    u_versionToString(version, text.data());
+    return text.data();
+}
+
 } // namespace
 
 std::vector<CodecVersion> codecVersions() {
@@ -71,7 +79,7 @@ std::vector<CodecVersion> codecVersions() {
     versions.push_back({"libwebp", webpVersion(WebPGetDecoderVersion())});
     versions.push_back({"giflib", gifVersion()});
     versions.push_back({"Little CMS", lcmsVersion()});
-    versions.push_back({"ICU", U_ICU_VERSION});
+    versions.push_back({"ICU", icuVersion()});
     return versions;
 }
 

@@ -58,7 +58,7 @@ Directory open(const std::string& path, Folder& folder) {
 class Walk final : public DirectoryEnumerator {
 public:
     Walk(Directory directory, std::shared_ptr<const Folder> folder, bool recursive)
-        : directory_(std::move(directory)), folder_(std::move(folder)), root_(folder_), recursive_(recursive) {}
+        : directory_(std::move(directory)), folder_(std::move(folder)), recursive_(recursive) {}
 
     std::optional<Entry> next() override {
         while (directory_ || openWaiting()) {
@@ -71,9 +71,7 @@ public:
                     fail(systemError, folder_->path);
                 }
             } else if (found->d_name[0] != '.') {
-                if (std::optional<Entry> entry = entryOf(*found)) {
-                    return entry;
-                }
+                return entryOf(*found);
             }
         }
         return std::nullopt;
@@ -85,13 +83,9 @@ private:
         std::shared_ptr<const Folder> parent;
     };
 
-    /// \return nothing when the entry has vanished
-    std::optional<Entry> entryOf(const dirent& found) {
+    Entry entryOf(const dirent& found) {
         Entry entry{folder_->path / found.d_name, {}};
         const mode_t type = entryType(::dirfd(directory_.get()), found.d_name, found.d_type);
-        if (type == 0 && errno == ENOENT) {
-            return std::nullopt;
-        }
         if (type == 0) {
             fail(errno, entry.path);
         }
@@ -109,25 +103,15 @@ private:
             waiting_.pop_back();
             Directory directory = open(folder.path.native(), folder);
             if (!directory) {
-                failUnlessVanished(errno, folder.path);
-            } else if (!isBelowItself(folder)) {
+                fail(errno, folder.path);
+            }
+            if (!isBelowItself(folder)) {
                 directory_ = std::move(directory);
                 folder_ = std::make_shared<const Folder>(std::move(folder));
                 return true;
             }
         }
         return false;
-    }
-
-    /// ENOTDIR: a file or a link has taken the folder's place.
-    void failUnlessVanished(int systemError, const std::filesystem::path& path) {
-        struct stat ignored {};
-        if (systemError != ENOENT && systemError != ENOTDIR) {
-            fail(systemError, path);
-        }
-        if (::stat(root_->path.c_str(), &ignored) != 0) {
-            fail(errno, root_->path);
-        }
     }
 
     [[noreturn]] void fail(int systemError, std::filesystem::path path) {
@@ -138,7 +122,6 @@ private:
 
     Directory directory_; ///< the folder in hand, null between folders
     std::shared_ptr<const Folder> folder_;
-    std::shared_ptr<const Folder> root_;
     std::vector<Waiting> waiting_;
     bool recursive_;
 };

@@ -11,8 +11,7 @@
 
 namespace ovrel {
 
-/// FileSystem::enumerate(). One descriptor is open at a time, however deep the folders are. Folders that vanish during
-/// the walk are left out, unless the walked folder itself has gone.
+/// FileSystem::enumerate(). One descriptor is open at a time, however deep the folders are.
 std::unique_ptr<DirectoryEnumerator> openDirectory(const std::filesystem::path& folder, bool recursive);
 
 /// What an entry of the open directory `directory` is.

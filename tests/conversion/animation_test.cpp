@@ -1,15 +1,22 @@
 #include "conversion/animation.h"
 
-#include "conversion/conversion_error.h"
 #include "conversion/encoder_settings.h"
+#include "tests/conversion/refusal.h"
 #include "tests/support/avif_facts.h"
+#include "tests/support/child_process.h"
 #include "tests/support/fake_image_source.h"
+#include "tests/support/memory_limit.h"
 #include "tests/support/temporary_folder.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <malloc.h>
+
+#include <algorithm>
 #include <cmath>
 #include <limits>
+#include <new>
 #include <optional>
 #include <string>
 #include <utility>
@@ -32,17 +39,9 @@ AvifFacts encoded(FakeImageSource& source) {
     return avifFacts(folder / "animation.avif");
 }
 
-/// The English and Russian texts with which the animation is refused.
-std::pair<std::string, std::string> refusal(FakeImageSource& source, const std::filesystem::path& file) {
-    try {
-        encodeGIF(source, file, quality, fastest);
-    } catch (const ConversionError& error) {
-        return {error.english, error.message()};
-    }
-    return {"nothing was refused", ""};
+Refusal refusal(FakeImageSource& source, const std::filesystem::path& file) {
+    return refusalOf([&] { encodeGIF(source, file, quality, fastest); });
 }
-
-using Refusal = std::pair<std::string, std::string>;
 
 } // namespace
 
@@ -113,6 +112,48 @@ TEST(EncodeGIF, RefusesAFrameThatCannotBeRead) {
     source.add(frame(1)).add(frame(2));
     source.frames[1].image.reset();
     EXPECT_EQ(refusal(source, folder / "a"), Refusal("Unable to read GIF frame 2", "Не удалось прочитать кадр GIF 2"));
+}
+
+TEST(EncodeGIF, SaysForWhichFrameMemoryRanOut) {
+    const TemporaryFolder folder;
+    FakeImageSource source;
+    source.add(frame(1)).add(frame(2)).add(frame(3));
+    source.whenDecoded = [](std::size_t index) {
+        if (index == 2) {
+            throw std::bad_alloc();
+        }
+    };
+    EXPECT_EQ(refusal(source, folder / "a"),
+              Refusal("Unable to prepare GIF frame 3", "Не удалось подготовить кадр GIF 3"));
+}
+
+TEST(EncodeGIF, SaysWhichFrameTheEncoderRefused) {
+    if (endsWithoutMemory) {
+        GTEST_SKIP() << "the sanitizer ends a process that gets no more memory";
+    }
+    const TemporaryFolder folder;
+    ChildProcess child([&] {
+        constexpr int smallBlock = 1 << 16;
+        // Larger ones go back to the system, so that nothing is left of two frames for the third.
+        ::mallopt(M_MMAP_THRESHOLD, smallBlock);
+        ::mallopt(M_TRIM_THRESHOLD, smallBlock);
+        constexpr std::uint32_t side = 1024;
+        FakeImageSource source;
+        source.add(frame(1, side, side)).add(frame(2, side, side)).add(frame(3, side, side));
+        source.whenDecoded = [](std::size_t index) {
+            if (index == 2) {
+                leaveMemory(std::size_t{side} * side / 2); // half of what a plane takes
+            }
+        };
+        const auto [english, russian] = refusal(source, folder / "a");
+        const std::string prefix = "Frame 3: ";
+        EXPECT_THAT(english, testing::StartsWith(prefix));
+        const std::string ofEncoder = english.substr(std::min(prefix.size(), english.size()));
+        EXPECT_NE(ofEncoder, "");
+        EXPECT_EQ(russian, "Кадр 3: " + ofEncoder);
+        return HasFailure() ? 1 : 0;
+    });
+    EXPECT_EQ(child.wait(), 0);
 }
 
 TEST(EncodeGIF, PassesOnWhatTheEncoderSaysOfAFrame) {

@@ -1,7 +1,10 @@
 #include "conversion/browser_image.h"
 
 #include "platform/linux/color_profiles.h"
+#include "tests/conversion/refusal.h"
+#include "tests/support/child_process.h"
 #include "tests/support/fake_image_source.h"
+#include "tests/support/memory_limit.h"
 
 #include <gtest/gtest.h>
 
@@ -72,6 +75,18 @@ TEST(BrowserCompatibleImage, DrawsDeepSamplesWithEightBits) {
     const Image padded = browserCompatibleImage(std::move(image));
     EXPECT_EQ(padded.layout, PixelLayout::rgba8);
     EXPECT_EQ(pixelOf(padded, 1, 0), (Rgba{255, 0, 0, 0}));
+}
+
+TEST(BrowserCompatibleImage, SaysWhenThereIsNoMemoryForTheCopy) {
+    ChildProcess child([] {
+        Image image = makeImage(2001, 2001, {1, 2, 3, 255});
+        leaveMemory(image.samples.size() / 2);
+        EXPECT_EQ(
+            refusalOf([&] { browserCompatibleImage(std::move(image)); }),
+            Refusal("Unable to prepare a browser-compatible image", "Не удалось подготовить изображение для браузера"));
+        return HasFailure() ? 1 : 0;
+    });
+    EXPECT_EQ(child.wait(), 0);
 }
 
 } // namespace ovrel::test

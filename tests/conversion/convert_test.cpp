@@ -1,6 +1,7 @@
 #include "conversion/convert.h"
 
 #include "conversion/memory_share.h"
+#include "tests/conversion/refusal.h"
 #include "tests/support/avif_facts.h"
 #include "tests/support/fake_image_source.h"
 #include "tests/support/temporary_folder.h"
@@ -27,18 +28,7 @@ namespace fs = std::filesystem;
 constexpr double quality = 0.5;
 constexpr int fastest = 10;
 
-using Refusal = std::pair<std::string, std::string>;
 using Names = std::vector<std::string>;
-
-template <typename Action>
-Refusal refusalOf(const Action& action) {
-    try {
-        action();
-    } catch (const ConversionError& error) {
-        return {error.english, error.message()};
-    }
-    return {"nothing was refused", ""};
-}
 
 /// Conversions of made-up sources into a real folder.
 class ConvertTest : public testing::Test {

@@ -4,6 +4,7 @@
 #include "tests/support/forwarding_file_system.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/support/unprivileged.h"
+#include "tests/support/working_folder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -29,17 +30,6 @@ using testing::IsEmpty;
 using testing::SizeIs;
 
 using Paths = std::vector<fs::path>;
-
-class WorkingFolder {
-public:
-    explicit WorkingFolder(const fs::path& folder) { fs::current_path(folder); }
-    ~WorkingFolder() { fs::current_path(before_); }
-    WorkingFolder(const WorkingFolder&) = delete;
-    WorkingFolder& operator=(const WorkingFolder&) = delete;
-
-private:
-    fs::path before_ = fs::current_path();
-};
 
 /// The found paths, in order, relative to `folder`.
 std::vector<std::string> found(const fs::path& folder, const Paths& urls, bool recursive = true) {
@@ -379,6 +369,41 @@ TEST(Scan, FailsWithTheErrorThatEndsAWalk) {
     } catch (const FileError& error) {
         EXPECT_EQ(error.code(), FileError::readUnknown);
         EXPECT_EQ(error.file(), "below");
+    }
+}
+
+TEST(Scan, FailsWhenAFolderVanishesWhileItIsSearched) {
+    /// Somebody else removes each folder as soon as it is listed.
+    class RemovingFileSystem : public ForwardingFileSystem {
+    public:
+        std::unique_ptr<DirectoryEnumerator> enumerate(const fs::path& folder, bool recursive) override {
+            class Removing : public DirectoryEnumerator {
+            public:
+                explicit Removing(std::unique_ptr<DirectoryEnumerator> walk) : walk_(std::move(walk)) {}
+                std::optional<Entry> next() override {
+                    std::optional<Entry> entry = walk_->next();
+                    if (entry && entry->values.isDirectory) {
+                        fs::remove_all(entry->path);
+                    }
+                    return entry;
+                }
+
+            private:
+                std::unique_ptr<DirectoryEnumerator> walk_;
+            };
+            return std::make_unique<Removing>(ForwardingFileSystem::enumerate(folder, recursive));
+        }
+    };
+    const TemporaryFolder folder;
+    folder.write("a.jpg", "");
+    folder.write("sub/b.jpg", "");
+    RemovingFileSystem fileSystem;
+    try {
+        scan(fileSystem, Paths{folder.path()}, true);
+        ADD_FAILURE() << "no error";
+    } catch (const FileError& error) {
+        EXPECT_EQ(error.code(), FileError::readNoSuchFile);
+        EXPECT_EQ(error.file(), folder / "sub");
     }
 }
 

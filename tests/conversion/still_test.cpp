@@ -1,14 +1,13 @@
 #include "conversion/still.h"
 
-#include "conversion/conversion_error.h"
 #include "platform/linux/color_profiles.h"
+#include "tests/conversion/refusal.h"
 #include "tests/support/avif_facts.h"
 #include "tests/support/fake_image_source.h"
 #include "tests/support/temporary_folder.h"
 
 #include <gtest/gtest.h>
 
-#include <string>
 #include <utility>
 
 namespace ovrel::test {
@@ -46,18 +45,6 @@ Services servicesWith(RecordingDestination::Record& record) {
     };
     return services;
 }
-
-template <typename Action>
-std::pair<std::string, std::string> refusalOf(const Action& action) {
-    try {
-        action();
-    } catch (const ConversionError& error) {
-        return {error.english, error.message()};
-    }
-    return {"nothing was refused", ""};
-}
-
-using Refusal = std::pair<std::string, std::string>;
 
 } // namespace
 

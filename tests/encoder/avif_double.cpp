@@ -45,17 +45,7 @@ avifResult giveOutput(avifRWData* output) {
 /// A sample that stands for the first of a plane.
 std::uint8_t plane = 0;
 
-} // namespace
-
-AvifDouble::AvifDouble() {
-    EXPECT_EQ(current, nullptr);
-    current = this;
-}
-
-AvifDouble::~AvifDouble() {
-    EXPECT_TRUE(alive.empty()) << alive.size() << " objects were not released";
-    current = nullptr;
-}
+// New objects hold values that the encoder never chooses, so that a field which it sets is seen to change.
 
 avifEncoder encoderDefaults() {
     avifEncoder encoder{};
@@ -90,6 +80,119 @@ avifRGBImage sourceDefaults() {
     return source;
 }
 
+avifImage imageDefaults() {
+    avifImage image{};
+    image.colorPrimaries = AVIF_COLOR_PRIMARIES_UNSPECIFIED;
+    image.transferCharacteristics = AVIF_TRANSFER_CHARACTERISTICS_UNSPECIFIED;
+    image.matrixCoefficients = AVIF_MATRIX_COEFFICIENTS_UNSPECIFIED;
+    image.yuvRange = AVIF_RANGE_LIMITED;
+    image.alphaPremultiplied = AVIF_TRUE;
+    return image;
+}
+
+/// Names the fields of one object that hold other values than those of another.
+template <typename Object>
+class Differences {
+public:
+    Differences(const Object& object, const Object& usual) : object_(object), usual_(usual) {}
+
+    template <typename Field>
+    void in(const char* name, Field Object::*field) {
+        in(name, [field](const Object& object) { return object.*field; });
+    }
+    template <typename Value>
+    void in(const char* name, Value valueOf) {
+        if (valueOf(object_) != valueOf(usual_)) {
+            found_.push_back(name + ("=" + std::to_string(valueOf(object_))));
+        }
+    }
+
+    const std::vector<std::string>& found() const { return found_; }
+
+private:
+    const Object& object_;
+    const Object& usual_;
+    std::vector<std::string> found_;
+};
+
+} // namespace
+
+AvifDouble::AvifDouble() {
+    EXPECT_EQ(current, nullptr);
+    current = this;
+}
+
+AvifDouble::~AvifDouble() {
+    EXPECT_TRUE(alive.empty()) << alive.size() << " objects were not released";
+    current = nullptr;
+}
+
+std::vector<std::string> changes(const avifEncoder& encoder) {
+    const avifEncoder usual = encoderDefaults();
+    Differences differences(encoder, usual);
+    differences.in("codecChoice", &avifEncoder::codecChoice);
+    differences.in("maxThreads", &avifEncoder::maxThreads);
+    differences.in("speed", &avifEncoder::speed);
+    differences.in("keyframeInterval", &avifEncoder::keyframeInterval);
+    differences.in("timescale", &avifEncoder::timescale);
+    differences.in("repetitionCount", &avifEncoder::repetitionCount);
+    differences.in("extraLayerCount", &avifEncoder::extraLayerCount);
+    differences.in("quality", &avifEncoder::quality);
+    differences.in("qualityAlpha", &avifEncoder::qualityAlpha);
+    differences.in("minQuantizer", &avifEncoder::minQuantizer);
+    differences.in("maxQuantizer", &avifEncoder::maxQuantizer);
+    differences.in("minQuantizerAlpha", &avifEncoder::minQuantizerAlpha);
+    differences.in("maxQuantizerAlpha", &avifEncoder::maxQuantizerAlpha);
+    differences.in("tileRowsLog2", &avifEncoder::tileRowsLog2);
+    differences.in("tileColsLog2", &avifEncoder::tileColsLog2);
+    differences.in("autoTiling", &avifEncoder::autoTiling);
+    differences.in("scalingMode.horizontal.n", [](const avifEncoder& each) { return each.scalingMode.horizontal.n; });
+    differences.in("scalingMode.horizontal.d", [](const avifEncoder& each) { return each.scalingMode.horizontal.d; });
+    differences.in("scalingMode.vertical.n", [](const avifEncoder& each) { return each.scalingMode.vertical.n; });
+    differences.in("scalingMode.vertical.d", [](const avifEncoder& each) { return each.scalingMode.vertical.d; });
+    return differences.found();
+}
+
+std::vector<std::string> changes(const avifRGBImage& source) {
+    const avifRGBImage usual = sourceDefaults();
+    Differences differences(source, usual);
+    differences.in("depth", &avifRGBImage::depth);
+    differences.in("format", &avifRGBImage::format);
+    differences.in("chromaUpsampling", &avifRGBImage::chromaUpsampling);
+    differences.in("chromaDownsampling", &avifRGBImage::chromaDownsampling);
+    differences.in("avoidLibYUV", &avifRGBImage::avoidLibYUV);
+    differences.in("ignoreAlpha", &avifRGBImage::ignoreAlpha);
+    differences.in("alphaPremultiplied", &avifRGBImage::alphaPremultiplied);
+    differences.in("isFloat", &avifRGBImage::isFloat);
+    differences.in("maxThreads", &avifRGBImage::maxThreads);
+    return differences.found();
+}
+
+std::vector<std::string> changes(const avifImage& image) {
+    const avifImage usual = imageDefaults();
+    Differences differences(image, usual);
+    differences.in("yuvRange", &avifImage::yuvRange);
+    differences.in("yuvChromaSamplePosition", &avifImage::yuvChromaSamplePosition);
+    differences.in("alphaPremultiplied", &avifImage::alphaPremultiplied);
+    differences.in("colorPrimaries", &avifImage::colorPrimaries);
+    differences.in("transferCharacteristics", &avifImage::transferCharacteristics);
+    differences.in("matrixCoefficients", &avifImage::matrixCoefficients);
+    differences.in("transformFlags", &avifImage::transformFlags);
+    differences.in("icc.size", [](const avifImage& each) { return each.icc.size; });
+    return differences.found();
+}
+
+const std::vector<std::string> srgbImage{
+    "yuvRange=" + std::to_string(AVIF_RANGE_FULL),
+    "alphaPremultiplied=0",
+    "colorPrimaries=1",
+    "transferCharacteristics=13",
+    "matrixCoefficients=6",
+};
+
+const std::vector<std::string> premultipliedRgba{"format=" + std::to_string(AVIF_RGB_FORMAT_RGBA),
+                                                 "alphaPremultiplied=1"};
+
 } // namespace ovrel::test
 
 using namespace ovrel::test;
@@ -112,16 +215,11 @@ avifImage* avifImageCreate(std::uint32_t width, std::uint32_t height, std::uint3
     if (state.refusesImages) {
         return nullptr;
     }
-    auto* const image = new avifImage{};
+    auto* const image = new avifImage(imageDefaults());
     image->width = width;
     image->height = height;
     image->depth = depth;
     image->yuvFormat = yuvFormat;
-    image->colorPrimaries = AVIF_COLOR_PRIMARIES_UNSPECIFIED;
-    image->transferCharacteristics = AVIF_TRANSFER_CHARACTERISTICS_UNSPECIFIED;
-    image->matrixCoefficients = AVIF_MATRIX_COEFFICIENTS_UNSPECIFIED;
-    image->yuvRange = AVIF_RANGE_LIMITED;
-    image->alphaPremultiplied = AVIF_TRUE;
     state.alive.insert(image);
     return image;
 }

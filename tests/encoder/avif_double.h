@@ -60,10 +60,19 @@ public:
     std::mutex mutex; ///< guards all but the first group
 };
 
-/// What a new encoder of the double holds, so that a test can see which fields keep their defaults.
-avifEncoder encoderDefaults();
+/// The fields of an encoder that differ from those of a new one, such as "quality=70".
+std::vector<std::string> changes(const avifEncoder& encoder);
 
-/// The same for the description of pixels.
-avifRGBImage sourceDefaults();
+/// The same of a description of pixels, apart from its size and pixels.
+std::vector<std::string> changes(const avifRGBImage& source);
+
+/// The same of an image, apart from its size and planes.
+std::vector<std::string> changes(const avifImage& image);
+
+/// What the encoder says of every image: sRGB with BT.601's matrix (ITU-T H.273), full range, straight alpha.
+extern const std::vector<std::string> srgbImage;
+
+/// What it says of every source.
+extern const std::vector<std::string> premultipliedRgba;
 
 } // namespace ovrel::test

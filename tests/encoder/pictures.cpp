@@ -3,23 +3,32 @@
 #include <cstddef>
 #include <cstring>
 #include <random>
+#include <span>
 
 namespace ovrel::test {
 
 namespace {
 
-Picture emptyPicture(std::uint32_t width, std::uint32_t height) {
-    return {width, height, std::vector<std::uint8_t>(std::size_t{width} * height * 4)};
+std::vector<std::uint8_t> alphaOf(std::span<const std::uint8_t> pixels) {
+    std::vector<std::uint8_t> alpha;
+    for (std::size_t i = 3; i < pixels.size(); i += 4) {
+        alpha.push_back(pixels[i]);
+    }
+    return alpha;
 }
 
 } // namespace
+
+Picture blankPicture(std::uint32_t width, std::uint32_t height) {
+    return {width, height, std::vector<std::uint8_t>(std::size_t{width} * height * 4)};
+}
 
 Picture plainPicture(std::uint32_t width, std::uint32_t height, std::uint8_t red, std::uint8_t green, std::uint8_t blue,
                      std::uint8_t alpha) {
     const auto premultiplied = [alpha](std::uint8_t sample) {
         return static_cast<std::uint8_t>((sample * alpha + 127) / 255);
     };
-    Picture picture = emptyPicture(width, height);
+    Picture picture = blankPicture(width, height);
     for (std::size_t i = 0; i < picture.pixels.size(); i += 4) {
         picture.pixels[i] = premultiplied(red);
         picture.pixels[i + 1] = premultiplied(green);
@@ -30,7 +39,7 @@ Picture plainPicture(std::uint32_t width, std::uint32_t height, std::uint8_t red
 }
 
 Picture gradientPicture(std::uint32_t width, std::uint32_t height) {
-    Picture picture = emptyPicture(width, height);
+    Picture picture = blankPicture(width, height);
     std::size_t i = 0;
     for (std::uint32_t y = 0; y < height; ++y) {
         for (std::uint32_t x = 0; x < width; ++x, i += 4) {
@@ -44,7 +53,7 @@ Picture gradientPicture(std::uint32_t width, std::uint32_t height) {
 }
 
 Picture noisePicture(std::uint32_t width, std::uint32_t height, std::uint32_t seed) {
-    Picture picture = emptyPicture(width, height);
+    Picture picture = blankPicture(width, height);
     std::mt19937 random(seed);
     for (std::size_t i = 0; i < picture.pixels.size(); i += 4) {
         const auto pixel = static_cast<std::uint32_t>(random());
@@ -54,11 +63,11 @@ Picture noisePicture(std::uint32_t width, std::uint32_t height, std::uint32_t se
 }
 
 std::vector<std::uint8_t> alphaOf(const Picture& picture) {
-    std::vector<std::uint8_t> alpha;
-    for (std::size_t i = 3; i < picture.pixels.size(); i += 4) {
-        alpha.push_back(picture.pixels[i]);
-    }
-    return alpha;
+    return alphaOf(std::span(picture.pixels));
+}
+
+std::vector<std::uint8_t> alphaOf(const Image& image) {
+    return alphaOf(std::span(image.samples.data(), image.samples.size()));
 }
 
 } // namespace ovrel::test

@@ -1,7 +1,6 @@
 #include "encoder/rgb_to_yuv.h"
 
 #include "encoder/avif_handles.h"
-#include "tests/encoder/decoded_avif.h"
 #include "tests/encoder/pictures.h"
 
 #include <gtest/gtest.h>
@@ -13,6 +12,7 @@
 #include <string>
 #include <system_error>
 #include <thread>
+#include <vector>
 
 namespace ovrel::test {
 
@@ -35,6 +35,17 @@ avifRGBImage sourceOf(Picture& picture, const avifImage& image) {
     source.format = AVIF_RGB_FORMAT_RGBA;
     source.alphaPremultiplied = AVIF_TRUE;
     return source;
+}
+
+/// Tightly packed rows of one plane.
+std::vector<std::uint8_t> planeOf(const avifImage& image, avifChannelIndex channel) {
+    std::vector<std::uint8_t> samples;
+    const std::uint8_t* row = avifImagePlane(&image, channel);
+    for (std::uint32_t y = 0; y < avifImagePlaneHeight(&image, channel); ++y) {
+        samples.insert(samples.end(), row, row + avifImagePlaneWidth(&image, channel));
+        row += avifImagePlaneRowBytes(&image, channel);
+    }
+    return samples;
 }
 
 /// Compares with one call of libavif over the whole picture.

@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <chrono>
 #include <condition_variable>
 #include <set>
 #include <string>
@@ -22,14 +21,10 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Not;
 
-Picture pictureOf(std::uint32_t width, std::uint32_t height) {
-    return {width, height, std::vector<std::uint8_t>(std::size_t{width} * height * 4)};
-}
-
 TEST(StillEncoderCalls, AreMadeInOrder) {
     const TemporaryFolder folder;
     AvifDouble avif;
-    ASSERT_EQ(encodeStill(pictureOf(3, 2), folder / "picture.avif", 70, 6), "written");
+    ASSERT_EQ(encodeStill(blankPicture(3, 2), folder / "picture.avif", 70, 6), "written");
     EXPECT_THAT(avif.calls,
                 ElementsAre("avifImageCreate 3x2, 8 bits, format " + std::to_string(AVIF_PIXEL_FORMAT_YUV420),
                             "avifEncoderCreate", "avifRGBImageSetDefaults", "avifImageRGBToYUV", "option tune=ssim",
@@ -41,62 +36,28 @@ TEST(StillEncoderCalls, AreMadeInOrder) {
 TEST(StillEncoderCalls, ConfigureTheEncoder) {
     const TemporaryFolder folder;
     AvifDouble avif;
-    ASSERT_EQ(encodeStill(pictureOf(3, 2), folder / "picture.avif", 70, 6), "written");
+    ASSERT_EQ(encodeStill(blankPicture(3, 2), folder / "picture.avif", 70, 6), "written");
 
-    const avifEncoder& encoder = avif.encoderAtWork;
-    EXPECT_EQ(encoder.codecChoice, AVIF_CODEC_CHOICE_AOM);
-    EXPECT_EQ(encoder.quality, 70);
-    EXPECT_EQ(encoder.qualityAlpha, 100);
-    EXPECT_EQ(encoder.speed, 6);
-    EXPECT_EQ(encoder.maxThreads, 4);
-    EXPECT_EQ(encoder.tileRowsLog2, 0);
-    EXPECT_EQ(encoder.tileColsLog2, 0);
-
-    const avifEncoder defaults = encoderDefaults();
-    EXPECT_EQ(encoder.timescale, defaults.timescale);
-    EXPECT_EQ(encoder.repetitionCount, defaults.repetitionCount);
-    EXPECT_EQ(encoder.extraLayerCount, defaults.extraLayerCount);
-    EXPECT_EQ(encoder.keyframeInterval, defaults.keyframeInterval);
-    EXPECT_EQ(encoder.autoTiling, defaults.autoTiling);
-    EXPECT_EQ(encoder.minQuantizer, defaults.minQuantizer);
-    EXPECT_EQ(encoder.maxQuantizer, defaults.maxQuantizer);
-    EXPECT_EQ(encoder.minQuantizerAlpha, defaults.minQuantizerAlpha);
-    EXPECT_EQ(encoder.maxQuantizerAlpha, defaults.maxQuantizerAlpha);
-    EXPECT_EQ(encoder.scalingMode.horizontal.d, defaults.scalingMode.horizontal.d);
-    EXPECT_EQ(encoder.scalingMode.vertical.n, defaults.scalingMode.vertical.n);
+    EXPECT_THAT(changes(avif.encoderAtWork),
+                ElementsAre("codecChoice=" + std::to_string(AVIF_CODEC_CHOICE_AOM), "maxThreads=4", "speed=6",
+                            "quality=70", "qualityAlpha=100", "tileRowsLog2=0", "tileColsLog2=0"));
 }
 
 TEST(StillEncoderCalls, DescribeTheImageAndItsSource) {
     const TemporaryFolder folder;
     AvifDouble avif;
-    const Picture picture = pictureOf(3, 2);
+    const Picture picture = blankPicture(3, 2);
     ASSERT_EQ(encodeStill(picture, folder / "picture.avif"), "written");
 
     ASSERT_EQ(avif.conversions.size(), 1U);
-    for (const avifImage& image : {avif.conversions[0].target, avif.imageAtWork}) {
-        EXPECT_EQ(image.colorPrimaries, 1);
-        EXPECT_EQ(image.transferCharacteristics, 13);
-        EXPECT_EQ(image.matrixCoefficients, 6);
-        EXPECT_EQ(image.yuvRange, AVIF_RANGE_FULL);
-        EXPECT_FALSE(image.alphaPremultiplied);
-        EXPECT_EQ(image.icc.size, 0U);
-    }
+    EXPECT_EQ(changes(avif.conversions[0].target), srgbImage);
+    EXPECT_EQ(changes(avif.imageAtWork), srgbImage);
     const avifRGBImage& source = avif.conversions[0].source;
+    EXPECT_EQ(changes(source), premultipliedRgba);
     EXPECT_EQ(source.width, 3U);
     EXPECT_EQ(source.height, 2U);
-    EXPECT_EQ(source.depth, 8U);
-    EXPECT_EQ(source.format, AVIF_RGB_FORMAT_RGBA);
-    EXPECT_TRUE(source.alphaPremultiplied);
     EXPECT_EQ(source.pixels, picture.pixels.data());
     EXPECT_EQ(source.rowBytes, 12U);
-
-    const avifRGBImage defaults = sourceDefaults();
-    EXPECT_EQ(source.chromaUpsampling, defaults.chromaUpsampling);
-    EXPECT_EQ(source.chromaDownsampling, defaults.chromaDownsampling);
-    EXPECT_EQ(source.avoidLibYUV, defaults.avoidLibYUV);
-    EXPECT_EQ(source.ignoreAlpha, defaults.ignoreAlpha);
-    EXPECT_EQ(source.isFloat, defaults.isFloat);
-    EXPECT_EQ(source.maxThreads, defaults.maxThreads);
 }
 
 TEST(StillEncoderCalls, TuneForSsimFromQuality50) {
@@ -109,7 +70,7 @@ TEST(StillEncoderCalls, TuneForSsimFromQuality50) {
                            Row{100, "option tune=ssim"}}) {
         SCOPED_TRACE(row.quality);
         AvifDouble avif;
-        ASSERT_EQ(encodeStill(pictureOf(3, 2), folder / "picture.avif", row.quality), "written");
+        ASSERT_EQ(encodeStill(blankPicture(3, 2), folder / "picture.avif", row.quality), "written");
         EXPECT_THAT(avif.calls, Contains(row.option));
     }
 }
@@ -125,7 +86,7 @@ TEST(StillEncoderCalls, UseOneToEightThreads) {
         SCOPED_TRACE(row.processors);
         AvifDouble avif;
         avif.processors = row.processors;
-        ASSERT_EQ(encodeStill(pictureOf(3, 2), folder / "picture.avif"), "written");
+        ASSERT_EQ(encodeStill(blankPicture(3, 2), folder / "picture.avif"), "written");
         EXPECT_EQ(avif.encoderAtWork.maxThreads, row.maxThreads);
     }
 }
@@ -151,7 +112,7 @@ TEST(StillEncoderCalls, AllocateNothingForInvalidParameters) {
          }) {
         SCOPED_TRACE(row.why);
         AvifDouble avif;
-        const Picture picture = pictureOf(3, 2);
+        const Picture picture = blankPicture(3, 2);
         Message message;
         EXPECT_FALSE(encode_avif_rgba(row.hasPixels ? picture.pixels.data() : nullptr, row.width, row.height,
                                       row.quality, row.speed, "unused", message.data(), message.capacity()));
@@ -166,7 +127,7 @@ TEST(StillEncoderCalls, BoundTheWidthButNotTheHeight) {
         std::uint32_t height;
         const char* message;
     };
-    const Picture picture = pictureOf(1, 1);
+    const Picture picture = blankPicture(1, 1);
     for (const Row& row : {
              Row{0x3fffffff, 1, "Cannot allocate AVIF encoder"},
              Row{0x40000000, 1, "Invalid encoding parameters"},
@@ -233,7 +194,7 @@ TEST(StillEncoderCalls, ReleaseEverythingOnceAfterEachFailure) {
         AvifDouble avif;
         avif.diagnosis = "what went wrong";
         row.arrange(avif);
-        EXPECT_EQ(encodeStill(pictureOf(3, 2), folder / row.file), row.message);
+        EXPECT_EQ(encodeStill(blankPicture(3, 2), folder / row.file), row.message);
         ASSERT_GE(avif.calls.size(), row.lastCalls.size());
         const std::vector<std::string> lastCalls(avif.calls.end() - static_cast<std::ptrdiff_t>(row.lastCalls.size()),
                                                  avif.calls.end());
@@ -246,7 +207,7 @@ TEST(StillEncoderCalls, ReleaseEverythingOnceAfterEachFailure) {
 TEST(StillEncoderCalls, EndTheTextOfLibavifEvenWhenItSaysNothing) {
     AvifDouble avif;
     avif.ofWrite = AVIF_RESULT_ENCODE_COLOR_FAILED;
-    EXPECT_EQ(encodeStill(pictureOf(3, 2), "unused"), "encode failed: ");
+    EXPECT_EQ(encodeStill(blankPicture(3, 2), "unused"), "encode failed: ");
 }
 
 /// Bands in the order of their rows.
@@ -274,7 +235,7 @@ TEST(StillEncoderBands, CoverALargePictureOnce) {
     for (const Row& row : {Row{2000, 1101}, Row{1, 1'000'001}, Row{500'000, 5}, Row{777, 1024}}) {
         SCOPED_TRACE(std::to_string(row.width) + "x" + std::to_string(row.height));
         AvifDouble avif;
-        const Picture picture = pictureOf(row.width, row.height);
+        const Picture picture = blankPicture(row.width, row.height);
         ASSERT_EQ(encodeStill(picture, folder / "picture.avif"), "written");
 
         const std::vector<Conversion> bands = bandsOf(avif);
@@ -300,7 +261,7 @@ TEST(StillEncoderBands, CoverALargePictureOnce) {
 TEST(StillEncoderBands, LeaveThePlanesToTheImage) {
     const TemporaryFolder folder;
     AvifDouble avif;
-    ASSERT_EQ(encodeStill(pictureOf(2000, 1101), folder / "picture.avif"), "written");
+    ASSERT_EQ(encodeStill(blankPicture(2000, 1101), folder / "picture.avif"), "written");
     EXPECT_TRUE(avif.imageAtWork.imageOwnsYUVPlanes);
     EXPECT_TRUE(avif.imageAtWork.imageOwnsAlphaPlane);
     EXPECT_EQ(avif.planesReleased, 2); // colour and alpha, each once
@@ -311,11 +272,11 @@ TEST(StillEncoderBands, StayOnTheCallingThreadOfOneProcessor) {
     const TemporaryFolder folder;
     AvifDouble avif;
     avif.processors = 1;
-    ASSERT_EQ(encodeStill(pictureOf(2000, 1101), folder / "picture.avif"), "written");
+    ASSERT_EQ(encodeStill(blankPicture(2000, 1101), folder / "picture.avif"), "written");
     EXPECT_THAT(threadsOf(avif), ElementsAre(std::this_thread::get_id()));
 }
 
-/// Holds the first threads until so many have come. A minute without them is given up, so that a failure ends.
+/// Holds the first threads until so many have come.
 class Meeting {
 public:
     explicit Meeting(std::size_t size) : size_(size) {}
@@ -324,15 +285,13 @@ public:
         std::unique_lock lock(mutex_);
         threads_.insert(std::this_thread::get_id());
         complete_.notify_all();
-        isGivenUp_ = isGivenUp_ || !complete_.wait_for(lock, std::chrono::minutes(1),
-                                                       [this] { return isGivenUp_ || threads_.size() >= size_; });
+        complete_.wait(lock, [this] { return threads_.size() >= size_; });
     }
 
     std::size_t threads() const { return threads_.size(); }
 
 private:
     const std::size_t size_;
-    bool isGivenUp_ = false;
     std::set<std::thread::id> threads_;
     std::mutex mutex_;
     std::condition_variable complete_;
@@ -350,7 +309,7 @@ TEST(StillEncoderBands, AreConvertedSideBySideOnUpToEightThreads) {
         avif.processors = row.processors;
         Meeting meeting(row.threads);
         avif.duringConversion = [&meeting] { meeting.attend(); };
-        ASSERT_EQ(encodeStill(pictureOf(2000, 1101), folder / "picture.avif"), "written");
+        ASSERT_EQ(encodeStill(blankPicture(2000, 1101), folder / "picture.avif"), "written");
         EXPECT_EQ(meeting.threads(), row.threads);
         EXPECT_THAT(threadsOf(avif), Contains(std::this_thread::get_id()));
     }
@@ -377,7 +336,7 @@ TEST(StillEncoderBands, ReleaseEverythingOnceAfterEachFailure) {
         AvifDouble avif;
         avif.diagnosis = "what went wrong";
         row.arrange(avif);
-        EXPECT_EQ(encodeStill(pictureOf(2000, 1101), "unused"), row.message);
+        EXPECT_EQ(encodeStill(blankPicture(2000, 1101), "unused"), row.message);
         EXPECT_EQ(avif.planesReleased, row.planesReleased);
         EXPECT_THAT(avif.alive, IsEmpty());
         EXPECT_THAT(avif.calls, Not(Contains("avifEncoderWrite")));
@@ -388,7 +347,7 @@ TEST(StillEncoderBands, StopAfterTheFirstFailure) {
     AvifDouble avif;
     avif.processors = 1;
     avif.ofConversion = AVIF_RESULT_REFORMAT_FAILED;
-    EXPECT_EQ(encodeStill(pictureOf(2000, 1101), "unused"), "reformat failed: ");
+    EXPECT_EQ(encodeStill(blankPicture(2000, 1101), "unused"), "reformat failed: ");
     EXPECT_EQ(avif.conversions.size(), 1U);
 }
 

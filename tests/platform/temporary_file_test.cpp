@@ -6,14 +6,18 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <atomic>
 #include <fstream>
 #include <mutex>
 #include <set>
+#include <stdexcept>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace ovrel::test {
@@ -141,27 +145,38 @@ TEST(RemoveTemporaryFiles, LetsNoHolderCreateItsFileAfterwards) {
     EXPECT_THAT(folder.listing(), IsEmpty());
 }
 
+/// proc(5): whether the thread whose open file "stat" this is sleeps until something happens.
+bool isAsleep(int stat) {
+    std::array<char, 256> line{};
+    if (::pread(stat, line.data(), line.size() - 1, 0) <= 0) {
+        throw std::runtime_error("no state of the thread");
+    }
+    const std::string_view text(line.data());
+    return text.substr(text.rfind(')')).starts_with(") S"); // the name before it may hold anything
+}
+
 TEST(RemoveTemporaryFiles, LetsNoNewOneBegin) {
     const TemporaryFolder folder;
     ChildProcess child([&] {
-        std::atomic<bool> running = false;
+        std::atomic<pid_t> beginner = 0;
         std::atomic<bool> removed = false;
-        std::atomic<bool> begun = false;
         std::thread([&] {
-            running = true;
-            running.notify_all();
-            removed.wait(false);
+            beginner = ::gettid();
+            beginner.notify_all();
+            while (!removed) { // awake, so that it is nothing but the new one that makes it sleep
+            }
             const TemporaryFile temporary(folder.path());
-            begun = true;
+            ::_exit(1);
         }).detach();
-        running.wait(false);
+        beginner.wait(0);
+        const std::string file = "/proc/self/task/" + std::to_string(beginner) + "/stat";
+        const int stat = ::open(file.c_str(), O_RDONLY); // later nothing can be opened
         removeTemporaryFiles();
         removed = true;
-        removed.notify_all();
-        // Long enough for a thread that does not wait; for one that does it makes no difference.
-        constexpr unsigned microseconds = 100000;
-        ::usleep(microseconds);
-        ::_exit(begun ? 1 : 0);
+        while (!isAsleep(stat)) {
+            std::this_thread::yield();
+        }
+        ::_exit(0);
         return 1;
     });
     EXPECT_EQ(child.wait(), 0);

@@ -21,6 +21,28 @@ void require(avifResult result, const std::filesystem::path& file) {
     }
 }
 
+std::string codingOf(const avifDecoder& decoder) {
+    const avifImage& image = *decoder.image;
+    std::string coding = std::to_string(image.width) + "x" + std::to_string(image.height) + ", " +
+                         std::to_string(image.depth) + " bits, " + avifPixelFormatToString(image.yuvFormat) +
+                         (image.yuvRange == AVIF_RANGE_FULL ? ", full" : ", limited") + " range, CICP " +
+                         std::to_string(image.colorPrimaries) + "/" + std::to_string(image.transferCharacteristics) +
+                         "/" + std::to_string(image.matrixCoefficients);
+    if (decoder.alphaPresent == AVIF_TRUE) {
+        coding += image.alphaPremultiplied == AVIF_TRUE ? ", premultiplied alpha" : ", alpha";
+    }
+    const std::pair<bool, const char*> parts[] = {
+        {image.icc.size != 0, ", profile"},
+        {image.exif.size != 0, ", Exif"},
+        {image.xmp.size != 0, ", XMP"},
+        {image.transformFlags != AVIF_TRANSFORM_NONE, ", transformations"},
+    };
+    for (const auto& [isThere, name] : parts) {
+        coding += isThere ? name : "";
+    }
+    return coding;
+}
+
 } // namespace
 
 AvifFacts avifFacts(const std::filesystem::path& file) {
@@ -35,9 +57,7 @@ AvifFacts avifFacts(const std::filesystem::path& file) {
     facts.repetitionCount = decoder->repetitionCount;
     facts.hasAlpha = decoder->alphaPresent == AVIF_TRUE;
     facts.profile.assign(decoder->image->icc.data, decoder->image->icc.data + decoder->image->icc.size);
-    facts.colorPrimaries = decoder->image->colorPrimaries;
-    facts.transferCharacteristics = decoder->image->transferCharacteristics;
-    facts.matrixCoefficients = decoder->image->matrixCoefficients;
+    facts.coding = codingOf(*decoder);
     while (facts.frames.size() < static_cast<std::size_t>(decoder->imageCount)) {
         require(avifDecoderNextImage(decoder.get()), file);
         facts.durations.push_back(decoder->imageTiming.durationInTimescales);

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <string>
 #include <vector>
 
 namespace ovrel::test {
@@ -19,9 +20,11 @@ struct AvifFacts {
     std::vector<Image> frames;            ///< decoded, rgba8, straight alpha
     std::vector<std::uint8_t> profile;    ///< the embedded ICC profile, often empty
     bool hasAlpha = false;
-    int colorPrimaries = 0;
-    int transferCharacteristics = 0;
-    int matrixCoefficients = 0;
+
+    /// How the picture is stored: size, depth, subsampling, range, code points of ITU-T H.273 (primaries, transfer and
+    /// matrix), and what else there is of alpha, profile, Exif, XMP and transformations (irot, imir, clap, pasp):
+    /// "33x17, 8 bits, YUV420, full range, CICP 1/13/6, alpha".
+    std::string coding;
 };
 
 /// \throws std::runtime_error when libavif refuses the file

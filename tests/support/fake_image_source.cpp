@@ -1,5 +1,7 @@
 #include "tests/support/fake_image_source.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cstring>
 #include <utility>
@@ -36,6 +38,19 @@ Rgba pixelOf(const Image& image, std::uint32_t x, std::uint32_t y) {
     return color;
 }
 
+void expectPlain(const Image& image, Rgba color, int tolerance) {
+    for (std::uint32_t y = 0; y < image.height; ++y) {
+        for (std::uint32_t x = 0; x < image.width; ++x) {
+            SCOPED_TRACE(testing::Message() << x << ", " << y);
+            const Rgba pixel = pixelOf(image, x, y);
+            for (std::size_t channel = 0; channel < 3; ++channel) {
+                ASSERT_NEAR(pixel[channel], color[channel], tolerance);
+            }
+            ASSERT_EQ(pixel[3], color[3]);
+        }
+    }
+}
+
 FakeImageSource& FakeImageSource::add(Image image, std::optional<double> unclampedDelaySeconds) {
     ImageProperties properties;
     properties.pixelWidth = image.width;
@@ -47,7 +62,11 @@ FakeImageSource& FakeImageSource::add(Image image, std::optional<double> unclamp
 
 std::optional<Image> FakeImageSource::decode(std::size_t index) {
     const Frame& frame = frames[index];
-    return frame.image ? std::optional(copyOf(*frame.image)) : std::nullopt;
+    std::optional<Image> image = frame.image ? std::optional(copyOf(*frame.image)) : std::nullopt;
+    if (whenDecoded) {
+        whenDecoded(index);
+    }
+    return image;
 }
 
 } // namespace ovrel::test

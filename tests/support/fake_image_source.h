@@ -26,6 +26,9 @@ Image copyOf(const Image& image);
 
 Rgba pixelOf(const Image& image, std::uint32_t x, std::uint32_t y);
 
+/// Fails the test unless every pixel has this colour, give or take `tolerance`, and exactly this alpha.
+void expectPlain(const Image& image, Rgba color, int tolerance);
+
 /// A source whose facts are set by the test. Frames that are nothing cannot be decoded.
 class FakeImageSource final : public ImageSource {
 public:
@@ -37,6 +40,7 @@ public:
     ImageFormat imageFormat = ImageFormat::gif;
     std::vector<Frame> frames;
     std::optional<std::int64_t> loopCount;
+    std::function<void(std::size_t)> whenDecoded; ///< called with the index of a frame before it is handed out
 
     /// Adds a frame with the size of `image` among its properties.
     FakeImageSource& add(Image image, std::optional<double> unclampedDelaySeconds = std::nullopt);
