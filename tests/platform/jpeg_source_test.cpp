@@ -436,6 +436,54 @@ TEST(JpegSource, RefusesAPictureOfWhichNothingCame) {
     EXPECT_FALSE(decode(std::string("\xFF\xD8\xFF\xD9"))) << "no frame";
 }
 
+/// Kinds of coding whose decoders meet the end of the data each in its own way.
+struct Coding {
+    const char* what;
+    JpegOptions options;
+};
+
+std::vector<Coding> codings() {
+    std::vector<Coding> all{{"baseline", {}},   {"restart markers", {}}, {"progressive", {}},
+                            {"arithmetic", {}}, {"both of these", {}},   {"a scan for each component", {}}};
+    all[1].options.restartInterval = 1;
+    all[2].options.progressive = true;
+    all[3].options.arithmetic = true;
+    all[4].options.progressive = true;
+    all[4].options.arithmetic = true;
+    all[5].options.scanForEachComponent = true;
+    return all;
+}
+
+TEST(JpegSource, ShowsWhatCameOfAPictureOfOneRowOfBlocks) {
+    for (const auto& [what, options] : codings()) {
+        SCOPED_TRACE(what);
+        const std::string file = writeJpeg(slopes(80, 8), options);
+        const std::size_t data = placeOfData(file);
+        const std::optional<Image> whole = decode(file);
+        for (const std::string& end : {""s, "\xFF\xD9"s}) {
+            constexpr std::size_t beginningOfTheFirstScan = 12;
+            const std::optional<Image> image = decode(file.substr(0, data + beginningOfTheFirstScan) + end);
+            ASSERT_TRUE(whole && image);
+            EXPECT_LE(std::abs(pixelOf(*image, 4, 4)[0] - pixelOf(*whole, 4, 4)[0]), 60) << "it is 80 away from grey";
+            constexpr std::size_t oneByte = 2; // which a zero follows when it is 0xFF
+            EXPECT_TRUE(decode(file.substr(0, data + oneByte) + end));
+        }
+    }
+}
+
+TEST(JpegSource, RefusesAPictureOfOneRowOfBlocksOfWhichNothingCame) {
+    for (const auto& [what, options] : codings()) {
+        SCOPED_TRACE(what);
+        const std::string file = writeJpeg(slopes(80, 8), options);
+        const std::string head = file.substr(0, placeOfData(file));
+        for (const std::string& end : {""s, "\xFF"s, "\xFF\xFF\xD9"s, "\xFF\xD9"s, "\xFF\xD0\xFF\xD1\xFF\xD9"s}) {
+            EXPECT_FALSE(decode(head + end));
+        }
+        // ITU-T T.81, annex B.1.1.5: a zero makes 0xFF a byte of the data.
+        EXPECT_TRUE(decode(head + "\xFF\0"s));
+    }
+}
+
 TEST(JpegSource, RefusesVeryManySegments) {
     std::string few;
     for (int i = 0; i < 1000; ++i) {
