@@ -33,6 +33,7 @@ public:
     /// Decodes no pixel yet. The file stays open or is in memory, so it may be renamed or replaced meanwhile.
     /// \return null when the file is no regular file that can be read, or its format is not known. A file of a known
     ///         format whose header is damaged opens with one image of unknown size.
+    /// \throws std::bad_alloc when memory is lacking for its facts
     static std::unique_ptr<ImageSource> open(const std::filesystem::path& file);
     virtual ~ImageSource() = default;
 

@@ -70,9 +70,13 @@ public:
 
 private:
     /// \return whether the library came back from `step` without a fatal error
+    /// \throws std::bad_alloc when it had too little memory
     template <typename Step>
     bool attempt(const Step& step) {
         if (setjmp(failure_) != 0) {
+            if (errors_.msg_code == JERR_OUT_OF_MEMORY) {
+                throw std::bad_alloc();
+            }
             return false;
         }
         step();

@@ -4,6 +4,7 @@
 #include "tests/support/exif_writer.h"
 #include "tests/support/fake_image_source.h"
 #include "tests/support/jpeg_writer.h"
+#include "tests/support/limited_memory.h"
 #include "tests/support/memory_file.h"
 #include "tests/support/peak_memory.h"
 #include "tests/support/temporary_folder.h"
@@ -572,6 +573,20 @@ TEST(JpegSource, RefusesAHugeProgressiveHeaderWithoutTakingMemory) {
         }
     });
     EXPECT_LT(peak, std::uint64_t{64} << 20);
+}
+
+TEST(JpegSource, TellsLackOfMemory) {
+    if (!canLimitMemory) {
+        GTEST_SKIP() << "not under a sanitizer";
+    }
+    for (const bool progressive : {false, true}) {
+        SCOPED_TRACE(progressive);
+        JpegOptions options;
+        options.progressive = progressive;
+        options.profile = displayP3Profile();
+        options.profile.resize(1'000'000, '\0');
+        expectToTellLackOfMemory(writeJpeg(slopes(60'000, 16), options), openJpeg);
+    }
 }
 
 TEST(JpegSource, RefusesMoreScansThanAnyEncoderWrites) {

@@ -2,6 +2,7 @@
 #include "platform/linux/decoders.h"
 #include "tests/support/exif_writer.h"
 #include "tests/support/fake_image_source.h"
+#include "tests/support/limited_memory.h"
 #include "tests/support/memory_file.h"
 #include "tests/support/peak_memory.h"
 #include "tests/support/png_writer.h"
@@ -514,6 +515,17 @@ TEST(PngSource, RefusesAHugeHeaderWithoutTakingMemory) {
         }
     });
     EXPECT_LT(peak, littleMemory);
+}
+
+TEST(PngSource, TellsLackOfMemory) {
+    if (!canLimitMemory) {
+        GTEST_SKIP() << "not under a sanitizer";
+    }
+    ColorSpace large = colorSpaceFromCicp(12, 13);
+    large.profile.resize(1'000'000);
+    PngPicture picture = noise(PngColorType::rgba, 8, 500'000, 2);
+    picture.beforeImageData = {profile(large)};
+    expectToTellLackOfMemory(writePng(picture), openPng);
 }
 
 TEST(PngSource, RefusesBadHeaders) {
