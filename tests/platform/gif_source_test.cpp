@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <initializer_list>
 #include <map>
 #include <new>
 #include <random>
@@ -314,6 +315,35 @@ TEST(GifSource, CutsInterlacedFramesAtTheCanvas) {
     tall.interlaced = true;
     EXPECT_EQ(allDecoded(animation(2, 4, {frame(0, 0, {"K"}), tall})),
               Frames({{"K.", "..", "..", ".."}, {"K.", ".R", ".G", ".B"}}));
+}
+
+TEST(GifSource, ShowsTheSameOfAFrameHoweverMuchOfItLiesOnTheCanvas) {
+    constexpr std::uint16_t width = 23;
+    constexpr std::uint16_t height = 37;
+    std::mt19937 random(11);
+    Drawing rows(height);
+    for (std::string& row : rows) {
+        while (row.size() < width) { // runs, so that codes stand for many pixels and reach across rows
+            row += std::string(1 + random() % 40, letters[random() % 5]);
+        }
+        row.resize(width);
+    }
+    for (const bool interlaced : {false, true}) {
+        GifFrameBlock large = frame(0, 0, rows);
+        large.interlaced = interlaced;
+        for (const std::uint16_t visibleWidth : std::initializer_list<std::uint16_t>{1, 2, 9, width}) {
+            for (std::uint16_t visibleHeight = 1; visibleHeight <= height; ++visibleHeight) {
+                SCOPED_TRACE(testing::Message() << visibleWidth << " x " << visibleHeight << ' ' << interlaced);
+                Drawing visible(rows.begin(), rows.begin() + visibleHeight);
+                for (std::string& row : visible) {
+                    row.resize(visibleWidth);
+                }
+                const Drawing first(visibleHeight, std::string(visibleWidth, 'K'));
+                EXPECT_EQ(allDecoded(animation(visibleWidth, visibleHeight, {frame(0, 0, first), large})),
+                          Frames({first, visible}));
+            }
+        }
+    }
 }
 
 TEST(GifSource, ClearsAndBringsBackOnlyWhatLiesOnTheCanvas) {
