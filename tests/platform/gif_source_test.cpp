@@ -672,14 +672,39 @@ TEST(GifSource, CannotShowAnOnlyFrameThatIsCutOffBeforeItsFirstPixel) {
     }
 }
 
-TEST(GifSource, DoesNotCountALaterFrameThatIsCutOff) {
+TEST(GifSource, DoesNotCountALaterFrameOfWhichPixelsAreMissing) {
+    GifFrameBlock flat;
+    flat.width = 2;
     const std::string first = gifHeader(2, 1, colors) + gifFrame(frame(0, 0, {"RG"}), colors.size());
-    const std::string file = first + gifFrame(frame(0, 0, {"BW"}), colors.size());
-    for (std::size_t size = first.size(); size < file.size(); ++size) {
-        SCOPED_TRACE(size);
-        EXPECT_EQ(allDecoded(file.substr(0, size)), Frames({{"RG"}}));
+    const std::string before = gifFrame(frame(0, 0, {"BW"}), colors.size());
+    const std::string odd("\x0C\x02\x00\x00", 4); // a code size that no GIF has
+    for (const std::string& last : {before.substr(0, before.size() - 3), gifFrame(flat, colors.size()).substr(0, 11),
+                                    gifFrame(frameOf(2, 1, odd), colors.size())}) {
+        for (std::size_t size = 0; size <= last.size(); ++size) {
+            SCOPED_TRACE(size);
+            EXPECT_EQ(allDecoded(first + last.substr(0, size)), Frames({{"RG"}}));
+        }
     }
-    EXPECT_EQ(allDecoded(file), Frames({{"RG"}, {"BW"}}));
+}
+
+TEST(GifSource, CountsALaterFrameThatLacksOnlyTheEndOfItsData) {
+    const std::string first = gifHeader(2, 2, colors) + gifFrame(frame(0, 0, {"RG"}), colors.size());
+    const Drawing whole{"BW", "RK"};
+    for (const bool interlaced : {false, true}) {
+        GifFrameBlock block = frame(0, 0, whole);
+        block.interlaced = interlaced;
+        const std::string last = gifFrame(block, colors.size());
+        for (const std::string& kept : {last, last.substr(0, last.size() - 1)}) {
+            EXPECT_EQ(allDecoded(first + kept), Frames({{"RG", ".."}, whole}));
+        }
+    }
+    // A sub-block that states one more byte than came.
+    const std::string data = CodePacker(2).clear().code(2).code(3).code(0).code(1).imageData();
+    std::string unfilled = gifFrame(frameOf(2, 2, data), colors.size());
+    const std::size_t blockSize = unfilled.size() - data.size() + 1;
+    ++unfilled[blockSize];
+    unfilled.pop_back();
+    EXPECT_EQ(allDecoded(first + unfilled), Frames({{"RG", ".."}, {"BW", "RG"}}));
 }
 
 // Bounds
