@@ -302,14 +302,6 @@ std::string bytesOf(const std::vector<std::uint8_t>& profile) {
     return {profile.begin(), profile.end()};
 }
 
-/// A profile but for the time at which it was made (ICC.1:2022, section 7.2.1).
-std::string timelessBytesOf(const std::vector<std::uint8_t>& profile) {
-    constexpr std::size_t dateOffset = 24;
-    constexpr std::size_t dateBytes = 12;
-    std::string bytes = bytesOf(profile);
-    return bytes.size() < dateOffset + dateBytes ? bytes : bytes.replace(dateOffset, dateBytes, dateBytes, ' ');
-}
-
 std::string grayProfile() {
     cmsToneCurve* curve = cmsBuildGamma(nullptr, 1.8);
     cmsHPROFILE profile = cmsCreateGrayProfile(cmsD50_xyY(), curve);
@@ -338,9 +330,7 @@ TEST(AvifSource, TellsColorsByCodePoints) {
         options.transfer = transfer;
         const std::optional<Image> image = decode(writeAvif(gradient(8, 8), options));
         ASSERT_TRUE(image);
-        EXPECT_EQ(image->colorSpace.model, ColorModel::rgb);
-        EXPECT_EQ(timelessBytesOf(image->colorSpace.profile),
-                  timelessBytesOf(colorSpaceFromCicp(primaries, transfer).profile));
+        EXPECT_EQ(image->colorSpace, colorSpaceFromCicp(primaries, transfer));
     }
 }
 
