@@ -3,11 +3,11 @@
 #include "tests/support/avif_writer.h"
 #include "tests/support/damaged_files.h"
 #include "tests/support/fake_image_source.h"
+#include "tests/support/icc_profiles.h"
 #include "tests/support/memory_file.h"
 #include "tests/support/peak_memory.h"
 
 #include <gtest/gtest.h>
-#include <lcms2.h>
 
 #include <cstring>
 #include <string_view>
@@ -298,22 +298,6 @@ TEST(AvifSource, IgnoresACleanApertureThatCannotBe) {
 
 // Colour
 
-std::string bytesOf(const std::vector<std::uint8_t>& profile) {
-    return {profile.begin(), profile.end()};
-}
-
-std::string grayProfile() {
-    cmsToneCurve* curve = cmsBuildGamma(nullptr, 1.8);
-    cmsHPROFILE profile = cmsCreateGrayProfile(cmsD50_xyY(), curve);
-    cmsUInt32Number size = 0;
-    cmsSaveProfileToMem(profile, nullptr, &size);
-    std::string bytes(size, '\0');
-    cmsSaveProfileToMem(profile, bytes.data(), &size);
-    cmsCloseProfile(profile);
-    cmsFreeToneCurve(curve);
-    return bytes;
-}
-
 constexpr std::uint16_t displayP3 = 12;
 constexpr std::uint16_t rec2020 = 9;
 constexpr std::uint16_t linear = 8;
@@ -336,12 +320,12 @@ TEST(AvifSource, TellsColorsByCodePoints) {
 
 TEST(AvifSource, PrefersTheProfileToCodePoints) {
     AvifOptions options;
-    options.icc = bytesOf(colorSpaceFromCicp(displayP3, srgbTransfer).profile);
+    options.icc = textOf(displayP3Profile());
     options.primaries = rec2020;
     options.transfer = linear;
     const std::optional<Image> image = decode(writeAvif(gradient(8, 8), options));
     ASSERT_TRUE(image);
-    EXPECT_EQ(bytesOf(image->colorSpace.profile), options.icc);
+    EXPECT_EQ(textOf(image->colorSpace.profile), options.icc);
     EXPECT_EQ(image->colorSpace.model, ColorModel::rgb);
 }
 
@@ -349,11 +333,11 @@ TEST(AvifSource, KeepsTheProfileOfAGreyPicture) {
     AvifOptions options;
     options.chroma = AvifChroma::none;
     options.matrix = 6;
-    options.icc = grayProfile();
+    options.icc = textOf(grayProfile(1.8));
     const std::optional<Image> image = decode(writeAvif(smooth(8, 8), options));
     ASSERT_TRUE(image);
     EXPECT_EQ(image->colorSpace.model, ColorModel::gray);
-    EXPECT_EQ(bytesOf(image->colorSpace.profile), options.icc);
+    EXPECT_EQ(textOf(image->colorSpace.profile), options.icc);
 }
 
 TEST(AvifSource, TakesPicturesForSrgbWhoseProfileCannotBeUsed) {
@@ -432,7 +416,7 @@ TEST(AvifSource, SurvivesFlippedBits) {
     constexpr unsigned rounds = 500;
     AvifOptions options;
     options.mirror = 1;
-    options.icc = bytesOf(colorSpaceFromCicp(displayP3, srgbTransfer).profile);
+    options.icc = textOf(displayP3Profile());
     expectToSurviveBitFlips(writeAvif(gradient(16, 12), options), openAvif, rounds);
     std::vector<Image> frames;
     frames.push_back(gradient(16, 12));

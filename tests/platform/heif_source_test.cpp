@@ -5,6 +5,7 @@
 #include "tests/support/exif_writer.h"
 #include "tests/support/fake_image_source.h"
 #include "tests/support/heif_writer.h"
+#include "tests/support/icc_profiles.h"
 #include "tests/support/memory_file.h"
 
 #include <gtest/gtest.h>
@@ -177,18 +178,14 @@ TEST_F(HevcSource, StraightensPremultipliedColors) {
 constexpr std::uint16_t displayP3 = 12;
 constexpr std::uint16_t srgbTransfer = 13;
 
-std::string bytesOf(const std::vector<std::uint8_t>& profile) {
-    return {profile.begin(), profile.end()};
-}
-
 TEST_F(HevcSource, KeepsTheProfile) {
     HeifOptions options;
-    options.icc = bytesOf(colorSpaceFromCicp(displayP3, srgbTransfer).profile);
+    options.icc = textOf(displayP3Profile());
     const auto source = open(written(smooth(64, 64), options));
     ASSERT_TRUE(source);
     const std::optional<Image> image = source->decode(0);
     ASSERT_TRUE(image);
-    EXPECT_EQ(bytesOf(image->colorSpace.profile), options.icc);
+    EXPECT_EQ(textOf(image->colorSpace.profile), options.icc);
 }
 
 TEST_F(HevcSource, TellsColorsByCodePoints) {

@@ -1,8 +1,8 @@
-#include "platform/linux/color_profiles.h"
 #include "platform/linux/decoders.h"
 #include "tests/support/damaged_files.h"
 #include "tests/support/exif_writer.h"
 #include "tests/support/fake_image_source.h"
+#include "tests/support/icc_profiles.h"
 #include "tests/support/jpeg_writer.h"
 #include "tests/support/limited_memory.h"
 #include "tests/support/memory_file.h"
@@ -101,13 +101,6 @@ std::string claiming(std::uint16_t width, std::uint16_t height, std::string file
     file[frame + 7] = static_cast<char>(width >> 8);
     file[frame + 8] = static_cast<char>(width & 0xFF);
     return file;
-}
-
-std::string displayP3Profile() {
-    constexpr int displayP3 = 12;
-    constexpr int srgbTransfer = 13;
-    const std::vector<std::uint8_t> profile = colorSpaceFromCicp(displayP3, srgbTransfer).profile;
-    return {profile.begin(), profile.end()};
 }
 
 TEST(JpegSource, StatesFormatSizeAndOrientationBeforeDecoding) {
@@ -269,23 +262,23 @@ TEST(JpegSource, FindsTheOrientationBehindOtherSegments) {
 
 TEST(JpegSource, KeepsTheProfile) {
     JpegOptions options;
-    options.profile = displayP3Profile();
+    options.profile = textOf(displayP3Profile());
     for (const JpegColors colors : {JpegColors::yCbCr, JpegColors::gray}) {
         options.colors = colors;
         const std::optional<Image> image = decode(writeJpeg(slopes(20, 20), options));
         ASSERT_TRUE(image);
         EXPECT_EQ(image->colorSpace.model, ColorModel::rgb);
-        EXPECT_EQ(std::string(image->colorSpace.profile.begin(), image->colorSpace.profile.end()), options.profile);
+        EXPECT_EQ(textOf(image->colorSpace.profile), options.profile);
     }
 }
 
 TEST(JpegSource, JoinsAProfileOfSeveralSegments) {
     JpegOptions options;
-    options.profile = displayP3Profile();
+    options.profile = textOf(displayP3Profile());
     options.profile.resize(200'000, '\0');
     const std::optional<Image> image = decode(writeJpeg(slopes(20, 20), options));
     ASSERT_TRUE(image);
-    EXPECT_EQ(std::string(image->colorSpace.profile.begin(), image->colorSpace.profile.end()), options.profile);
+    EXPECT_EQ(textOf(image->colorSpace.profile), options.profile);
 }
 
 TEST(JpegSource, DoesWithoutAProfileThatCannotBeUsed) {
@@ -295,10 +288,10 @@ TEST(JpegSource, DoesWithoutAProfileThatCannotBeUsed) {
         std::string segments;
     } cases[] = {
         {"no profile at all", jpegSegment(app2, identifier + "\1\1no profile"s)},
-        {"a segment of two is missing", jpegSegment(app2, identifier + "\1\2"s + displayP3Profile())},
-        {"segment 0", jpegSegment(app2, identifier + "\0\1"s + displayP3Profile())},
+        {"a segment of two is missing", jpegSegment(app2, identifier + "\1\2"s + textOf(displayP3Profile()))},
+        {"segment 0", jpegSegment(app2, identifier + "\0\1"s + textOf(displayP3Profile()))},
         {"the same segment twice", jpegSegment(app2, identifier + "\1\2a"s) + jpegSegment(app2, identifier + "\1\2b"s)},
-        {"cut inside its head", jpegSegment(app2, identifier + "\1\1"s + displayP3Profile().substr(0, 100))},
+        {"cut inside its head", jpegSegment(app2, identifier + "\1\1"s + textOf(displayP3Profile()).substr(0, 100))},
     };
     for (const auto& [what, segments] : cases) {
         SCOPED_TRACE(what);
@@ -308,7 +301,7 @@ TEST(JpegSource, DoesWithoutAProfileThatCannotBeUsed) {
     }
     JpegOptions inks;
     inks.colors = JpegColors::cmyk;
-    inks.profile = displayP3Profile();
+    inks.profile = textOf(displayP3Profile());
     EXPECT_EQ(decode(writeJpeg(inkSlopes(20, 20), inks))->colorSpace, (ColorSpace{ColorModel::cmyk, {}}));
 }
 
@@ -583,7 +576,7 @@ TEST(JpegSource, TellsLackOfMemory) {
         SCOPED_TRACE(progressive);
         JpegOptions options;
         options.progressive = progressive;
-        options.profile = displayP3Profile();
+        options.profile = textOf(displayP3Profile());
         options.profile.resize(1'000'000, '\0');
         expectToTellLackOfMemory(writeJpeg(slopes(60'000, 16), options), openJpeg);
     }
