@@ -1,7 +1,9 @@
+#include "platform/bitmap.h"
 #include "platform/linux/color_profiles.h"
 #include "platform/linux/decoders.h"
 #include "tests/support/exif_writer.h"
 #include "tests/support/fake_image_source.h"
+#include "tests/support/icc_profiles.h"
 #include "tests/support/limited_memory.h"
 #include "tests/support/memory_file.h"
 #include "tests/support/peak_memory.h"
@@ -17,10 +19,12 @@
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
+#include <initializer_list>
 #include <optional>
 #include <random>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace ovrel::test {
@@ -385,6 +389,35 @@ TEST(PngSource, CallsGrayPicturesGrayUnlessTheirProfileIsOfColours) {
         EXPECT_EQ(decode(withChunks({srgb}, colorType))->colorSpace, (ColorSpace{ColorModel::gray, {}}));
         EXPECT_EQ(decode(withChunks({gamma(100'000)}, colorType))->colorSpace, colorSpaceFromGamma(1.0));
     }
+}
+
+TEST(PngSource, ConvertsGrayPicturesThroughTheirGrayProfile) {
+    const ColorSpace linear{ColorModel::gray, grayProfile(1.0)};
+    for (const PngColorType colorType : {PngColorType::gray, PngColorType::grayAlpha}) {
+        for (const std::uint8_t depth : std::initializer_list<std::uint8_t>{8, 16}) {
+            SCOPED_TRACE(testing::Message() << static_cast<int>(colorType) << ", " << int{depth});
+            PngPicture picture;
+            picture.colorType = colorType;
+            picture.bitDepth = depth;
+            const auto half = static_cast<std::uint16_t>(depth == 8 ? 128 : 128 * 257);
+            picture.samples = {half, static_cast<std::uint16_t>((1U << depth) - 1)};
+            picture.samples.resize(channelsOf(colorType));
+            picture.beforeImageData = {profile(linear)};
+            std::optional<Image> image = decode(writePng(picture));
+            ASSERT_TRUE(image);
+            EXPECT_EQ(image->colorSpace, linear);
+            const Rgba pixel = pixelOf(convertedToSrgb(std::move(*image)), 0, 0);
+            // IEC 61966-2-1: half of the light is 188.
+            for (std::size_t channel = 0; channel < 3; ++channel) {
+                EXPECT_NEAR(pixel[channel], 188, 1);
+            }
+            EXPECT_EQ(pixel[3], 255);
+        }
+    }
+}
+
+TEST(PngSource, IgnoresAGrayProfileOfAPictureInColours) {
+    EXPECT_EQ(decode(withChunks({profile({ColorModel::gray, grayProfile(1.0)})}))->colorSpace, ColorSpace{});
 }
 
 TEST(PngSource, IgnoresCodePointsBehindTheImageData) {
