@@ -326,8 +326,10 @@ PngChunk chromaticities(const Chromaticities& colors) {
     return {"cHRM", content};
 }
 
-PngChunk codePoints(int primaries, int transfer, int matrix = 0) {
-    return {"cICP", {static_cast<char>(primaries), static_cast<char>(transfer), static_cast<char>(matrix), '\1'}};
+PngChunk codePoints(int primaries, int transfer, int matrix = 0, int fullRange = 1) {
+    return {"cICP",
+            {static_cast<char>(primaries), static_cast<char>(transfer), static_cast<char>(matrix),
+             static_cast<char>(fullRange)}};
 }
 
 PngChunk profile(const ColorSpace& space) {
@@ -364,6 +366,10 @@ TEST(PngSource, ChoosesTheDescriptionOfColoursThatGoesFirst) {
         {"code points before sRGB", {codePoints(12, 13), srgb, gamma(100'000)}, displayP3},
         {"code points of sRGB before gamma", {codePoints(1, 13), gamma(100'000)}, {}},
         {"code points with a matrix, which RGB has not", {codePoints(12, 13, 1)}, {}},
+        {"code points with a narrow range", {codePoints(9, 16, 0, 0)}, {}},
+        {"code points with a range that is none", {codePoints(9, 16, 0, 2)}, {}},
+        {"gamma for code points with a narrow range", {codePoints(9, 16, 0, 0), gamma(100'000)}, linear},
+        {"code points behind some with a narrow range", {codePoints(9, 16, 0, 0), codePoints(12, 13)}, displayP3},
         {"code points of a wrong length", {{"cICP", "\x0C\x0D"s}}, {}},
         {"the first code points of two", {codePoints(12, 13), codePoints(9, 13)}, displayP3},
         {"a profile", {profile(rec2020)}, rec2020},
