@@ -361,13 +361,48 @@ TEST(AvifSource, DecodesFramesOfASequenceInAnyOrder) {
     const auto source = open(writeAvifSequence(frames));
     ASSERT_TRUE(source);
     ASSERT_EQ(source->count(), 5U);
-    EXPECT_FALSE(source->gifLoopCount());
-    EXPECT_FALSE(source->properties(2).gifUnclampedDelayTime);
     for (const std::size_t index : {0U, 1U, 2U, 3U, 4U, 2U, 2U, 0U, 4U}) {
         SCOPED_TRACE(index);
         EXPECT_EQ(source->properties(index).pixelWidth, 24U);
         expectNear(source->decode(index), frames[index], 4);
     }
+}
+
+TEST(AvifSource, StatesTheTimesOfASequenceAndHowOftenItPlays) {
+    std::vector<Image> frames;
+    frames.push_back(smooth(16, 12));
+    frames.push_back(gradient(16, 12));
+    AvifOptions options;
+    options.frameMilliseconds = 70;
+    for (const auto& [repetitions, loops] : {std::pair{-1, 0}, {0, 1}, {3, 4}}) {
+        SCOPED_TRACE(repetitions);
+        options.repetitionCount = repetitions;
+        const auto source = open(writeAvifSequence(frames, options));
+        ASSERT_TRUE(source);
+        ASSERT_EQ(source->count(), 2U);
+        EXPECT_EQ(source->gifLoopCount(), loops);
+        for (std::size_t index = 0; index < 2; ++index) {
+            EXPECT_EQ(source->properties(index).gifUnclampedDelayTime, 0.07);
+            EXPECT_FALSE(source->properties(index).gifDelayTime);
+        }
+    }
+}
+
+TEST(AvifSource, StatesNoLoopCountOfASequenceWithoutAnEditList) {
+    std::vector<Image> frames;
+    frames.push_back(smooth(16, 12));
+    frames.push_back(gradient(16, 12));
+    std::string file = writeAvifSequence(frames);
+    std::size_t lists = 0;
+    for (std::size_t list = file.find("edts"); list != std::string::npos; list = file.find("edts")) {
+        file.replace(list, 4, "skip");
+        ++lists;
+    }
+    ASSERT_GT(lists, 0U);
+    const auto source = open(file);
+    ASSERT_TRUE(source);
+    EXPECT_FALSE(source->gifLoopCount());
+    EXPECT_EQ(source->properties(1).gifUnclampedDelayTime, 0.1);
 }
 
 // Odd and damaged files
