@@ -1,3 +1,4 @@
+#include "platform/bitmap.h"
 #include "platform/linux/color_profiles.h"
 #include "platform/linux/decoders.h"
 #include "tests/support/avif_writer.h"
@@ -13,6 +14,7 @@
 #include <cstring>
 #include <stdexcept>
 #include <string_view>
+#include <utility>
 
 namespace ovrel::test {
 
@@ -186,6 +188,43 @@ TEST_F(HevcSource, KeepsTheProfile) {
     const std::optional<Image> image = source->decode(0);
     ASSERT_TRUE(image);
     EXPECT_EQ(textOf(image->colorSpace.profile), options.icc);
+}
+
+TEST_F(HevcSource, ConvertsGrayPicturesThroughTheirGrayProfile) {
+    const ColorSpace linear{ColorModel::gray, grayProfile(1.0)};
+    HeifOptions options;
+    options.icc = textOf(linear.profile);
+    for (const unsigned depth : {8U, 10U}) {
+        SCOPED_TRACE(depth);
+        options.depth = depth;
+        std::string file;
+        try {
+            file = written(makeImage(64, 64, Rgba{128, 128, 128, 255}), options);
+        } catch (const std::runtime_error& error) {
+            GTEST_SKIP() << "this encoder does not know so many bits: " << error.what();
+        }
+        const auto source = open(file);
+        ASSERT_TRUE(source);
+        std::optional<Image> image = source->decode(0);
+        ASSERT_TRUE(image);
+        EXPECT_EQ(image->colorSpace, linear);
+        const Rgba pixel = pixelOf(convertedToSrgb(std::move(*image)), 32, 32);
+        // IEC 61966-2-1: half of the light is 188.
+        for (std::size_t channel = 0; channel < 3; ++channel) {
+            EXPECT_NEAR(pixel[channel], 188, 2);
+        }
+    }
+}
+
+TEST_F(HevcSource, IgnoresAGrayProfileOfAPictureInColours) {
+    HeifOptions options;
+    options.icc = textOf(grayProfile(1.0));
+    const auto source = open(written(smooth(64, 64), options));
+    ASSERT_TRUE(source);
+    const std::optional<Image> image = source->decode(0);
+    ASSERT_TRUE(image);
+    EXPECT_EQ(image->colorSpace, ColorSpace());
+    expectNear(image, smooth(64, 64));
 }
 
 TEST_F(HevcSource, TellsColorsByCodePoints) {
