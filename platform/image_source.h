@@ -20,8 +20,8 @@ struct ImageProperties {
     std::uint32_t pixelHeight = 0; ///< pixels before orientation is applied; 0 when unknown
     std::uint8_t orientation = 1;  ///< 1 … 8 (Exif 2.32, tag 0x0112)
 
-    /// Time of a frame in seconds, as a GIF (in hundredths, 0 included) or a WebP animation stores it; nothing when the
-    /// file states none.
+    /// Time of a frame in seconds, as a GIF (in hundredths, 0 included), a WebP animation or an AVIF sequence stores
+    /// it; nothing when the file states none.
     std::optional<double> gifUnclampedDelayTime;
     /// The same where a source knows only a time that was raised to what viewers play.
     std::optional<double> gifDelayTime;
@@ -33,6 +33,7 @@ public:
     /// Decodes no pixel yet. The file stays open or is in memory, so it may be renamed or replaced meanwhile.
     /// \return null when the file is no regular file that can be read, or its format is not known. A file of a known
     ///         format whose header is damaged opens with one image of unknown size.
+    /// \throws std::bad_alloc when memory is lacking for its facts
     static std::unique_ptr<ImageSource> open(const std::filesystem::path& file);
     virtual ~ImageSource() = default;
 
@@ -42,7 +43,7 @@ public:
     virtual std::size_t count() const = 0;
 
     /// How often an animation states to play, 0 for without end: a GIF by its NETSCAPE2.0 or ANIMEXTS1.0 application
-    /// extension, a WebP by its header. Nothing when the file states none.
+    /// extension, a WebP by its header, an AVIF by its edit list. Nothing when the file states none.
     virtual std::optional<std::int64_t> gifLoopCount() const { return std::nullopt; }
 
     /// \param index below count()

@@ -113,7 +113,25 @@ public:
 
     ImageFormat format() const override { return ImageFormat::avif; }
     std::size_t count() const override { return static_cast<std::size_t>(decoder_->imageCount); }
-    ImageProperties properties(std::size_t) const override { return properties_; }
+
+    /// libavif counts repetitions after the first time, and has negative numbers for "without end" and "not stated".
+    std::optional<std::int64_t> gifLoopCount() const override {
+        const int repetitions = decoder_->repetitionCount;
+        if (!isSequence() || (repetitions < 0 && repetitions != AVIF_REPETITION_COUNT_INFINITE)) {
+            return std::nullopt;
+        }
+        return repetitions == AVIF_REPETITION_COUNT_INFINITE ? 0 : std::int64_t{repetitions} + 1;
+    }
+
+    ImageProperties properties(std::size_t index) const override {
+        ImageProperties properties = properties_;
+        avifImageTiming timing;
+        if (isSequence() &&
+            avifDecoderNthImageTiming(decoder_.get(), static_cast<std::uint32_t>(index), &timing) == AVIF_RESULT_OK) {
+            properties.gifUnclampedDelayTime = timing.duration;
+        }
+        return properties;
+    }
 
     std::optional<Image> decode(std::size_t index) override {
         requireMemory();
@@ -128,6 +146,7 @@ public:
     }
 
 private:
+    bool isSequence() const { return decoder_->imageCount > 1; }
     bool isCropped() const { return crop_.width != width_ || crop_.height != height_; }
 
     /// \throws std::bad_alloc when the picture will not fit

@@ -63,6 +63,14 @@ double hlgToLight(double signal) {
     return std::pow(scene(signal) / scene(0.75), systemGamma);
 }
 
+/// ICC.1:2022, section 7.2.8: year, month, day, hours, minutes and seconds in two bytes each. The clock's time, which
+/// Little CMS writes, would make every profile another one, and with it every picture that carries it.
+void setDate(std::vector<std::uint8_t>& profile) {
+    constexpr std::ptrdiff_t dateOffset = 24;
+    constexpr std::array<std::uint8_t, 12> firstOfJanuary2000{0x07, 0xD0, 0, 1, 0, 1};
+    std::copy(firstOfJanuary2000.begin(), firstOfJanuary2000.end(), profile.begin() + dateOffset);
+}
+
 ColorSpace rgbColorSpace(cmsContext context, const Chromaticities& colors, ToneCurve curve) {
     const auto point = [](const std::array<double, 2>& xy) { return cmsCIExyY{xy[0], xy[1], 1.0}; };
     const cmsCIExyY white = point(colors.white);
@@ -81,6 +89,7 @@ ColorSpace rgbColorSpace(cmsContext context, const Chromaticities& colors, ToneC
     if (!cmsSaveProfileToMem(profile.get(), space.profile.data(), &size)) {
         return {};
     }
+    setDate(space.profile);
     return space;
 }
 
@@ -157,7 +166,7 @@ std::uint32_t signatureOf(ColorModel model) {
     return cmsSigRgbData;
 }
 
-/// ICC.1:2022, section 7.2.8. Taken from the bytes: as an enumeration, which is how Little CMS returns it, a damaged
+/// ICC.1:2022, section 7.2.6. Taken from the bytes: as an enumeration, which is how Little CMS returns it, a damaged
 /// signature would be a value that the type does not have.
 std::uint32_t dataColorSpace(std::span<const std::uint8_t> profile) {
     constexpr std::size_t offset = 16;

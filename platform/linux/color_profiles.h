@@ -1,5 +1,5 @@
 /// \file color_profiles.h
-/// ICC profiles for files that describe their colours in another way.
+/// ICC profiles for files that describe their colours in another way. The same description gives the same bytes.
 #pragma once
 
 #include "platform/color_space.h"

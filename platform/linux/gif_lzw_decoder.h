@@ -23,6 +23,10 @@ public:
     /// \return pixels written. Of an index only eight bits count.
     std::size_t decode(std::span<const std::uint8_t>& data, std::span<std::uint8_t> indices);
 
+    /// Passes over pixels instead of writing them. Costs time for the data alone, however many pixels they stand for.
+    /// \return pixels passed over, fewer than asked when `data` is used up or the image ends
+    std::size_t skip(std::span<const std::uint8_t>& data, std::size_t pixels);
+
     /// \return whether the image ended, by its end code or by a fault
     bool ended() const { return ended_; }
 
@@ -33,9 +37,21 @@ private:
     static constexpr unsigned maximumCodeBits = 12;
     static constexpr std::size_t maximumCodes = std::size_t{1} << maximumCodeBits;
 
+    /// What a code stands for: the string of an older one, and a last pixel.
+    struct Entry {
+        std::uint16_t prefix = 0; ///< the older code
+        std::uint16_t length = 0; ///< pixels, at most maximumCodes
+        std::uint8_t first = 0;
+        std::uint8_t last = 0;
+    };
+
+    /// Reads on to the next code that stands for pixels and makes it code_.
+    bool readCode(std::span<const std::uint8_t>& data);
     void clear();
+    bool isDefined(unsigned code) const;
     void take(unsigned code);
-    void push(unsigned index) { string_[stringLength_++] = static_cast<std::uint8_t>(index); }
+    /// Makes the string of code_ what is handed out next.
+    void expand();
 
     const unsigned codeSize_;
     const unsigned clearCode_;
@@ -45,15 +61,12 @@ private:
     unsigned bitCount_ = 0;
     unsigned codeBits_ = 0;
 
-    // A code stands for the string of another one and a last pixel.
-    std::array<std::uint16_t, maximumCodes> prefix_{};
-    std::array<std::uint8_t, maximumCodes> suffix_{};
+    std::array<Entry, maximumCodes> entries_{};
     unsigned nextCode_ = 0;
-    unsigned previousCode_ = 0;
-    bool hasPrevious_ = false;
-    unsigned firstIndex_ = 0; ///< of the previous code's string
+    unsigned code_ = 0;        ///< the last that was read
+    bool hasPrevious_ = false; ///< whether code_ came since the last clear code
 
-    std::array<std::uint8_t, maximumCodes + 1> string_{}; ///< decoded but not handed out, the next pixel last
+    std::array<std::uint8_t, maximumCodes> string_{}; ///< decoded but not handed out, the next pixel last
     std::size_t stringLength_ = 0;
 
     bool ended_ = false;

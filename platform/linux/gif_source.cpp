@@ -1,7 +1,7 @@
 #include "platform/linux/decoders.h"
 
 #include "platform/linux/gif_canvas.h"
-#include "platform/linux/gif_lzw_decoder.h"
+#include "platform/linux/gif_pixel_reader.h"
 #include "platform/linux/gif_stream.h"
 #include "platform/linux/gif_structure.h"
 #include "platform/memory.h"
@@ -24,6 +24,9 @@ constexpr std::size_t maximumFrames = 200'000;
 struct Pass {
     std::uint32_t first;
     std::uint32_t step;
+
+    /// How many of the first `height` rows belong to it.
+    std::uint32_t rowsOf(std::uint32_t height) const { return height > first ? (height - first - 1) / step + 1 : 0; }
 };
 
 constexpr std::array<Pass, 1> sequentialPasses{{{0, 1}}};
@@ -115,50 +118,40 @@ private:
         if (canvas_->frameArea().isEmpty()) {
             return !structure_.isCutOff;
         }
-        GifLzwDecoder decoder(stream_->codeSize());
-        const std::size_t pixels =
-            paint(decoder, colorTable(stream_->colorMap(), frame.transparentIndex),
+        GifPixelReader pixels(*stream_);
+        const bool any =
+            paint(pixels, colorTable(stream_->colorMap(), frame.transparentIndex),
                   image.Interlace ? std::span<const Pass>(interlacedPasses) : std::span<const Pass>(sequentialPasses));
-        return pixels != 0 || !(decoder.isDamaged() || structure_.isCutOff);
+        return any || !(pixels.isDamaged() || structure_.isCutOff);
     }
 
-    /// Paints what the frame's data hold; the rest of the frame stays as it is.
-    /// \return pixels that came
-    std::size_t paint(GifLzwDecoder& decoder, const GifColorTable& colors, std::span<const Pass> passes) {
+    /// Paints what the frame's data hold; the rest of the frame stays as it is. Pixels outside of the canvas are only
+    /// passed over: a frame may claim billions of them in few bytes.
+    /// \return whether any pixels came
+    bool paint(GifPixelReader& pixels, const GifColorTable& colors, std::span<const Pass> passes) {
         const GifArea& area = canvas_->frameArea();
+        const auto width = static_cast<std::size_t>(stream_->image().Width);
         const auto height = static_cast<std::uint32_t>(stream_->image().Height);
         const std::uint32_t visibleRows = area.bottom - area.top;
-        row_.resize(static_cast<std::size_t>(stream_->image().Width));
-        std::span<const std::uint8_t> data;
-        std::size_t pixels = 0;
+        row_.resize(area.right - area.left);
+        bool any = false;
+        std::size_t hidden = 0; // pixels in front of the next visible one
         for (const Pass& pass : passes) {
-            const bool isLast = &pass == &passes.back();
-            for (std::uint32_t y = pass.first; y < (isLast ? visibleRows : height); y += pass.step) {
-                const std::span<const std::uint8_t> row = readRow(decoder, data);
-                if (y < visibleRows) {
-                    canvas_->paintRow(area.top + y, row, colors);
+            for (std::uint32_t y = pass.first; y < visibleRows; y += pass.step) {
+                if (pixels.skip(hidden) < hidden) {
+                    return any;
                 }
-                pixels += row.size();
+                const std::span<const std::uint8_t> row = pixels.read(row_);
+                canvas_->paintRow(area.top + y, row, colors);
+                any = any || !row.empty();
                 if (row.size() < row_.size()) {
-                    return pixels;
+                    return any;
                 }
+                hidden = width - row_.size();
             }
+            hidden += width * (pass.rowsOf(height) - pass.rowsOf(visibleRows));
         }
-        return pixels;
-    }
-
-    /// \return the frame's next row, cut off where the data end
-    std::span<const std::uint8_t> readRow(GifLzwDecoder& decoder, std::span<const std::uint8_t>& data) {
-        std::size_t count = decoder.decode(data, row_);
-        while (count < row_.size() && !decoder.ended()) {
-            const std::optional<GifStream::SubBlock> block = stream_->nextDataBlock();
-            if (!block) {
-                break;
-            }
-            data = *block;
-            count += decoder.decode(data, std::span(row_).subspan(count));
-        }
-        return std::span(row_).first(count);
+        return any;
     }
 
     std::unique_ptr<GifStream> stream_;

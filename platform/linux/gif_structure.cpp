@@ -1,5 +1,6 @@
 #include "platform/linux/gif_structure.h"
 
+#include "platform/linux/gif_pixel_reader.h"
 #include "platform/memory.h"
 
 #include <algorithm>
@@ -51,11 +52,23 @@ private:
             structure_.width = std::max(structure_.width, static_cast<std::uint32_t>(area.Left + area.Width));
             structure_.height = std::max(structure_.height, static_cast<std::uint32_t>(area.Top + area.Height));
             structure_.isCutOff = stream_.ended();
-        } else if (stream_.ended()) {
+        }
+        const bool isCutOff = stream_.ended();
+        if (!isCutOff || structure_.frames.empty() || holdsEveryPixel(frame)) {
+            add(frame);
+        }
+        return !isCutOff;
+    }
+
+    /// Whether a frame that is cut off lacks no more than the end of its data. Browsers show such a one.
+    bool holdsEveryPixel(const GifFrame& frame) {
+        stream_.seek(frame.offset);
+        if (!stream_.beginImage() || stream_.codeSize() > GifLzwDecoder::maximumCodeSize) {
             return false;
         }
-        add(frame);
-        return !stream_.ended();
+        const std::size_t pixels =
+            static_cast<std::size_t>(stream_.image().Width) * static_cast<std::size_t>(stream_.image().Height);
+        return pixels != 0 && GifPixelReader(stream_).skip(pixels) == pixels;
     }
 
     bool readExtension() {

@@ -1,5 +1,5 @@
 /// \file gif_structure.h
-/// What a GIF file holds, found in one pass over its blocks without decoding a pixel.
+/// What a GIF file holds, found in one pass over its blocks. The pixels of a last frame that is cut off are counted.
 #pragma once
 
 #include "platform/linux/gif_stream.h"
@@ -29,7 +29,8 @@ struct GifStructure {
     std::uint32_t width = 0;  ///< pixels of the logical screen, enlarged to hold the first frame; may be 0
     std::uint32_t height = 0; ///< likewise
     std::vector<GifFrame> frames;
-    /// The file ends inside its only frame. Where a file has complete frames, one that is cut off is not listed.
+    /// The file ends inside its only frame. Behind complete frames one that is cut off is listed only if all its pixels
+    /// came.
     bool isCutOff = false;
     /// Number of the NETSCAPE2.0 or ANIMEXTS1.0 extension, 0 for without end. Of several the first counts: the others
     /// stand behind frames that were meant to be played by it.

@@ -71,12 +71,45 @@ bool isDeep(const heif_image_handle* handle) {
     return heif_image_handle_get_luma_bits_per_pixel(handle) > 8;
 }
 
-ColorSpace colorSpaceOf(const heif_image_handle* handle) {
+/// \return whether red, green and blue are the same but for what compression makes of them
+template <typename Sample>
+bool isGrayRow(const std::uint8_t* row, std::size_t pixels) {
+    constexpr int tolerance = std::numeric_limits<Sample>::max() / 32;
+    for (std::size_t x = 0; x < pixels; ++x) {
+        std::array<Sample, 3> color;
+        std::memcpy(color.data(), row + x * 4 * sizeof(Sample), sizeof color);
+        const auto [least, most] = std::minmax_element(color.begin(), color.end());
+        if (*most - *least > tolerance) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool isGray(const Image& image) {
+    const auto isGrayHere = image.layout == PixelLayout::rgba16 ? isGrayRow<std::uint16_t> : isGrayRow<std::uint8_t>;
+    for (std::uint32_t y = 0; y < image.height; ++y) {
+        if (!isGrayHere(image.row(y), image.width)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+/// libheif gives grey pictures as RGB, and its older versions do not tell that they were grey. So a grey profile counts
+/// where no colours are found; it could not describe any.
+ColorSpace embeddedColorSpace(std::span<const std::uint8_t> profile, const Image& image) {
+    ColorSpace space = colorSpaceFromProfile(profile, ColorModel::gray);
+    const bool fits = space.model == ColorModel::rgb || (!space.profile.empty() && isGray(image));
+    return fits ? space : ColorSpace();
+}
+
+ColorSpace colorSpaceOf(const heif_image_handle* handle, const Image& image) {
     const std::size_t size = heif_image_handle_get_raw_color_profile_size(handle);
     if (size != 0 && size <= ColorSpace::maximumProfileBytes) {
         std::vector<std::uint8_t> profile(size);
         if (succeeded(heif_image_handle_get_raw_color_profile(handle, profile.data()))) {
-            return colorSpaceFromProfile(profile, ColorModel::rgb);
+            return embeddedColorSpace(profile, image);
         }
     }
     heif_color_profile_nclx* nclx = nullptr;
@@ -192,7 +225,9 @@ private:
                 deep ? straighten<std::uint16_t>(to, columns) : straighten<std::uint8_t>(to, columns);
             }
         }
-        return std::move(rows).finish(colorSpaceOf(&handle));
+        Image picture = std::move(rows).finish({});
+        picture.colorSpace = colorSpaceOf(&handle, picture);
+        return picture;
     }
 
     std::vector<std::uint8_t> bytes_; ///< libheif reads them as it goes

@@ -51,6 +51,9 @@ public:
     /// Reads up to the first scan, keeping the segments of one APPn marker.
     bool readHead(int keptMarker);
 
+    /// Whether anything stands between the head, just read, and the end of the picture.
+    bool hasData() const;
+
     /// Prepares for rows; of a file with several scans reads them all.
     bool start();
 
@@ -67,9 +70,13 @@ public:
 
 private:
     /// \return whether the library came back from `step` without a fatal error
+    /// \throws std::bad_alloc when it had too little memory
     template <typename Step>
     bool attempt(const Step& step) {
         if (setjmp(failure_) != 0) {
+            if (errors_.msg_code == JERR_OUT_OF_MEMORY) {
+                throw std::bad_alloc();
+            }
             return false;
         }
         step();
@@ -142,7 +149,7 @@ boolean Decompressor::fillBuffer() {
         constexpr std::array<JOCTET, 2> endOfImage{0xFF, JPEG_EOI};
         std::copy(endOfImage.begin(), endOfImage.end(), buffer_.begin());
         count = endOfImage.size();
-        if (info.arith_code && info.total_iMCU_rows > 1) {
+        if (info.arith_code) {
             endPicture();
         }
     }
@@ -183,8 +190,8 @@ void Decompressor::endPicture() {
     if (info.input_scan_number != 1) {
         return;
     }
-    if (info.input_iMCU_row == 0) {
-        ERREXIT(&info, JERR_INPUT_EOF); // nothing of the picture came, so it need not be filled with grey
+    if (info.input_iMCU_row == 0 && info.total_iMCU_rows > 1) {
+        ERREXIT(&info, JERR_INPUT_EOF); // too little of the picture came for the rest to be filled with grey
     }
     const auto rowsInGroup = static_cast<std::uint32_t>(info.max_v_samp_factor) * DCTSIZE;
     endOfRows_ = std::min(endOfRows_, (info.input_iMCU_row + 1) * rowsInGroup);
@@ -197,6 +204,27 @@ bool Decompressor::readHead(int keptMarker) {
         jpeg_read_header(&info, TRUE);
         severalScans_ = jpeg_has_multiple_scans(&info) != FALSE;
     });
+}
+
+/// ITU-T T.81, annex B.1.1: data are what is no marker; 0xFF begins one unless a zero follows, any number of 0xFF may
+/// stand before it, and restart markers may come without data.
+bool Decompressor::hasData() const {
+    constexpr std::uint8_t markerPrefix = 0xFF;
+    FileReader reader(file_);
+    reader.seek(position_ - source_.bytes_in_buffer);
+    std::uint8_t byte = 0;
+    bool inMarker = false;
+    while (reader.read({&byte, 1}) == 1) {
+        const bool isRestart = byte >= JPEG_RST0 && byte <= JPEG_RST0 + 7;
+        if (byte == markerPrefix) {
+            inMarker = true;
+        } else if (inMarker && isRestart) {
+            inMarker = false;
+        } else {
+            return !inMarker || byte != JPEG_EOI; // behind another marker follow further scans
+        }
+    }
+    return false;
 }
 
 bool Decompressor::start() {
@@ -294,7 +322,7 @@ std::optional<Image> JpegSource::decode(std::size_t) {
     }
     // Only when a first row has come is memory taken for the picture.
     std::vector<std::uint8_t> firstRow(info.image_width * bytesPerPixel(layout));
-    if (!jpeg.start() || !jpeg.readRow(firstRow.data())) {
+    if (!jpeg.hasData() || !jpeg.start() || !jpeg.readRow(firstRow.data())) {
         return std::nullopt;
     }
     UprightRows rows(info.image_width, info.image_height, layout, properties_.orientation);

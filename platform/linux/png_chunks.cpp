@@ -127,11 +127,14 @@ std::size_t imageCount(const AnimationHead& animation) {
     return std::size_t{animation.frames} + (animation.startsWithDefaultImage ? 0 : 1);
 }
 
-/// Section 11.3.2.6: primaries, transfer, matrix, range. PNG has no matrix but that of RGB.
+/// Section 11.3.2.6: primaries, transfer, matrix, range. PNG has no matrix but that of RGB. The narrow range is that of
+/// video; its samples are not spread here, so such a chunk describes nothing that we have, and the next source of
+/// colours counts.
 void readCodePoints(ChunkWalk& walk, PngChunks& chunks) {
     constexpr std::uint32_t codePointBytes = 4;
     const auto codes = walk.content(codePointBytes, codePointBytes);
-    if (codes && codes->at(2) == 0 && !chunks.codePoints) {
+    constexpr std::uint8_t fullRange = 1;
+    if (codes && codes->at(2) == 0 && codes->at(3) == fullRange && !chunks.codePoints) {
         chunks.codePoints = PngCodePoints{codes->at(0), codes->at(1)};
     }
 }

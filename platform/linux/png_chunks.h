@@ -25,7 +25,7 @@ struct PngChunks {
     /// Frames of the animation (acTL), and the default image when it is not one of them; 1 without an animation.
     std::size_t imageCount = 1;
 
-    std::optional<PngCodePoints> codePoints; ///< cICP
+    std::optional<PngCodePoints> codePoints; ///< cICP, of the full range
     std::uint64_t imageDataBytes = 0;        ///< compressed bytes in the IDAT chunks that the file has room for
 };
 

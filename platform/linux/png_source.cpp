@@ -8,6 +8,7 @@
 
 #include <bit>
 #include <csetjmp>
+#include <cstdlib>
 #include <new>
 #include <span>
 #include <utility>
@@ -26,16 +27,33 @@ struct PngDeleter {
 };
 using Png = std::unique_ptr<png_struct, PngDeleter>;
 
+/// What libpng asks for while it works.
+struct Supply {
+    FileReader reader;
+    bool lacksMemory = false; ///< whether memory was ever refused; of errors libpng tells only in words
+};
+
 /// Calls libpng through `step`. The library leaves a failed call by longjmp, so a step, and whatever libpng calls back
 /// during it, keeps nothing on the stack that has a destructor; all that lives longer stands outside.
 /// \return whether the call came back without an error
 template <typename Step>
-bool attempt(const Png& png, const Step& step) {
+bool returnsFrom(const Png& png, const Step& step) {
     if (setjmp(png_jmpbuf(png.get())) != 0) {
         return false;
     }
     step();
     return true;
+}
+
+/// The same.
+/// \throws std::bad_alloc when memory was refused, also where libpng would do without: a profile may be missing then
+template <typename Step>
+bool attempt(const Png& png, const Step& step) {
+    const bool returned = returnsFrom(png, step);
+    if (static_cast<const Supply*>(png_get_io_ptr(png.get()))->lacksMemory) {
+        throw std::bad_alloc();
+    }
+    return returned;
 }
 
 [[noreturn]] void leave(png_structp png, png_const_charp) {
@@ -45,15 +63,25 @@ bool attempt(const Png& png, const Step& step) {
 void ignoreWarning(png_structp, png_const_charp) {}
 
 void readBytes(png_structp png, png_bytep into, std::size_t count) {
-    auto* reader = static_cast<FileReader*>(png_get_io_ptr(png));
-    if (reader->read({into, count}) < count) {
+    auto* supply = static_cast<Supply*>(png_get_io_ptr(png));
+    if (supply->reader.read({into, count}) < count) {
         png_error(png, "the file ends early");
     }
 }
 
-/// \param reader stands at the first chunk and has read before, so that it needs no new memory while libpng waits
-Png makePng(FileReader& reader) {
-    Png png(png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, leave, ignoreWarning));
+png_voidp takeMemory(png_structp png, png_alloc_size_t bytes) {
+    void* memory = std::malloc(bytes);
+    if (memory == nullptr) {
+        static_cast<Supply*>(png_get_mem_ptr(png))->lacksMemory = true;
+    }
+    return memory;
+}
+
+/// \param supply its reader stands at the first chunk and has read before, so that it needs no new memory while libpng
+///        waits
+Png makePng(Supply& supply) {
+    Png png(
+        png_create_read_struct_2(PNG_LIBPNG_VER_STRING, nullptr, leave, ignoreWarning, &supply, takeMemory, nullptr));
     if (!png) {
         throw std::bad_alloc();
     }
@@ -61,7 +89,7 @@ Png makePng(FileReader& reader) {
     if (png.get_deleter().info == nullptr) {
         throw std::bad_alloc();
     }
-    png_set_read_fn(png.get(), &reader, readBytes);
+    png_set_read_fn(png.get(), &supply, readBytes);
     return png;
 }
 
@@ -211,12 +239,12 @@ std::optional<Image> PngSource::decode(std::size_t index) {
     if (index != 0) {
         return std::nullopt; // Only GIF animations are converted, so the frames behind the default image stay unread.
     }
-    FileReader reader(file_);
+    Supply supply{FileReader(file_)};
     std::array<std::uint8_t, 8> signature{};
-    if (reader.read(signature) < signature.size()) {
+    if (supply.reader.read(signature) < signature.size()) {
         return std::nullopt;
     }
-    const Png png = makePng(reader);
+    const Png png = makePng(supply);
     if (!readHead(png) || !imageDataMaySuffice(png, chunks_.imageDataBytes)) {
         return std::nullopt;
     }

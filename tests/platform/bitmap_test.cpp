@@ -3,6 +3,7 @@
 #include "platform/linux/color_profiles.h"
 #include "platform/linux/lcms_handles.h"
 #include "tests/support/fake_image_source.h"
+#include "tests/support/icc_profiles.h"
 
 #include <gtest/gtest.h>
 
@@ -35,24 +36,6 @@ Image imageOf(std::uint32_t width, std::uint32_t height, PixelLayout layout, con
     EXPECT_EQ(samples.size() * sizeof(Sample), image.samples.size());
     std::memcpy(image.samples.data(), samples.data(), image.samples.size());
     return image;
-}
-
-template <typename Make>
-std::vector<std::uint8_t> savedProfile(const Make& make) {
-    const LcmsContext context = makeLcmsContext();
-    const Profile profile(make(context.get()));
-    cmsUInt32Number size = 0;
-    cmsSaveProfileToMem(profile.get(), nullptr, &size);
-    std::vector<std::uint8_t> bytes(size);
-    cmsSaveProfileToMem(profile.get(), bytes.data(), &size);
-    return bytes;
-}
-
-std::vector<std::uint8_t> grayProfile(double gamma) {
-    return savedProfile([&](cmsContext context) {
-        const ToneCurve curve(cmsBuildGamma(context, gamma));
-        return cmsCreateGrayProfileTHR(context, cmsD50_xyY(), curve.get());
-    });
 }
 
 /// A press that knows black ink alone: a table from inks to L*a*b* whose lightness falls evenly from paper to black.

@@ -80,6 +80,13 @@ TEST(ColorProfiles, MapsTheReferenceWhiteOfHighDynamicRangeToWhite) {
     EXPECT_LT(white(18, 100)[0], 190);
 }
 
+TEST(ColorProfiles, GivesTheSameBytesAtAnyTime) {
+    const std::vector<std::uint8_t> profile = colorSpaceFromCicp(12, 13).profile;
+    // ICC.1:2022, section 7.2.8: the first of January 2000, midnight.
+    const std::vector<std::uint8_t> date(profile.begin() + 24, profile.begin() + 36);
+    EXPECT_EQ(date, (std::vector<std::uint8_t>{0x07, 0xD0, 0, 1, 0, 1, 0, 0, 0, 0, 0, 0}));
+}
+
 TEST(ColorProfiles, RefusesSenselessDescriptions) {
     for (const double exponent : {0.0, -1.0, 1000.0, std::nan(""), HUGE_VAL}) {
         EXPECT_TRUE(colorSpaceFromGamma(exponent).profile.empty()) << exponent;

@@ -1,9 +1,10 @@
-#include "platform/linux/color_profiles.h"
 #include "platform/linux/decoders.h"
 #include "tests/support/damaged_files.h"
 #include "tests/support/exif_writer.h"
 #include "tests/support/fake_image_source.h"
+#include "tests/support/icc_profiles.h"
 #include "tests/support/jpeg_writer.h"
+#include "tests/support/limited_memory.h"
 #include "tests/support/memory_file.h"
 #include "tests/support/peak_memory.h"
 #include "tests/support/temporary_folder.h"
@@ -100,13 +101,6 @@ std::string claiming(std::uint16_t width, std::uint16_t height, std::string file
     file[frame + 7] = static_cast<char>(width >> 8);
     file[frame + 8] = static_cast<char>(width & 0xFF);
     return file;
-}
-
-std::string displayP3Profile() {
-    constexpr int displayP3 = 12;
-    constexpr int srgbTransfer = 13;
-    const std::vector<std::uint8_t> profile = colorSpaceFromCicp(displayP3, srgbTransfer).profile;
-    return {profile.begin(), profile.end()};
 }
 
 TEST(JpegSource, StatesFormatSizeAndOrientationBeforeDecoding) {
@@ -268,23 +262,23 @@ TEST(JpegSource, FindsTheOrientationBehindOtherSegments) {
 
 TEST(JpegSource, KeepsTheProfile) {
     JpegOptions options;
-    options.profile = displayP3Profile();
+    options.profile = textOf(displayP3Profile());
     for (const JpegColors colors : {JpegColors::yCbCr, JpegColors::gray}) {
         options.colors = colors;
         const std::optional<Image> image = decode(writeJpeg(slopes(20, 20), options));
         ASSERT_TRUE(image);
         EXPECT_EQ(image->colorSpace.model, ColorModel::rgb);
-        EXPECT_EQ(std::string(image->colorSpace.profile.begin(), image->colorSpace.profile.end()), options.profile);
+        EXPECT_EQ(textOf(image->colorSpace.profile), options.profile);
     }
 }
 
 TEST(JpegSource, JoinsAProfileOfSeveralSegments) {
     JpegOptions options;
-    options.profile = displayP3Profile();
+    options.profile = textOf(displayP3Profile());
     options.profile.resize(200'000, '\0');
     const std::optional<Image> image = decode(writeJpeg(slopes(20, 20), options));
     ASSERT_TRUE(image);
-    EXPECT_EQ(std::string(image->colorSpace.profile.begin(), image->colorSpace.profile.end()), options.profile);
+    EXPECT_EQ(textOf(image->colorSpace.profile), options.profile);
 }
 
 TEST(JpegSource, DoesWithoutAProfileThatCannotBeUsed) {
@@ -294,10 +288,10 @@ TEST(JpegSource, DoesWithoutAProfileThatCannotBeUsed) {
         std::string segments;
     } cases[] = {
         {"no profile at all", jpegSegment(app2, identifier + "\1\1no profile"s)},
-        {"a segment of two is missing", jpegSegment(app2, identifier + "\1\2"s + displayP3Profile())},
-        {"segment 0", jpegSegment(app2, identifier + "\0\1"s + displayP3Profile())},
+        {"a segment of two is missing", jpegSegment(app2, identifier + "\1\2"s + textOf(displayP3Profile()))},
+        {"segment 0", jpegSegment(app2, identifier + "\0\1"s + textOf(displayP3Profile()))},
         {"the same segment twice", jpegSegment(app2, identifier + "\1\2a"s) + jpegSegment(app2, identifier + "\1\2b"s)},
-        {"cut inside its head", jpegSegment(app2, identifier + "\1\1"s + displayP3Profile().substr(0, 100))},
+        {"cut inside its head", jpegSegment(app2, identifier + "\1\1"s + textOf(displayP3Profile()).substr(0, 100))},
     };
     for (const auto& [what, segments] : cases) {
         SCOPED_TRACE(what);
@@ -307,7 +301,7 @@ TEST(JpegSource, DoesWithoutAProfileThatCannotBeUsed) {
     }
     JpegOptions inks;
     inks.colors = JpegColors::cmyk;
-    inks.profile = displayP3Profile();
+    inks.profile = textOf(displayP3Profile());
     EXPECT_EQ(decode(writeJpeg(inkSlopes(20, 20), inks))->colorSpace, (ColorSpace{ColorModel::cmyk, {}}));
 }
 
@@ -436,6 +430,54 @@ TEST(JpegSource, RefusesAPictureOfWhichNothingCame) {
     EXPECT_FALSE(decode(std::string("\xFF\xD8\xFF\xD9"))) << "no frame";
 }
 
+/// Kinds of coding whose decoders meet the end of the data each in its own way.
+struct Coding {
+    const char* what;
+    JpegOptions options;
+};
+
+std::vector<Coding> codings() {
+    std::vector<Coding> all{{"baseline", {}},   {"restart markers", {}}, {"progressive", {}},
+                            {"arithmetic", {}}, {"both of these", {}},   {"a scan for each component", {}}};
+    all[1].options.restartInterval = 1;
+    all[2].options.progressive = true;
+    all[3].options.arithmetic = true;
+    all[4].options.progressive = true;
+    all[4].options.arithmetic = true;
+    all[5].options.scanForEachComponent = true;
+    return all;
+}
+
+TEST(JpegSource, ShowsWhatCameOfAPictureOfOneRowOfBlocks) {
+    for (const auto& [what, options] : codings()) {
+        SCOPED_TRACE(what);
+        const std::string file = writeJpeg(slopes(80, 8), options);
+        const std::size_t data = placeOfData(file);
+        const std::optional<Image> whole = decode(file);
+        for (const std::string& end : {""s, "\xFF\xD9"s}) {
+            constexpr std::size_t beginningOfTheFirstScan = 12;
+            const std::optional<Image> image = decode(file.substr(0, data + beginningOfTheFirstScan) + end);
+            ASSERT_TRUE(whole && image);
+            EXPECT_LE(std::abs(pixelOf(*image, 4, 4)[0] - pixelOf(*whole, 4, 4)[0]), 60) << "it is 80 away from grey";
+            constexpr std::size_t oneByte = 2; // which a zero follows when it is 0xFF
+            EXPECT_TRUE(decode(file.substr(0, data + oneByte) + end));
+        }
+    }
+}
+
+TEST(JpegSource, RefusesAPictureOfOneRowOfBlocksOfWhichNothingCame) {
+    for (const auto& [what, options] : codings()) {
+        SCOPED_TRACE(what);
+        const std::string file = writeJpeg(slopes(80, 8), options);
+        const std::string head = file.substr(0, placeOfData(file));
+        for (const std::string& end : {""s, "\xFF"s, "\xFF\xFF\xD9"s, "\xFF\xD9"s, "\xFF\xD0\xFF\xD1\xFF\xD9"s}) {
+            EXPECT_FALSE(decode(head + end));
+        }
+        // ITU-T T.81, annex B.1.1.5: a zero makes 0xFF a byte of the data.
+        EXPECT_TRUE(decode(head + "\xFF\0"s));
+    }
+}
+
 TEST(JpegSource, RefusesVeryManySegments) {
     std::string few;
     for (int i = 0; i < 1000; ++i) {
@@ -524,6 +566,20 @@ TEST(JpegSource, RefusesAHugeProgressiveHeaderWithoutTakingMemory) {
         }
     });
     EXPECT_LT(peak, std::uint64_t{64} << 20);
+}
+
+TEST(JpegSource, TellsLackOfMemory) {
+    if (!canLimitMemory) {
+        GTEST_SKIP() << "not under a sanitizer";
+    }
+    for (const bool progressive : {false, true}) {
+        SCOPED_TRACE(progressive);
+        JpegOptions options;
+        options.progressive = progressive;
+        options.profile = textOf(displayP3Profile());
+        options.profile.resize(1'000'000, '\0');
+        expectToTellLackOfMemory(writeJpeg(slopes(60'000, 16), options), openJpeg);
+    }
 }
 
 TEST(JpegSource, RefusesMoreScansThanAnyEncoderWrites) {

@@ -1,7 +1,10 @@
+#include "platform/bitmap.h"
 #include "platform/linux/color_profiles.h"
 #include "platform/linux/decoders.h"
 #include "tests/support/exif_writer.h"
 #include "tests/support/fake_image_source.h"
+#include "tests/support/icc_profiles.h"
+#include "tests/support/limited_memory.h"
 #include "tests/support/memory_file.h"
 #include "tests/support/peak_memory.h"
 #include "tests/support/png_writer.h"
@@ -16,10 +19,12 @@
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
+#include <initializer_list>
 #include <optional>
 #include <random>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace ovrel::test {
@@ -321,8 +326,10 @@ PngChunk chromaticities(const Chromaticities& colors) {
     return {"cHRM", content};
 }
 
-PngChunk codePoints(int primaries, int transfer, int matrix = 0) {
-    return {"cICP", {static_cast<char>(primaries), static_cast<char>(transfer), static_cast<char>(matrix), '\1'}};
+PngChunk codePoints(int primaries, int transfer, int matrix = 0, int fullRange = 1) {
+    return {"cICP",
+            {static_cast<char>(primaries), static_cast<char>(transfer), static_cast<char>(matrix),
+             static_cast<char>(fullRange)}};
 }
 
 PngChunk profile(const ColorSpace& space) {
@@ -359,6 +366,10 @@ TEST(PngSource, ChoosesTheDescriptionOfColoursThatGoesFirst) {
         {"code points before sRGB", {codePoints(12, 13), srgb, gamma(100'000)}, displayP3},
         {"code points of sRGB before gamma", {codePoints(1, 13), gamma(100'000)}, {}},
         {"code points with a matrix, which RGB has not", {codePoints(12, 13, 1)}, {}},
+        {"code points with a narrow range", {codePoints(9, 16, 0, 0)}, {}},
+        {"code points with a range that is none", {codePoints(9, 16, 0, 2)}, {}},
+        {"gamma for code points with a narrow range", {codePoints(9, 16, 0, 0), gamma(100'000)}, linear},
+        {"code points behind some with a narrow range", {codePoints(9, 16, 0, 0), codePoints(12, 13)}, displayP3},
         {"code points of a wrong length", {{"cICP", "\x0C\x0D"s}}, {}},
         {"the first code points of two", {codePoints(12, 13), codePoints(9, 13)}, displayP3},
         {"a profile", {profile(rec2020)}, rec2020},
@@ -384,6 +395,35 @@ TEST(PngSource, CallsGrayPicturesGrayUnlessTheirProfileIsOfColours) {
         EXPECT_EQ(decode(withChunks({srgb}, colorType))->colorSpace, (ColorSpace{ColorModel::gray, {}}));
         EXPECT_EQ(decode(withChunks({gamma(100'000)}, colorType))->colorSpace, colorSpaceFromGamma(1.0));
     }
+}
+
+TEST(PngSource, ConvertsGrayPicturesThroughTheirGrayProfile) {
+    const ColorSpace linear{ColorModel::gray, grayProfile(1.0)};
+    for (const PngColorType colorType : {PngColorType::gray, PngColorType::grayAlpha}) {
+        for (const std::uint8_t depth : std::initializer_list<std::uint8_t>{8, 16}) {
+            SCOPED_TRACE(testing::Message() << static_cast<int>(colorType) << ", " << int{depth});
+            PngPicture picture;
+            picture.colorType = colorType;
+            picture.bitDepth = depth;
+            const auto half = static_cast<std::uint16_t>(depth == 8 ? 128 : 128 * 257);
+            picture.samples = {half, static_cast<std::uint16_t>((1U << depth) - 1)};
+            picture.samples.resize(channelsOf(colorType));
+            picture.beforeImageData = {profile(linear)};
+            std::optional<Image> image = decode(writePng(picture));
+            ASSERT_TRUE(image);
+            EXPECT_EQ(image->colorSpace, linear);
+            const Rgba pixel = pixelOf(convertedToSrgb(std::move(*image)), 0, 0);
+            // IEC 61966-2-1: half of the light is 188.
+            for (std::size_t channel = 0; channel < 3; ++channel) {
+                EXPECT_NEAR(pixel[channel], 188, 1);
+            }
+            EXPECT_EQ(pixel[3], 255);
+        }
+    }
+}
+
+TEST(PngSource, IgnoresAGrayProfileOfAPictureInColours) {
+    EXPECT_EQ(decode(withChunks({profile({ColorModel::gray, grayProfile(1.0)})}))->colorSpace, ColorSpace{});
 }
 
 TEST(PngSource, IgnoresCodePointsBehindTheImageData) {
@@ -514,6 +554,17 @@ TEST(PngSource, RefusesAHugeHeaderWithoutTakingMemory) {
         }
     });
     EXPECT_LT(peak, littleMemory);
+}
+
+TEST(PngSource, TellsLackOfMemory) {
+    if (!canLimitMemory) {
+        GTEST_SKIP() << "not under a sanitizer";
+    }
+    ColorSpace large = colorSpaceFromCicp(12, 13);
+    large.profile.resize(1'000'000);
+    PngPicture picture = noise(PngColorType::rgba, 8, 500'000, 2);
+    picture.beforeImageData = {profile(large)};
+    expectToTellLackOfMemory(writePng(picture), openPng);
 }
 
 TEST(PngSource, RefusesBadHeaders) {

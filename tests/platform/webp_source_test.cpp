@@ -1,8 +1,8 @@
-#include "platform/linux/color_profiles.h"
 #include "platform/linux/decoders.h"
 #include "tests/support/damaged_files.h"
 #include "tests/support/exif_writer.h"
 #include "tests/support/fake_image_source.h"
+#include "tests/support/icc_profiles.h"
 #include "tests/support/memory_file.h"
 #include "tests/support/peak_memory.h"
 #include "tests/support/webp_writer.h"
@@ -48,13 +48,6 @@ void expectSame(const std::optional<Image>& found, const Image& expected) {
             ASSERT_EQ(pixelOf(*found, x, y), pixelOf(expected, x, y)) << x << ", " << y;
         }
     }
-}
-
-std::string displayP3Profile() {
-    constexpr std::uint16_t displayP3 = 12;
-    constexpr std::uint16_t srgbTransfer = 13;
-    const std::vector<std::uint8_t> profile = colorSpaceFromCicp(displayP3, srgbTransfer).profile;
-    return {profile.begin(), profile.end()};
 }
 
 TEST(WebpSource, StatesFormatSizeAndOrientationBeforeDecoding) {
@@ -131,7 +124,7 @@ TEST(WebpSource, TurnsPicturesUpright) {
 }
 
 TEST(WebpSource, KeepsTheProfile) {
-    const std::string profile = displayP3Profile();
+    const std::string profile = textOf(displayP3Profile());
     const std::string still = writeWebp(gradient(8, 8));
     for (const std::string& file :
          {writeWebp(gradient(8, 8), {"", profile}), writeWebpAnimation({8, 8, 0, 0, {{still}}, {"", profile}})}) {
@@ -139,13 +132,14 @@ TEST(WebpSource, KeepsTheProfile) {
         ASSERT_TRUE(source);
         const std::optional<Image> image = source->decode(0);
         ASSERT_TRUE(image);
-        EXPECT_EQ(std::string(image->colorSpace.profile.begin(), image->colorSpace.profile.end()), profile);
+        EXPECT_EQ(textOf(image->colorSpace.profile), profile);
         EXPECT_EQ(image->colorSpace.model, ColorModel::rgb);
     }
 }
 
 TEST(WebpSource, TakesPicturesForSrgbWhoseProfileCannotBeUsed) {
-    for (const std::string& profile : {std::string(), std::string("no profile"), displayP3Profile().substr(0, 100)}) {
+    for (const std::string& profile :
+         {std::string(), std::string("no profile"), textOf(displayP3Profile()).substr(0, 100)}) {
         const auto source = open(writeWebp(gradient(8, 8), {"", profile}));
         ASSERT_TRUE(source);
         const std::optional<Image> image = source->decode(0);
@@ -165,7 +159,7 @@ TEST(WebpSource, IgnoresWhatFollowsTheFile) {
 TEST(WebpSource, ShowsNothingOfAFileThatIsCutOff) {
     const std::string still = writeWebp(opaqueGradient(20, 10));
     for (const std::string& file :
-         {still, writeWebp(gradient(20, 10), {exifBlock(3), displayP3Profile()}),
+         {still, writeWebp(gradient(20, 10), {exifBlock(3), textOf(displayP3Profile())}),
           writeWebp(gradient(20, 10), {}, 80.0F), writeWebpAnimation({20, 10, 0, 0, {{still}, {still}}, {}})}) {
         for (std::size_t size = 0; size < file.size(); ++size) {
             const auto source = open(file.substr(0, size));
@@ -363,7 +357,7 @@ TEST(WebpSource, ReadsNoMoreFramesThanItCanInBoundedTime) {
 
 TEST(WebpSource, SurvivesTruncation) {
     expectToSurviveTruncation(writeWebpAnimation(richAnimation()), openWebp);
-    expectToSurviveTruncation(writeWebp(gradient(20, 10), {exifBlock(6), displayP3Profile()}, 80.0F), openWebp);
+    expectToSurviveTruncation(writeWebp(gradient(20, 10), {exifBlock(6), textOf(displayP3Profile())}, 80.0F), openWebp);
 }
 
 TEST(WebpSource, SurvivesFlippedBits) {

@@ -1,0 +1,23 @@
+/// \file sanitizers.h
+/// Whether the test runs under one.
+#pragma once
+
+namespace ovrel::test {
+
+#if defined(__SANITIZE_ADDRESS__)
+inline constexpr bool underAddressSanitizer = true;
+#elif defined(__has_feature)
+inline constexpr bool underAddressSanitizer = __has_feature(address_sanitizer);
+#else
+inline constexpr bool underAddressSanitizer = false;
+#endif
+
+#if defined(__SANITIZE_THREAD__)
+inline constexpr bool underThreadSanitizer = true;
+#elif defined(__has_feature)
+inline constexpr bool underThreadSanitizer = __has_feature(thread_sanitizer);
+#else
+inline constexpr bool underThreadSanitizer = false;
+#endif
+
+} // namespace ovrel::test
