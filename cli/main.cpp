@@ -37,12 +37,12 @@ void complain(Output& err, std::string_view what) {
     err.write("ovrel-cli: " + displayable(what) + "\n");
 }
 
-ExitStatus complainOfLostOutput(const DescriptorOutput& out, Output& err, Language language) {
+ExitStatus complainOfLostOutput(const DescriptorOutput& out, Output& err, AppLanguage language) {
     complain(err, std::string(text(Text::outputLost, language)) + std::generic_category().message(out.error()));
     return someFailed;
 }
 
-ExitStatus print(const std::string& whole, DescriptorOutput& out, Output& err, Language language) {
+ExitStatus print(const std::string& whole, DescriptorOutput& out, Output& err, AppLanguage language) {
     return out.write(whole) ? allWell : complainOfLostOutput(out, err, language);
 }
 
@@ -87,7 +87,7 @@ StepFunction workFor(const Options& options) {
     ::_exit(stopped);
 }
 
-ExitStatus run(const Options& options, Language language, DescriptorOutput& out, Output& err) {
+ExitStatus run(const Options& options, AppLanguage language, DescriptorOutput& out, Output& err) {
     std::vector<fs::path> paths;
     try {
         paths = allPaths(options);
@@ -152,7 +152,7 @@ int main(int argc, char** argv) {
 
     DescriptorOutput out(STDOUT_FILENO);
     DescriptorOutput err(STDERR_FILENO);
-    Language language = Language::english;
+    AppLanguage language = AppLanguage::english;
     try {
         const std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
         const Invocation invocation =

@@ -20,7 +20,7 @@ struct Choice {
     Value value;
 };
 
-constexpr std::array<Choice<Language>, 2> languages{{{"en", Language::english}, {"ru", Language::russian}}};
+constexpr std::array<Choice<AppLanguage>, 2> languages{{{"en", AppLanguage::english}, {"ru", AppLanguage::russian}}};
 constexpr std::array<Choice<EncodingMode>, 2> modes{
     {{"efficient", EncodingMode::efficient}, {"system", EncodingMode::system}}};
 constexpr std::array<Choice<int>, 3> speeds{{{"fast", 8}, {"balanced", 6}, {"thorough", 4}}};
@@ -63,7 +63,7 @@ public:
 /// The parser and the values that it fills. Stays in its place, since CLI11 keeps references to the values.
 class Parser {
 public:
-    explicit Parser(Language language);
+    explicit Parser(AppLanguage language);
     Parser(const Parser&) = delete;
     Parser& operator=(const Parser&) = delete;
 
@@ -78,7 +78,7 @@ private:
     std::string explain(const CLI::ArgumentMismatch& mismatch) const;
 
     CLI::App app_;
-    Language language_;
+    AppLanguage language_;
     Options options_;
     std::string output_;
     std::string filesFrom_;
@@ -90,7 +90,7 @@ private:
     bool flat_ = false;
 };
 
-Parser::Parser(Language language) : language_(language) {
+Parser::Parser(AppLanguage language) : language_(language) {
     app_.formatter(std::make_shared<OptionsFormatter>());
     // CLI11 takes a positional argument in square brackets apart, so paths are what remains after the options.
     app_.allow_extras();
@@ -217,9 +217,9 @@ std::string Parser::explain(const CLI::ArgumentMismatch& mismatch) const {
 
 } // namespace
 
-Language chosenLanguage(const std::vector<std::string>& arguments, const Environment& environment) {
+AppLanguage chosenLanguage(const std::vector<std::string>& arguments, const Environment& environment) {
     constexpr std::string_view option = "--language";
-    std::optional<Language> named;
+    std::optional<AppLanguage> named;
     for (std::size_t index = 0; index < arguments.size() && arguments[index] != "--"; ++index) {
         const std::string_view argument = arguments[index];
         std::string_view value;
@@ -228,7 +228,7 @@ Language chosenLanguage(const std::vector<std::string>& arguments, const Environ
         } else if (argument.starts_with(option) && argument.substr(option.size()).starts_with('=')) {
             value = argument.substr(option.size() + 1);
         }
-        if (const std::optional<Language> language = choiceNamed(languages, value)) {
+        if (const std::optional<AppLanguage> language = choiceNamed(languages, value)) {
             named = language;
         }
     }
@@ -239,10 +239,10 @@ Language chosenLanguage(const std::vector<std::string>& arguments, const Environ
     for (const char* const variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
         const char* const value = environment(variable);
         if (value != nullptr && *value != '\0') {
-            return std::string_view(value).starts_with("ru") ? Language::russian : Language::english;
+            return std::string_view(value).starts_with("ru") ? AppLanguage::russian : AppLanguage::english;
         }
     }
-    return Language::english;
+    return AppLanguage::english;
 }
 
 Invocation parseCommandLine(const std::vector<std::string>& arguments, const Environment& environment) {

@@ -36,7 +36,7 @@ struct Invocation {
     enum class Kind { run, help, version, wrongUsage };
 
     Kind kind = Kind::run;
-    Language language = Language::english;
+    AppLanguage language = AppLanguage::english;
     Options options;  ///< for run
     std::string text; ///< help's text or what is wrong, lines that may hold bytes of the command line
 };
@@ -46,7 +46,7 @@ using Environment = std::function<const char*(const char* name)>;
 
 /// The language that --language names, else the first variable that is set among LC_ALL, LC_MESSAGES and LANG: Russian
 /// when it begins with "ru", English otherwise. Needs no valid command line, so that mistakes in it can be worded.
-Language chosenLanguage(const std::vector<std::string>& arguments, const Environment& environment);
+AppLanguage chosenLanguage(const std::vector<std::string>& arguments, const Environment& environment);
 
 /// \param arguments without the program's name
 Invocation parseCommandLine(const std::vector<std::string>& arguments, const Environment& environment);

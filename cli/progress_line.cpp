@@ -11,7 +11,7 @@ namespace ovrel::cli {
 namespace {
 
 /// Speed and time left, once there is something to judge by.
-std::string pace(const BatchProgress& progress, Language language) {
+std::string pace(const BatchProgress& progress, AppLanguage language) {
     const double seconds = std::chrono::duration<double>(progress.elapsed).count();
     if (progress.worked == 0 || seconds <= 0) {
         return {};
@@ -24,11 +24,11 @@ std::string pace(const BatchProgress& progress, Language language) {
 
 } // namespace
 
-std::string progressLine(const BatchProgress& progress, Language language, std::size_t columns) {
+std::string progressLine(const BatchProgress& progress, AppLanguage language, std::size_t columns) {
     // Fewer columns than this show nothing of a name that would tell it from others.
     constexpr std::size_t shortestName = 8;
 
-    std::string head = progress.stopping ? std::string(text(Text::stopping, language)) + " " : std::string();
+    std::string head = progress.stopping ? stoppingText(language) + " " : std::string();
     head += activityText(progress.current->action == Step::Action::copy,
                          std::min(progress.completed + 1, progress.steps), progress.steps, language);
     const std::string name = displayable(progress.current->item.url.filename().native());

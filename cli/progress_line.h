@@ -11,6 +11,6 @@
 namespace ovrel::cli {
 
 /// Count, name, speed and time left, cut to `columns`: the name gives way first.
-std::string progressLine(const BatchProgress& progress, Language language, std::size_t columns);
+std::string progressLine(const BatchProgress& progress, AppLanguage language, std::size_t columns);
 
 } // namespace ovrel::cli

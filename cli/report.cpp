@@ -34,7 +34,7 @@ QString statusName(Outcome::Status status) {
     return QStringLiteral("failed");
 }
 
-std::string outcomeText(const Step& step, const Outcome& outcome, Language language) {
+std::string outcomeText(const Step& step, const Outcome& outcome, AppLanguage language) {
     switch (outcome.status) {
     case Outcome::Status::converted:
     case Outcome::Status::copied:
@@ -81,11 +81,11 @@ QByteArray withoutControls(const QByteArray& json) {
 
 } // namespace
 
-std::string itemLine(const Step& step, const Outcome& outcome, Language language) {
+std::string itemLine(const Step& step, const Outcome& outcome, AppLanguage language) {
     return displayable(step.item.url.native() + ": " + outcomeText(step, outcome, language));
 }
 
-QByteArray itemObject(const Step& step, const Outcome& outcome, Language language) {
+QByteArray itemObject(const Step& step, const Outcome& outcome, AppLanguage language) {
     QJsonObject object;
     insertPath(object, QStringLiteral("source"), step.item.url);
     insertPath(object, QStringLiteral("result"), outcome.result);

@@ -17,7 +17,7 @@
 namespace ovrel::cli {
 
 struct ReportSettings {
-    Language language = Language::english;
+    AppLanguage language = AppLanguage::english;
     bool json = false;         ///< one object a line instead of texts
     bool quiet = false;        ///< failures only; objects all the same
     bool progressLine = false; ///< standard error is a terminal that shows a line which is redrawn
@@ -26,10 +26,10 @@ struct ReportSettings {
 };
 
 /// The line of a step, without its end: one line on a terminal, whatever the file names hold.
-std::string itemLine(const Step& step, const Outcome& outcome, Language language);
+std::string itemLine(const Step& step, const Outcome& outcome, AppLanguage language);
 
 /// The same as a JSON object (RFC 8259).
-QByteArray itemObject(const Step& step, const Outcome& outcome, Language language);
+QByteArray itemObject(const Step& step, const Outcome& outcome, AppLanguage language);
 
 /// Prints while a batch runs. Results go to `out`, the progress line to `err`; with `quiet` failures go to `err` too.
 class Report : public BatchObserver {

@@ -1,11 +1,7 @@
 #include "cli/wording.h"
 
-#include "conversion/conversion_error.h"
-#include "platform/file_error.h"
-
 #include <array>
 #include <cmath>
-#include <new>
 
 namespace ovrel::cli {
 
@@ -82,7 +78,6 @@ constexpr std::array<Row, static_cast<std::size_t>(Text::count)> rows{{
     {Text::nothingToConvert, "Nothing to convert: no JPG, JPEG, WebP, PNG, GIF or AVIF files found",
      "Нечего преобразовывать: нет файлов JPG, JPEG, WebP, PNG, GIF или AVIF"},
     {Text::outputLost, "Unable to write to standard output: ", "Не удалось записать в стандартный вывод: "},
-    {Text::stopping, "Stopping…", "Останавливаем…"},
 }};
 
 constexpr bool rowsFollowTheEnumeration() {
@@ -95,35 +90,15 @@ constexpr bool rowsFollowTheEnumeration() {
 }
 static_assert(rowsFollowTheEnumeration());
 
-constexpr std::string_view choose(Language language, std::string_view english, std::string_view russian) {
-    return language == Language::russian ? russian : english;
+constexpr std::string_view choose(AppLanguage language, std::string_view english, std::string_view russian) {
+    return language == AppLanguage::russian ? russian : english;
 }
 
-std::string choose(Language language, std::string_view english, std::string_view russian, std::string_view follows) {
+std::string choose(AppLanguage language, std::string_view english, std::string_view russian, std::string_view follows) {
     return std::string(choose(language, english, russian)).append(follows);
 }
 
-std::string fileErrorText(const FileError& error, Language language) {
-    switch (error.code()) {
-    case FileError::noSuchFile:
-    case FileError::readNoSuchFile:
-        return std::string(
-            choose(language, "The file or folder no longer exists.", "Файл или папка больше не существует."));
-    case FileError::readNoPermission:
-    case FileError::writeNoPermission:
-        return std::string(choose(language, "Access to the file or folder was denied. Check its permissions.",
-                                  "Нет доступа к файлу или папке. Проверьте разрешения."));
-    case FileError::writeOutOfSpace:
-        return std::string(
-            choose(language, "There is not enough free disk space.", "Недостаточно свободного места на диске."));
-    default:
-        return choose(language, "The file operation could not be completed (",
-                      "Не удалось выполнить операцию с файлом (", error.domain()) +
-               ", " + std::to_string(error.code()) + ").";
-    }
-}
-
-std::string counted(std::size_t number, std::string_view english, std::string_view russian, Language language) {
+std::string counted(std::size_t number, std::string_view english, std::string_view russian, AppLanguage language) {
     return std::to_string(number) + " " + std::string(choose(language, english, russian));
 }
 
@@ -133,44 +108,33 @@ std::string twoDigits(std::uint64_t number) {
 
 } // namespace
 
-std::string_view text(Text which, Language language) {
+std::string_view text(Text which, AppLanguage language) {
     const Row& row = rows.at(static_cast<std::size_t>(which));
     return choose(language, row.english, row.russian);
 }
 
-std::string unknownOption(std::string_view option, Language language) {
+std::string unknownOption(std::string_view option, AppLanguage language) {
     return choose(language, "Unknown option: ", "Неизвестный параметр: ", option);
 }
 
-std::string missingValue(std::string_view option, Language language) {
+std::string missingValue(std::string_view option, AppLanguage language) {
     return std::string(option) + ": " + std::string(choose(language, "a value is missing", "не указано значение"));
 }
 
-std::string unexpectedValue(std::string_view option, Language language) {
+std::string unexpectedValue(std::string_view option, AppLanguage language) {
     return std::string(option) + ": " + std::string(choose(language, "takes no value", "значение не требуется"));
 }
 
-std::string misusedOption(std::string_view detail, Language language) {
+std::string misusedOption(std::string_view detail, AppLanguage language) {
     return choose(language, "Wrong usage: ", "Неверные параметры: ", detail);
 }
 
-std::string describe(const std::exception_ptr& error, Language language) {
-    try {
-        std::rethrow_exception(error);
-    } catch (const ConversionError& failure) {
-        return language == Language::russian ? failure.message() : failure.english;
-    } catch (const FileError& failure) {
-        return fileErrorText(failure, language);
-    } catch (const std::bad_alloc&) {
-        return std::string(
-            choose(language, "Not enough memory to process the image", "Недостаточно памяти для изображения"));
-    } catch (const std::exception& failure) {
-        return failure.what();
-    }
+std::string describe(const std::exception_ptr& error, AppLanguage language) {
+    return language.describe(error).toStdString();
 }
 
 std::string successText(const std::filesystem::path& result, bool copied, bool multiImage, bool gif,
-                        Language language) {
+                        AppLanguage language) {
     std::string line = "✓ " + result.filename().native();
     if (copied) {
         return line + " · " + std::string(choose(language, "copied", "скопирован"));
@@ -184,20 +148,20 @@ std::string successText(const std::filesystem::path& result, bool copied, bool m
     return line;
 }
 
-std::string failureText(const std::exception_ptr& error, Language language) {
+std::string failureText(const std::exception_ptr& error, AppLanguage language) {
     return choose(language, "Error: ", "Ошибка: ", describe(error, language));
 }
 
-std::string skippedText(const std::filesystem::path& existing, Language language) {
+std::string skippedText(const std::filesystem::path& existing, AppLanguage language) {
     return choose(language, "skipped, there is already ", "пропущен, уже есть ", existing.native());
 }
 
-std::string plannedText(const std::filesystem::path& result, bool copied, Language language) {
+std::string plannedText(const std::filesystem::path& result, bool copied, AppLanguage language) {
     return copied ? choose(language, "would be copied to ", "будет скопирован в ", result.native())
                   : choose(language, "would be converted to ", "будет преобразован в ", result.native());
 }
 
-std::string summary(const Totals& totals, Language language) {
+std::string summary(const Totals& totals, AppLanguage language) {
     std::string line(totals.stopped ? choose(language, "Stopped", "Остановлено") : choose(language, "Done", "Готово"));
     line += ": " + counted(totals.succeeded, "successful", "успешно", language);
     line += ", " + counted(totals.failed, "failed", "с ошибками", language);
@@ -211,7 +175,7 @@ std::string summary(const Totals& totals, Language language) {
     return line;
 }
 
-std::string plannedSummary(const Totals& totals, Language language) {
+std::string plannedSummary(const Totals& totals, AppLanguage language) {
     std::string line =
         choose(language, "Dry run: ", "Пробный запуск: ", counted(totals.succeeded, "to do", "к выполнению", language));
     line += ", " + counted(totals.failed, "failed", "с ошибками", language);
@@ -221,14 +185,18 @@ std::string plannedSummary(const Totals& totals, Language language) {
     return line;
 }
 
-std::string activityText(bool copying, std::size_t number, std::size_t items, Language language) {
+std::string activityText(bool copying, std::size_t number, std::size_t items, AppLanguage language) {
     return std::string(copying ? choose(language, "Copying", "Копирую")
                                : choose(language, "Converting", "Преобразую")) +
            " " + std::to_string(number) + " " + std::string(choose(language, "of", "из")) + " " +
            std::to_string(items) + ": ";
 }
 
-std::string speedText(double imagesPerSecond, Language language) {
+std::string stoppingText(AppLanguage language) {
+    return language.text(QStringLiteral("Останавливаем…")).toStdString();
+}
+
+std::string speedText(double imagesPerSecond, AppLanguage language) {
     const bool bySecond = imagesPerSecond >= 1;
     const double rate = bySecond ? imagesPerSecond : imagesPerSecond * 60;
     const std::string_view unit = bySecond ? choose(language, "/s", "/с") : choose(language, "/min", "/мин");
@@ -239,12 +207,12 @@ std::string speedText(double imagesPerSecond, Language language) {
     return (std::to_string(tenths / 10).append(choose(language, ".", ",")) + std::to_string(tenths % 10)).append(unit);
 }
 
-std::string timeLeftText(std::uint64_t seconds, Language language) {
+std::string timeLeftText(std::uint64_t seconds, AppLanguage language) {
     const std::uint64_t hours = seconds / 3600;
     const std::uint64_t minutes = seconds / 60 % 60;
     const std::string time = (hours > 0 ? std::to_string(hours) + ":" + twoDigits(minutes) : std::to_string(minutes)) +
                              ":" + twoDigits(seconds % 60);
-    return language == Language::russian ? "осталось " + time : time + " left";
+    return language == AppLanguage::russian ? "осталось " + time : time + " left";
 }
 
 } // namespace ovrel::cli

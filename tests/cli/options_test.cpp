@@ -207,22 +207,22 @@ TEST(LanguageChoice, FollowsTheOptionThenTheEnvironment) {
     const struct {
         Arguments arguments;
         std::map<std::string, std::string> variables;
-        Language language;
+        AppLanguage language;
     } rows[] = {
-        {{}, {}, Language::english},
-        {{}, {{"LANG", "ru_RU.UTF-8"}}, Language::russian},
-        {{}, {{"LANG", "ru"}}, Language::russian},
-        {{}, {{"LANG", "de_DE.UTF-8"}}, Language::english},
-        {{}, {{"LANG", "C"}}, Language::english},
-        {{}, {{"LC_MESSAGES", "en_GB.UTF-8"}, {"LANG", "ru_RU.UTF-8"}}, Language::english},
-        {{}, {{"LC_ALL", "ru_RU.UTF-8"}, {"LC_MESSAGES", "en_GB.UTF-8"}, {"LANG", "C"}}, Language::russian},
-        {{}, {{"LC_ALL", ""}, {"LC_MESSAGES", ""}, {"LANG", "ru_RU.UTF-8"}}, Language::russian},
-        {{"--language", "en"}, {{"LANG", "ru_RU.UTF-8"}}, Language::english},
-        {{"--language=ru"}, {{"LANG", "C"}}, Language::russian},
-        {{"--language", "ru", "--language", "en"}, {}, Language::english},
-        {{"--language", "de"}, {{"LANG", "ru_RU.UTF-8"}}, Language::russian},
-        {{"--language"}, {}, Language::english},
-        {{"--", "--language", "ru"}, {}, Language::english},
+        {{}, {}, AppLanguage::english},
+        {{}, {{"LANG", "ru_RU.UTF-8"}}, AppLanguage::russian},
+        {{}, {{"LANG", "ru"}}, AppLanguage::russian},
+        {{}, {{"LANG", "de_DE.UTF-8"}}, AppLanguage::english},
+        {{}, {{"LANG", "C"}}, AppLanguage::english},
+        {{}, {{"LC_MESSAGES", "en_GB.UTF-8"}, {"LANG", "ru_RU.UTF-8"}}, AppLanguage::english},
+        {{}, {{"LC_ALL", "ru_RU.UTF-8"}, {"LC_MESSAGES", "en_GB.UTF-8"}, {"LANG", "C"}}, AppLanguage::russian},
+        {{}, {{"LC_ALL", ""}, {"LC_MESSAGES", ""}, {"LANG", "ru_RU.UTF-8"}}, AppLanguage::russian},
+        {{"--language", "en"}, {{"LANG", "ru_RU.UTF-8"}}, AppLanguage::english},
+        {{"--language=ru"}, {{"LANG", "C"}}, AppLanguage::russian},
+        {{"--language", "ru", "--language", "en"}, {}, AppLanguage::english},
+        {{"--language", "de"}, {{"LANG", "ru_RU.UTF-8"}}, AppLanguage::russian},
+        {{"--language"}, {}, AppLanguage::english},
+        {{"--", "--language", "ru"}, {}, AppLanguage::english},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(joined(row.arguments));

@@ -26,30 +26,30 @@ protected:
 };
 
 TEST_F(ProgressLine, ShowsCountNameSpeedAndTimeLeft) {
-    EXPECT_EQ(progressLine(progress_, Language::english, 80), "Converting 3 of 10: beach.jpg · 30/min · 0:12 left");
-    EXPECT_EQ(progressLine(progress_, Language::russian, 80), "Преобразую 3 из 10: beach.jpg · 30/мин · осталось 0:12");
+    EXPECT_EQ(progressLine(progress_, AppLanguage::english, 80), "Converting 3 of 10: beach.jpg · 30/min · 0:12 left");
+    EXPECT_EQ(progressLine(progress_, AppLanguage::russian, 80), "Преобразую 3 из 10: beach.jpg · 30/мин · осталось 0:12");
 }
 
 TEST_F(ProgressLine, ShowsNoSpeedBeforeTheFirstImageIsDone) {
     progress_.worked = 0;
-    EXPECT_EQ(progressLine(progress_, Language::english, 80), "Converting 3 of 10: beach.jpg");
+    EXPECT_EQ(progressLine(progress_, AppLanguage::english, 80), "Converting 3 of 10: beach.jpg");
     progress_.worked = 1;
     progress_.elapsed = milliseconds(0);
-    EXPECT_EQ(progressLine(progress_, Language::english, 80), "Converting 3 of 10: beach.jpg");
+    EXPECT_EQ(progressLine(progress_, AppLanguage::english, 80), "Converting 3 of 10: beach.jpg");
 }
 
 TEST_F(ProgressLine, SaysWhatIsCopiedAndThatItStops) {
     step_.action = Step::Action::copy;
     progress_.worked = 0;
-    EXPECT_EQ(progressLine(progress_, Language::english, 80), "Copying 3 of 10: beach.jpg");
+    EXPECT_EQ(progressLine(progress_, AppLanguage::english, 80), "Copying 3 of 10: beach.jpg");
     progress_.stopping = true;
-    EXPECT_EQ(progressLine(progress_, Language::english, 80), "Stopping… Copying 3 of 10: beach.jpg");
+    EXPECT_EQ(progressLine(progress_, AppLanguage::english, 80), "Stopping… Copying 3 of 10: beach.jpg");
 }
 
 TEST_F(ProgressLine, CountsTheLastStepOnceAllAreDone) {
     progress_.completed = 10;
     progress_.worked = 0;
-    EXPECT_EQ(progressLine(progress_, Language::english, 80), "Converting 10 of 10: beach.jpg");
+    EXPECT_EQ(progressLine(progress_, AppLanguage::english, 80), "Converting 10 of 10: beach.jpg");
 }
 
 TEST_F(ProgressLine, CutsTheNameFirstThenTheLine) {
@@ -65,7 +65,7 @@ TEST_F(ProgressLine, CutsTheNameFirstThenTheLine) {
         {0, ""},
     };
     for (const auto& row : rows) {
-        const std::string line = progressLine(progress_, Language::english, row.columns);
+        const std::string line = progressLine(progress_, AppLanguage::english, row.columns);
         EXPECT_EQ(line, row.line);
         EXPECT_LE(columnsOf(line), row.columns);
     }
@@ -74,7 +74,7 @@ TEST_F(ProgressLine, CutsTheNameFirstThenTheLine) {
 TEST_F(ProgressLine, NeverHoldsAControlCharacter) {
     step_.item.url = "a\x1b[2J\nb.jpg";
     progress_.worked = 0;
-    EXPECT_EQ(progressLine(progress_, Language::english, 80), "Converting 3 of 10: a�[2J�b.jpg");
+    EXPECT_EQ(progressLine(progress_, AppLanguage::english, 80), "Converting 3 of 10: a�[2J�b.jpg");
 }
 
 } // namespace

@@ -60,35 +60,35 @@ QJsonObject parsed(const QByteArray& line) {
 }
 
 TEST(ItemLine, NamesTheSourceAndWhatBecameOfIt) {
-    EXPECT_EQ(itemLine(stepFor("in/photo.jpg"), converted("out/photo.avif"), Language::english),
+    EXPECT_EQ(itemLine(stepFor("in/photo.jpg"), converted("out/photo.avif"), AppLanguage::english),
               "in/photo.jpg: ✓ photo.avif");
-    EXPECT_EQ(itemLine(stepFor("photo.jpg"), failed(), Language::english), "photo.jpg: Error: Frame 2");
-    EXPECT_EQ(itemLine(stepFor("photo.jpg"), failed(), Language::russian), "photo.jpg: Ошибка: Кадр 2");
+    EXPECT_EQ(itemLine(stepFor("photo.jpg"), failed(), AppLanguage::english), "photo.jpg: Error: Frame 2");
+    EXPECT_EQ(itemLine(stepFor("photo.jpg"), failed(), AppLanguage::russian), "photo.jpg: Ошибка: Кадр 2");
 
     Outcome animated = converted("out/a.avif");
     animated.multiImage = true;
-    EXPECT_EQ(itemLine(stepFor("a.GIF"), animated, Language::english), "a.GIF: ✓ a.avif · animated");
-    EXPECT_EQ(itemLine(stepFor("a.webp"), animated, Language::english), "a.webp: ✓ a.avif · first frame only");
+    EXPECT_EQ(itemLine(stepFor("a.GIF"), animated, AppLanguage::english), "a.GIF: ✓ a.avif · animated");
+    EXPECT_EQ(itemLine(stepFor("a.webp"), animated, AppLanguage::english), "a.webp: ✓ a.avif · first frame only");
 
     Outcome outcome = converted("out/a.avif");
     outcome.status = Outcome::Status::copied;
-    EXPECT_EQ(itemLine(stepFor("a.avif"), outcome, Language::english), "a.avif: ✓ a.avif · copied");
+    EXPECT_EQ(itemLine(stepFor("a.avif"), outcome, AppLanguage::english), "a.avif: ✓ a.avif · copied");
     outcome.status = Outcome::Status::skipped;
-    EXPECT_EQ(itemLine(stepFor("a.jpg"), outcome, Language::english), "a.jpg: skipped, there is already out/a.avif");
+    EXPECT_EQ(itemLine(stepFor("a.jpg"), outcome, AppLanguage::english), "a.jpg: skipped, there is already out/a.avif");
     outcome.status = Outcome::Status::wouldConvert;
-    EXPECT_EQ(itemLine(stepFor("a.jpg"), outcome, Language::english), "a.jpg: would be converted to out/a.avif");
+    EXPECT_EQ(itemLine(stepFor("a.jpg"), outcome, AppLanguage::english), "a.jpg: would be converted to out/a.avif");
     outcome.status = Outcome::Status::wouldCopy;
-    EXPECT_EQ(itemLine(stepFor("a.avif"), outcome, Language::english), "a.avif: would be copied to out/a.avif");
+    EXPECT_EQ(itemLine(stepFor("a.avif"), outcome, AppLanguage::english), "a.avif: would be copied to out/a.avif");
 }
 
 TEST(ItemLine, IsOneLineWhateverTheNames) {
-    EXPECT_EQ(itemLine(stepFor("a\nb\x1b[m.jpg"), converted("out/a\nb\xFF.avif"), Language::english),
+    EXPECT_EQ(itemLine(stepFor("a\nb\x1b[m.jpg"), converted("out/a\nb\xFF.avif"), AppLanguage::english),
               "a�b�[m.jpg: ✓ a�b�.avif");
 }
 
 TEST(ItemObject, HoldsEveryField) {
     const QJsonObject object =
-        parsed(itemObject(stepFor("in/photo.jpg"), converted("out/photo.avif"), Language::english));
+        parsed(itemObject(stepFor("in/photo.jpg"), converted("out/photo.avif"), AppLanguage::english));
     EXPECT_EQ(object.keys(), QStringList({"error", "milliseconds", "multiImage", "result", "resultBytes", "source",
                                           "sourceBytes", "status"}));
     EXPECT_EQ(object["source"].toString(), QString("in/photo.jpg"));
@@ -102,7 +102,7 @@ TEST(ItemObject, HoldsEveryField) {
 }
 
 TEST(ItemObject, TellsOfAFailure) {
-    const QJsonObject object = parsed(itemObject(stepFor("photo.jpg"), failed(), Language::russian));
+    const QJsonObject object = parsed(itemObject(stepFor("photo.jpg"), failed(), AppLanguage::russian));
     EXPECT_EQ(object["status"].toString(), QString("failed"));
     EXPECT_EQ(object["error"].toString(), QString::fromUtf8("Кадр 2"));
     EXPECT_TRUE(object["result"].isNull());
@@ -122,13 +122,13 @@ TEST(ItemObject, NamesEveryStatus) {
     for (const auto& row : rows) {
         Outcome outcome = converted("out/a.avif");
         outcome.status = row.status;
-        EXPECT_EQ(parsed(itemObject(stepFor("a.jpg"), outcome, Language::english))["status"].toString(), row.name);
+        EXPECT_EQ(parsed(itemObject(stepFor("a.jpg"), outcome, AppLanguage::english))["status"].toString(), row.name);
     }
 }
 
 TEST(ItemObject, KeepsNamesThatAreNotUtf8AsBytesToo) {
     const std::string name = "caf\xE9\n\xC2\x9B.jpg";
-    const QByteArray line = itemObject(stepFor(name), converted("out/a.avif"), Language::english);
+    const QByteArray line = itemObject(stepFor(name), converted("out/a.avif"), AppLanguage::english);
     EXPECT_EQ(QString::fromUtf8(line).toUtf8(), line) << "not UTF-8";
     EXPECT_FALSE(line.contains('\n'));
     EXPECT_FALSE(line.contains("\xC2\x9B"));
@@ -162,7 +162,7 @@ TEST_F(ReportTest, PrintsOneLineAnItemAndTheSummary) {
 }
 
 TEST_F(ReportTest, SpeaksRussian) {
-    tellAll({.language = Language::russian});
+    tellAll({.language = AppLanguage::russian});
     EXPECT_EQ(out_.text, "a.jpg: ✓ a.avif\nb.jpg: Ошибка: Кадр 2\nГотово: 1 успешно, 1 с ошибками\n");
 }
 
