@@ -6,6 +6,7 @@
 #include "tests/support/icc_profiles.h"
 #include "tests/support/memory_file.h"
 #include "tests/support/peak_memory.h"
+#include "tests/support/pictures.h"
 
 #include <gtest/gtest.h>
 
@@ -25,41 +26,6 @@ std::unique_ptr<ImageSource> open(std::string_view file) {
 std::optional<Image> decode(std::string_view file) {
     const auto source = open(file);
     return source ? source->decode(0) : std::nullopt;
-}
-
-/// A picture without any symmetry.
-Image gradient(std::uint32_t width, std::uint32_t height) {
-    return makeImage(width, height, [&](std::uint32_t x, std::uint32_t y) {
-        const auto part = [](std::uint32_t value) { return static_cast<std::uint8_t>(value); };
-        return Rgba{part(x * 255 / width), part(y * 255 / height), part(x * y), part(255 - x * 3 - y * 5)};
-    });
-}
-
-/// A picture of few details, so that coarse chroma does it no harm.
-Image smooth(std::uint32_t width, std::uint32_t height) {
-    return makeImage(width, height, [&](std::uint32_t x, std::uint32_t y) {
-        return Rgba{static_cast<std::uint8_t>(x * 255 / width), static_cast<std::uint8_t>(y * 255 / height), 90, 255};
-    });
-}
-
-void expectNear(const std::optional<Image>& found, const Image& expected, int tolerance) {
-    ASSERT_TRUE(found);
-    ASSERT_EQ(found->width, expected.width);
-    ASSERT_EQ(found->height, expected.height);
-    ASSERT_EQ(found->layout, PixelLayout::rgba8);
-    for (std::uint32_t y = 0; y < expected.height; ++y) {
-        for (std::uint32_t x = 0; x < expected.width; ++x) {
-            const Rgba pixel = pixelOf(*found, x, y);
-            for (std::size_t channel = 0; channel < pixel.size(); ++channel) {
-                ASSERT_NEAR(pixel[channel], pixelOf(expected, x, y)[channel], tolerance)
-                    << x << ", " << y << ", channel " << channel;
-            }
-        }
-    }
-}
-
-void expectSame(const std::optional<Image>& found, const Image& expected) {
-    expectNear(found, expected, 0);
 }
 
 /// The part of a picture that a crop leaves.
@@ -94,14 +60,7 @@ TEST(AvifSource, StatesFormatSizeAndOrientationBeforeDecoding) {
     AvifOptions options;
     options.turns = 3;
     const auto source = open(writeAvif(gradient(40, 24), options));
-    ASSERT_TRUE(source);
-    EXPECT_EQ(source->format(), ImageFormat::avif);
-    EXPECT_EQ(source->count(), 1U);
-    EXPECT_EQ(source->properties(0).pixelWidth, 40U);
-    EXPECT_EQ(source->properties(0).pixelHeight, 24U);
-    EXPECT_EQ(source->properties(0).orientation, 6);
-    EXPECT_FALSE(source->properties(0).gifUnclampedDelayTime);
-    EXPECT_FALSE(source->gifLoopCount());
+    expectStill(source, ImageFormat::avif, 40, 24, 6);
 }
 
 TEST(AvifSource, DecodesLosslessPicturesBitForBit) {

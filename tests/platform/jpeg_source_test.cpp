@@ -7,6 +7,7 @@
 #include "tests/support/limited_memory.h"
 #include "tests/support/memory_file.h"
 #include "tests/support/peak_memory.h"
+#include "tests/support/pictures.h"
 #include "tests/support/temporary_folder.h"
 
 #include <gtest/gtest.h>
@@ -107,14 +108,7 @@ TEST(JpegSource, StatesFormatSizeAndOrientationBeforeDecoding) {
     JpegOptions options;
     options.exif = exifBlock(6);
     const std::unique_ptr<ImageSource> source = openJpeg(memoryFile(writeJpeg(slopes(40, 24), options)));
-    ASSERT_TRUE(source);
-    EXPECT_EQ(source->format(), ImageFormat::jpeg);
-    EXPECT_EQ(source->count(), 1U);
-    EXPECT_EQ(source->properties(0).pixelWidth, 40U);
-    EXPECT_EQ(source->properties(0).pixelHeight, 24U);
-    EXPECT_EQ(source->properties(0).orientation, 6);
-    EXPECT_FALSE(source->properties(0).gifUnclampedDelayTime);
-    EXPECT_FALSE(source->gifLoopCount());
+    expectStill(source, ImageFormat::jpeg, 40, 24, 6);
 }
 
 TEST(JpegSource, DecodesEveryKindOfCoding) {
@@ -237,15 +231,7 @@ TEST(JpegSource, TurnsAllEightOrientationsUpright) {
             SCOPED_TRACE(orientation);
             options.exif = exifBlock(orientation, orientation % 2 == 0 ? TiffByteOrder::big : TiffByteOrder::little);
             const std::optional<Image> image = decode(writeJpeg(original, options));
-            ASSERT_TRUE(image);
-            ASSERT_EQ(image->width, orientation < 5 ? width : height);
-            ASSERT_EQ(image->height, orientation < 5 ? height : width);
-            for (std::uint32_t y = 0; y < image->height; ++y) {
-                for (std::uint32_t x = 0; x < image->width; ++x) {
-                    const StoredPlace place = storedPlace(orientation, x, y, width, height);
-                    ASSERT_EQ(pixelOf(*image, x, y), pixelOf(*stored, place.x, place.y)) << x << ", " << y;
-                }
-            }
+            expectSame(image, upright(*stored, orientation));
         }
     }
 }

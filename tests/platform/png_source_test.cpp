@@ -7,6 +7,7 @@
 #include "tests/support/limited_memory.h"
 #include "tests/support/memory_file.h"
 #include "tests/support/peak_memory.h"
+#include "tests/support/pictures.h"
 #include "tests/support/png_writer.h"
 #include "tests/support/temporary_folder.h"
 
@@ -160,14 +161,7 @@ TEST(PngSource, StatesFormatSizeAndOrientationBeforeDecoding) {
     PngPicture picture = noise(PngColorType::rgb, 8, 40, 24);
     picture.beforeImageData = {{"eXIf", exifBlock(6)}};
     const std::unique_ptr<ImageSource> source = openPng(memoryFile(writePng(picture)));
-    ASSERT_TRUE(source);
-    EXPECT_EQ(source->format(), ImageFormat::png);
-    EXPECT_EQ(source->count(), 1U);
-    EXPECT_EQ(source->properties(0).pixelWidth, 40U);
-    EXPECT_EQ(source->properties(0).pixelHeight, 24U);
-    EXPECT_EQ(source->properties(0).orientation, 6);
-    EXPECT_FALSE(source->properties(0).gifUnclampedDelayTime);
-    EXPECT_FALSE(source->gifLoopCount());
+    expectStill(source, ImageFormat::png, 40, 24, 6);
 }
 
 TEST(PngSource, DecodesEveryColourTypeAndDepth) {

@@ -5,6 +5,7 @@
 #include "tests/support/icc_profiles.h"
 #include "tests/support/memory_file.h"
 #include "tests/support/peak_memory.h"
+#include "tests/support/pictures.h"
 #include "tests/support/webp_writer.h"
 
 #include <gtest/gtest.h>
@@ -21,15 +22,7 @@ std::unique_ptr<ImageSource> open(std::string_view file) {
     return openWebp(memoryFile(file));
 }
 
-/// A picture without any symmetry, its alpha from 0 on.
-Image gradient(std::uint32_t width, std::uint32_t height) {
-    return makeImage(width, height, [&](std::uint32_t x, std::uint32_t y) {
-        const auto part = [](std::uint32_t value) { return static_cast<std::uint8_t>(value); };
-        return Rgba{part(x * 255 / width), part(y * 255 / height), part(x * y), part(x * 7 + y * 30)};
-    });
-}
-
-/// The same, opaque.
+/// The picture of many details, opaque.
 Image opaqueGradient(std::uint32_t width, std::uint32_t height) {
     Image image = gradient(width, height);
     for (std::size_t i = 3; i < image.samples.size(); i += 4) {
@@ -38,28 +31,9 @@ Image opaqueGradient(std::uint32_t width, std::uint32_t height) {
     return image;
 }
 
-void expectSame(const std::optional<Image>& found, const Image& expected) {
-    ASSERT_TRUE(found);
-    ASSERT_EQ(found->width, expected.width);
-    ASSERT_EQ(found->height, expected.height);
-    ASSERT_EQ(found->layout, PixelLayout::rgba8);
-    for (std::uint32_t y = 0; y < expected.height; ++y) {
-        for (std::uint32_t x = 0; x < expected.width; ++x) {
-            ASSERT_EQ(pixelOf(*found, x, y), pixelOf(expected, x, y)) << x << ", " << y;
-        }
-    }
-}
-
 TEST(WebpSource, StatesFormatSizeAndOrientationBeforeDecoding) {
     const auto source = open(writeWebp(gradient(40, 24), {exifBlock(6), ""}));
-    ASSERT_TRUE(source);
-    EXPECT_EQ(source->format(), ImageFormat::webp);
-    EXPECT_EQ(source->count(), 1U);
-    EXPECT_EQ(source->properties(0).pixelWidth, 40U);
-    EXPECT_EQ(source->properties(0).pixelHeight, 24U);
-    EXPECT_EQ(source->properties(0).orientation, 6);
-    EXPECT_FALSE(source->properties(0).gifUnclampedDelayTime);
-    EXPECT_FALSE(source->gifLoopCount());
+    expectStill(source, ImageFormat::webp, 40, 24, 6);
 }
 
 TEST(WebpSource, DecodesLosslessPicturesBitForBit) {
@@ -104,12 +78,6 @@ TEST(WebpSource, TurnsPicturesUpright) {
     const Image stored = gradient(width, height);
     for (std::uint8_t orientation = 1; orientation <= 8; ++orientation) {
         SCOPED_TRACE(int{orientation});
-        const bool exchanged = orientation >= 5;
-        const Image upright =
-            makeImage(exchanged ? height : width, exchanged ? width : height, [&](std::uint32_t x, std::uint32_t y) {
-                const StoredPlace place = storedPlace(orientation, x, y, width, height);
-                return pixelOf(stored, place.x, place.y);
-            });
         const WebpMetadata metadata{exifBlock(orientation), ""};
         const std::string still = writeWebp(stored);
         for (const std::string& file :
@@ -118,7 +86,7 @@ TEST(WebpSource, TurnsPicturesUpright) {
             ASSERT_TRUE(source);
             EXPECT_EQ(source->properties(0).orientation, orientation);
             EXPECT_EQ(source->properties(0).pixelWidth, width);
-            expectSame(source->decode(0), upright);
+            expectSame(source->decode(0), upright(stored, orientation));
         }
     }
 }
