@@ -1,0 +1,15 @@
+/// \file publisher.h
+/// Where the publisher of Ovrel keeps settings, banners and updates.
+#pragma once
+
+#include <QLatin1StringView>
+
+namespace ovrel {
+
+/// The host that this build asks, in lower case; set when the build is configured (OVREL_PUBLISHER_HOST).
+inline constexpr QLatin1StringView publisherHost{OVREL_PUBLISHER_HOST};
+
+/// What Ovrel says it is: name and version.
+inline constexpr QLatin1StringView userAgent{"Ovrel/" OVREL_VERSION};
+
+} // namespace ovrel
