@@ -1,0 +1,44 @@
+/// \file preferences.h
+/// The few texts that Ovrel remembers for its user.
+#pragma once
+
+#include "model/app_language.h"
+
+#include <QObject>
+#include <QString>
+
+#include <memory>
+#include <optional>
+
+namespace ovrel {
+
+/// A store of texts by name. Main thread.
+class Preferences : public QObject {
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(Preferences)
+
+public:
+    Preferences() = default;
+    ~Preferences() override = default;
+
+    /// This user's store: on Linux a file below $XDG_CONFIG_HOME, on other systems where their programs keep theirs.
+    /// Nothing is written before a text is set, and nothing else is ever written. A store that cannot be written
+    /// forgets its texts when it dies, and says nothing.
+    static std::unique_ptr<Preferences> ofUser();
+
+    virtual std::optional<QString> text(const QString& key) const = 0;
+
+    /// Emits `changed` when the text becomes another one.
+    virtual void setText(const QString& key, const QString& text) = 0;
+
+Q_SIGNALS:
+    void changed(const QString& key);
+};
+
+/// The language that is stored, or Russian.
+AppLanguage savedLanguage(const Preferences& preferences);
+
+/// Stores the choice; whoever listens to `changed` learns of it before this returns.
+void saveLanguage(Preferences& preferences, AppLanguage language);
+
+} // namespace ovrel
