@@ -31,6 +31,9 @@ if(aom_VERSION VERSION_LESS 3.14)
     "libaom ${aom_VERSION} is older than 3.14: with it \"Fast\" writes files several times larger than it should, and "
     "screenshots take many times longer. Results are correct.")
 endif()
+if(aom_VERSION VERSION_LESS 3.6.1)
+  message(WARNING "libaom ${aom_VERSION} also refuses very long pictures and may end the program on an animation.")
+endif()
 
 find_package(CLI11 REQUIRED)
 find_package(Qt6 6.4 REQUIRED COMPONENTS Core)
