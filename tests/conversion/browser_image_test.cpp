@@ -78,6 +78,9 @@ TEST(BrowserCompatibleImage, DrawsDeepSamplesWithEightBits) {
 }
 
 TEST(BrowserCompatibleImage, SaysWhenThereIsNoMemoryToReduceTheDepth) {
+    if (endsWithoutMemory) {
+        GTEST_SKIP() << "this build's allocator ends the program instead";
+    }
     ChildProcess child([] {
         Image image;
         image.width = 2'000'001; // one row, which is what reducing the depth takes beside the picture
