@@ -58,6 +58,17 @@ bool succeeds(const ScanFunction& scan, const fs::path& path, std::exception_ptr
     return false;
 }
 
+/// What the user has to look at: a folder deep inside may be what kept a given one from being searched.
+fs::path culprit(const fs::path& given, const std::exception_ptr& error) {
+    try {
+        std::rethrow_exception(error);
+    } catch (const FileError& failure) {
+        return failure.file().empty() ? given : failure.file();
+    } catch (...) {
+        return given;
+    }
+}
+
 } // namespace
 
 Findings find(std::span<const fs::path> paths, const ScanFunction& scan) {
@@ -75,7 +86,7 @@ Findings find(std::span<const fs::path> paths, const ScanFunction& scan) {
         if (succeeds(scan, path, error)) {
             readable.push_back(path);
         } else {
-            findings.unreadable.push_back({path, error});
+            findings.unreadable.push_back({culprit(path, error), error});
         }
     }
     findings.items = scan(readable);
@@ -99,16 +110,21 @@ std::vector<Step> makePlan(Findings findings, const fs::path& output, bool skipE
 
     Groups groups(steps.size());
     std::unordered_map<std::string, std::size_t> takers;
+    // By the first name, the last number that was given: all before it are taken, so nobody needs to try them again.
+    std::unordered_map<std::string, std::uint64_t> lastNumbers;
     for (std::size_t index = findings.unreadable.size(); index < steps.size(); ++index) {
         Step& step = steps[index];
         const fs::path folder = resultFolder(step.item, output);
-        for (std::uint64_t number = 1; step.result.empty(); ++number) {
+        std::uint64_t& lastNumber =
+            lastNumbers.try_emplace((folder / resultName(step.item, 1)).native(), 1).first->second;
+        for (std::uint64_t number = lastNumber; step.result.empty(); ++number) {
             fs::path candidate = folder / resultName(step.item, number);
             const auto taker = takers.find(candidate.native());
             if (taker != takers.end()) {
                 groups.join(taker->second, index);
             } else if (!exists(candidate)) {
                 takers.emplace(candidate.native(), index);
+                lastNumber = number;
                 step.result = std::move(candidate);
             } else if (number == 1 && skipExisting) {
                 step.action = Step::Action::skip;

@@ -14,10 +14,10 @@
 
 namespace ovrel::cli {
 
-/// A given path that could not be searched for images.
+/// Why a given path could not be searched for images.
 struct UnreadablePath {
-    std::filesystem::path path;
-    std::exception_ptr error; ///< not null
+    std::filesystem::path path; ///< the given one, or what stood in the way below it
+    std::exception_ptr error;   ///< not null
 };
 
 /// What the given paths hold.

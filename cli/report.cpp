@@ -119,7 +119,8 @@ bool Report::completed(const Step& step, const Outcome& outcome) {
         return out_.write((itemObject(step, outcome, settings_.language) + '\n').toStdString());
     }
     const bool failed = outcome.status == Outcome::Status::failed;
-    if (!failed && (settings_.quiet || settings_.failuresOnly)) {
+    const bool isPartOnly = outcome.multiImage && !step.item.isGIF();
+    if (!failed && (settings_.quiet || (settings_.failuresOnly && !isPartOnly))) {
         return true;
     }
     clearProgressLine();

@@ -21,7 +21,7 @@ struct ReportSettings {
     bool json = false;         ///< one object a line instead of texts
     bool quiet = false;        ///< failures only; objects all the same
     bool progressLine = false; ///< standard error is a terminal that shows a line which is redrawn
-    bool failuresOnly = false; ///< the progress line tells of the successes already
+    bool failuresOnly = false; ///< and pictures of which a part alone was converted: a progress line tells of the rest
     bool dryRun = false;
 };
 

@@ -29,7 +29,10 @@ endif()
 if(aom_VERSION VERSION_LESS 3.14)
   message(WARNING
     "libaom ${aom_VERSION} is older than 3.14: with it \"Fast\" writes files several times larger than it should, and "
-    "screenshots take many times longer. Results are correct.")
+    "screenshots take many times longer.")
+endif()
+if(aom_VERSION VERSION_LESS 3.6.1)
+  message(WARNING "libaom ${aom_VERSION} also refuses very long pictures and may end the program on an animation.")
 endif()
 
 find_package(CLI11 REQUIRED)

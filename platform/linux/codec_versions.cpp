@@ -1,9 +1,10 @@
 #include "platform/codec_versions.h"
 
+#include "platform/linux/heif_handles.h"
+
 #include <avif/avif.h>
 #include <gif_lib.h>
 #include <lcms2.h>
-#include <libheif/heif.h>
 #include <png.h>
 #include <unicode/uversion.h>
 #include <webp/decode.h>
@@ -44,6 +45,15 @@ void appendAv1Codecs(std::vector<CodecVersion>& versions) {
     }
 }
 
+/// The decoder that libheif takes for HEIC pictures, such as "libde265 HEVC decoder, version 1.0.11".
+void appendHevcDecoder(std::vector<CodecVersion>& versions) {
+    loadHeifPlugins();
+    const heif_decoder_descriptor* decoder = nullptr;
+    if (heif_get_decoder_descriptors(heif_compression_HEVC, &decoder, 1) > 0) {
+        versions.push_back({"HEIC", heif_decoder_descriptor_get_name(decoder)});
+    }
+}
+
 std::string jpegVersion() {
     // libjpeg-turbo offers its version to the compiler alone, as three digits each for minor and patch.
     return std::to_string(LIBJPEG_TURBO_VERSION_NUMBER / 1000000) + "." +
@@ -74,6 +84,7 @@ std::vector<CodecVersion> codecVersions() {
     std::vector<CodecVersion> versions{{"libavif", avifVersion()}};
     appendAv1Codecs(versions);
     versions.push_back({"libheif", heif_get_version()});
+    appendHevcDecoder(versions);
     versions.push_back({"libjpeg-turbo", jpegVersion()});
     versions.push_back({"libpng", png_get_libpng_ver(nullptr)});
     versions.push_back({"libwebp", webpVersion(WebPGetDecoderVersion())});

@@ -20,6 +20,7 @@ struct FileCloser {
 using File = std::unique_ptr<std::FILE, FileCloser>;
 
 const heif_encoder_descriptor* av1Encoder() {
+    loadHeifPlugins();
     const heif_encoder_descriptor* descriptor = nullptr;
     return heif_get_encoder_descriptors(heif_compression_AV1, nullptr, &descriptor, 1) > 0 ? descriptor : nullptr;
 }

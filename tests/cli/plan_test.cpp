@@ -79,6 +79,18 @@ TEST(Find, LeavesOutPathsThatCannotBeSearched) {
     EXPECT_EQ(findings.items[1].url, "b.jpg");
 }
 
+TEST(Find, NamesTheFolderInsideThatCannotBeRead) {
+    const std::vector<fs::path> paths{"photos"};
+    const Findings findings = find(paths, [](std::span<const fs::path> given) -> std::vector<InputItem> {
+        if (!given.empty()) {
+            throw FileError(FileError::readNoPermission, "photos/summer/secret");
+        }
+        return {};
+    });
+    ASSERT_EQ(findings.unreadable.size(), 1U);
+    EXPECT_EQ(findings.unreadable[0].path, "photos/summer/secret");
+}
+
 TEST(Find, PassesOnWhatIsNoFailureOfAPath) {
     const std::vector<fs::path> paths{"a.jpg"};
     EXPECT_THROW(
@@ -118,6 +130,24 @@ TEST(Plan, KeepsThoseInOrderWhoseLaterNamesCompete) {
                                     {"a.jpg", convert, "out/a.avif", 3},
                                     {"b.jpg", convert, "out/b.avif", none},
                                     {"a.png", convert, "out/a-3.avif", none}}));
+}
+
+TEST(Plan, AsksForEachNameOnceHoweverManySourcesShareIt) {
+    constexpr std::size_t count = 300;
+    std::vector<InputItem> items;
+    for (std::size_t i = 0; i < count; ++i) {
+        items.push_back({.url = "album" + std::to_string(i) + "/cover.jpg", .relativeDirectory = ""});
+    }
+    std::size_t asked = 0;
+    const std::vector<Step> plan = makePlan({.unreadable = {}, .items = items}, "out", false, [&](const fs::path&) {
+        ++asked;
+        return false;
+    });
+    EXPECT_EQ(asked, count);
+    EXPECT_EQ(plan.back().result, "out/cover-300.avif");
+    for (std::size_t i = 0; i + 1 < count; ++i) {
+        EXPECT_EQ(plan[i].follower, i + 1);
+    }
 }
 
 TEST(Plan, SkipsOnlyWhatExistedBeforeAndOnlyWhenAsked) {

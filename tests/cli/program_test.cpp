@@ -161,6 +161,12 @@ TEST_F(ProgramTest, TellsOfFailuresInTheChosenLanguage) {
     EXPECT_THAT(out_.listing(), ElementsAre("good-2.avif", "good.avif"));
 }
 
+TEST_F(ProgramTest, ConvertsWithTheSystemsWriterBeforeAnythingElseHasUsedIt) {
+    in_.write("a.png", png());
+    const ProgramEnd end = run({"-m", "system", "-o", out(), in()});
+    EXPECT_THAT(linesOf(end.out), ElementsAre(in("a.png") + ": ✓ a.avif", "Done: 1 successful, 0 failed"));
+}
+
 TEST_F(ProgramTest, ConvertsTheRestWhenAPathIsMissing) {
     in_.write("a.png", png());
     const ProgramEnd end = run({"-o", out(), in("gone.png"), in("a.png")});

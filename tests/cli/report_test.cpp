@@ -177,6 +177,15 @@ TEST_F(ReportTest, LeavesSuccessesToTheProgressLineOnATerminal) {
     EXPECT_EQ(out_.text, "b.jpg: Error: Frame 2\nDone: 1 successful, 1 failed\n");
 }
 
+TEST_F(ReportTest, TellsOfPicturesOfWhichAPartAloneWasConvertedEvenThen) {
+    Report report({.progressLine = true, .failuresOnly = true}, out_, err_, [] { return 80; });
+    Outcome outcome = converted("clip.avif");
+    outcome.multiImage = true;
+    report.completed(stepFor("clip.webp"), outcome);
+    report.completed(stepFor("clip.gif"), outcome);
+    EXPECT_EQ(out_.text, "clip.webp: ✓ clip.avif · first frame only\n");
+}
+
 TEST_F(ReportTest, PrintsFailuresAloneWhenQuiet) {
     tellAll({.quiet = true});
     EXPECT_EQ(out_.text, "");

@@ -77,6 +77,24 @@ TEST(BrowserCompatibleImage, DrawsDeepSamplesWithEightBits) {
     EXPECT_EQ(pixelOf(padded, 1, 0), (Rgba{255, 0, 0, 0}));
 }
 
+TEST(BrowserCompatibleImage, SaysWhenThereIsNoMemoryToReduceTheDepth) {
+    if (endsWithoutMemory) {
+        GTEST_SKIP() << "this build's allocator ends the program instead";
+    }
+    ChildProcess child([] {
+        Image image;
+        image.width = 2'000'001; // one row, which is what reducing the depth takes beside the picture
+        image.height = 1;
+        image.layout = PixelLayout::rgba16;
+        image.samples = PixelBuffer::zeroed(1, image.bytesPerRow());
+        leaveMemory(image.samples.size() / 2);
+        EXPECT_EQ(refusalOf([&] { browserCompatibleImage(std::move(image)); }),
+                  Refusal("Unable to prepare the image", "Не удалось подготовить изображение"));
+        return HasFailure() ? 1 : 0;
+    });
+    EXPECT_EQ(child.wait(), 0);
+}
+
 TEST(BrowserCompatibleImage, SaysWhenThereIsNoMemoryForTheCopy) {
     ChildProcess child([] {
         Image image = makeImage(2001, 2001, {1, 2, 3, 255});

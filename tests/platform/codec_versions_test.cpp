@@ -100,8 +100,9 @@ TEST(CodecVersions, BeginWithTheOnesOfAv1) {
     }
     ASSERT_GE(names.size(), 9U);
     EXPECT_EQ(names[0], "libavif");
-    names.erase(names.begin(), names.end() - 7);
-    EXPECT_THAT(names, ElementsAre("libheif", "libjpeg-turbo", "libpng", "libwebp", "giflib", "Little CMS", "ICU"));
+    names.erase(names.begin(), names.end() - 8);
+    EXPECT_THAT(names,
+                ElementsAre("libheif", "HEIC", "libjpeg-turbo", "libpng", "libwebp", "giflib", "Little CMS", "ICU"));
 }
 
 } // namespace
