@@ -8,6 +8,7 @@
 #include "tests/support/memory_file.h"
 #include "tests/support/peak_memory.h"
 #include "tests/support/pictures.h"
+#include "tests/support/sanitizers.h"
 #include "tests/support/temporary_folder.h"
 
 #include <gtest/gtest.h>

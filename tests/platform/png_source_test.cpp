@@ -9,6 +9,7 @@
 #include "tests/support/peak_memory.h"
 #include "tests/support/pictures.h"
 #include "tests/support/png_writer.h"
+#include "tests/support/sanitizers.h"
 #include "tests/support/temporary_folder.h"
 
 #include <gtest/gtest.h>

@@ -6,6 +6,7 @@
 #include "tests/support/memory_file.h"
 #include "tests/support/peak_memory.h"
 #include "tests/support/pictures.h"
+#include "tests/support/sanitizers.h"
 #include "tests/support/webp_writer.h"
 
 #include <gtest/gtest.h>
@@ -284,7 +285,9 @@ TEST(WebpSource, SpendsNoMemoryOnAHugePictureWithoutData) {
             // Refused where there is no memory for it.
         }
     });
-    EXPECT_LT(taken, littleMemory);
+    if (!underThreadSanitizer) { // which fills pages of its own beside each that is only mapped
+        EXPECT_LT(taken, littleMemory);
+    }
 }
 
 TEST(WebpSource, RefusesAnAnimationThatDoesNotFitIntoMemory) {

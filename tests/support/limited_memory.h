@@ -3,18 +3,14 @@
 #pragma once
 
 #include "tests/support/damaged_files.h"
-#include "tests/support/sanitizers.h"
 
 #include <string>
 
 namespace ovrel::test {
 
-/// The sanitizers map more addresses than a limit could leave, and end the program when memory is refused.
-inline constexpr bool canLimitMemory = !underAddressSanitizer && !underThreadSanitizer;
-
 /// Decodes the first image of a sound file with no memory left, and again with ever more until it is shown. Fails the
 /// test when it is ever taken for damaged instead of answered with std::bad_alloc. Begin it only while no other thread
-/// runs and canLimitMemory.
+/// runs and memory can be limited (see sanitizers.h).
 void expectToTellLackOfMemory(const std::string& file, const OpenSource& open);
 
 } // namespace ovrel::test

@@ -20,4 +20,7 @@ inline constexpr bool underThreadSanitizer = __has_feature(thread_sanitizer);
 inline constexpr bool underThreadSanitizer = false;
 #endif
 
+/// The sanitizers map more addresses than a limit could leave, and end the program when memory is refused.
+inline constexpr bool canLimitMemory = !underAddressSanitizer && !underThreadSanitizer;
+
 } // namespace ovrel::test
