@@ -45,7 +45,7 @@ QCoro::Task<std::optional<BannerModel::Creative>> download(FetchFunction fetch, 
     co_return BannerModel::Creative{{std::move(pixels)}, entry.link, entry.alt};
 }
 
-/// Requests a stop although what ends by it may own `source`.
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the original may go with what ends by the stop
 void requestStop(std::stop_source source) {
     source.request_stop();
 }

@@ -65,8 +65,8 @@ HeldFetch::~HeldFetch() {
 
 FetchFunction HeldFetch::function() {
     return [this](QUrl address, qint64 limitBytes, std::stop_token stop) {
-        requests_.push_back(
-            std::make_shared<Request>(Request{address, limitBytes, stop, whenStopped_, false, {}, {}, {}}));
+        requests_.push_back(std::make_shared<Request>(
+            Request{std::move(address), limitBytes, std::move(stop), whenStopped_, false, {}, {}, {}}));
         return Request::run(requests_.back());
     };
 }
