@@ -27,14 +27,14 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Puts each seed into the folder of its own target and into that of the target for all formats.
+/// Puts each seed into the folder of its own target and pictures also into that of the target for all formats.
 class Seeds {
 public:
     explicit Seeds(fs::path folder) : folder_(std::move(folder)) {}
 
     void add(const std::string& target, const std::string& name, const std::string& bytes) const {
         write(folder_ / target, name, bytes);
-        if (target != "exif") {
+        if (target != "exif" && target != "settings") {
             write(folder_ / "image", target + "-" + name, bytes);
         }
     }
@@ -205,6 +205,19 @@ void addHeifs(const Seeds& seeds) {
     }
 }
 
+void addSettings(const Seeds& seeds) {
+    seeds.add("settings", "least", "enabled=true");
+    seeds.add("settings", "off", "# all of it\r\nenabled = false\r\nupdates_enabled=false\r\n");
+    const std::string folder = "https://" OVREL_PUBLISHER_HOST "/app/";
+    seeds.add("settings", "full",
+              "\uFEFFsettings_version = 1\nenabled = true\nversion = 2 & a + \u0439\nupdates_enabled = true\n"
+              "update_feed_url = " +
+                  folder + "feed.xml\nbanner_base_url = " + folder +
+                  "banners/\n"
+                  "en_banner_enabled = true\nen_image = en.avif\nen_url = https://example.com/\nen_alt = text\n"
+                  "ru_banner_enabled = false\nru_image = RU.AVIF\nru_url = https://example.com/\nru_alt =\n");
+}
+
 } // namespace
 
 } // namespace ovrel::test
@@ -223,6 +236,7 @@ int main(int count, char** arguments) {
         addWebps(seeds);
         addAvifs(seeds);
         addHeifs(seeds);
+        addSettings(seeds);
         seeds.add("exif", "little", exifBlock(6));
         seeds.add("exif", "big", exifBlock(3, TiffByteOrder::big));
     } catch (const std::exception& error) {

@@ -54,6 +54,7 @@ public:
 
     /// Empties `creative` and fetches the banner of a language. Loads may overlap; only the last one that began may
     /// publish. Never throws: after a failure there is no banner. May outlive the model, and does nothing then.
+    /// \param stop requested on the main thread; makes the load fail
     QCoro::Task<void> load(AppLanguage language, std::stop_token stop = {});
 
     /// BannerNetwork::fetch
@@ -68,6 +69,7 @@ private:
     FetchFunction fetch_;
     std::optional<Creative> creative_;
     QUuid generation_;
+    std::stop_source transfer_; ///< stops what the latest load downloads
 };
 
 } // namespace ovrel

@@ -4,6 +4,7 @@
 
 #include "model/app_language.h"
 
+#include <QByteArray>
 #include <QHash>
 #include <QString>
 #include <QUrl>
@@ -62,6 +63,9 @@ public:
     static std::optional<QUrl> destination(const std::optional<QString>& text);
 
 private:
+    /// \throws BannerError unless `value` is "true" or "false"
+    static bool readSwitch(const QString& value);
+
     bool enabled_ = false;
     QString version_;
     QHash<QString, QString> values_;
