@@ -95,7 +95,7 @@ QString resolved(const QUrl& base, const QString& reference) {
     if (reference.startsWith(u'?')) {
         return base.toString(written | QUrl::RemoveQuery | QUrl::RemoveFragment) + reference;
     }
-    if (reference.isEmpty() || reference.startsWith(u'#')) {
+    if (reference.startsWith(u'#')) {
         return base.toString(written | QUrl::RemoveFragment) + reference;
     }
     return base.toString(written | QUrl::RemoveFilename | QUrl::RemoveQuery | QUrl::RemoveFragment) + reference;
@@ -120,7 +120,7 @@ bool BannerRedirectPolicy::allowed(const QUrl& address) {
 }
 
 std::optional<QUrl> BannerRedirectPolicy::redirected(const QUrl& from, const QByteArray& location) {
-    if (!isVisibleAscii(location)) {
+    if (location.isEmpty() || !isVisibleAscii(location)) {
         return std::nullopt;
     }
     const QString address = resolved(from, QString::fromLatin1(location));

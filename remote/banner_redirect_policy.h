@@ -15,7 +15,7 @@ public:
     BannerRedirectPolicy() = delete;
 
     /// Whether `address` is one of the publisher's: exactly "https" and the publisher's host as they are written, no
-    /// other port than 443, the path "/app" or one below it, neither user nor password; well-formed by RFC 3986. A path
+    /// other port than 443, the path "/app" or one below it, neither user nor password; QUrl parses it strictly. A path
     /// that leaves "/app" by dot segments, percent-encoded ones included, lies outside even when it comes back. The
     /// folder itself is never encoded: "/app%2Fx" lies outside, and so does "/%61pp/x". Any thread.
     /// \param address as it was written, before QUrl has lowered, decoded or dropped anything of it

@@ -8,6 +8,7 @@
 #include <QNetworkRequest>
 
 #include <algorithm>
+#include <limits>
 #include <utility>
 
 namespace ovrel {
@@ -17,14 +18,17 @@ namespace {
 /// What QNetworkRequest itself would follow.
 constexpr int maximumRedirects = 50;
 
-/// What a reply holds until it is read: one TLS record (RFC 8446, section 5.1).
-constexpr qint64 bufferBytes = 16384;
-
 constexpr int statusOk = 200;
 
 /// RFC 9110, section 15.4. All of them are followed by GET, as it was GET before.
 bool isRedirect(int status) {
     return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
+}
+
+/// How much a reply may buffer until it is read: all that there is room for and one byte, which tells that there is
+/// more. With less, Qt 6.4 hangs where the server closes a connection before all is read.
+qint64 bufferFor(qint64 room) {
+    return std::clamp(room, qint64{0}, std::numeric_limits<qint64>::max() - 1) + 1;
 }
 
 QNetworkRequest requestFor(const QUrl& address) {
@@ -78,7 +82,7 @@ QByteArray Transfer::Awaiter::await_resume() const {
 
 void Transfer::request(const QUrl& address) {
     reply_.reset(manager_.get(requestFor(address)));
-    reply_->setReadBufferSize(bufferBytes);
+    reply_->setReadBufferSize(bufferFor(limitBytes_));
     connect(reply_.get(), &QNetworkReply::encrypted, this, [this] { silence_.start(); });
     connect(reply_.get(), &QNetworkReply::metaDataChanged, this, &Transfer::onHead);
     connect(reply_.get(), &QNetworkReply::readyRead, this, &Transfer::onBody);
@@ -127,11 +131,9 @@ void Transfer::onBody() {
             fail(BannerError::tooLarge);
             return;
         }
-        const QByteArray bytes = reply_->read(std::min(available, room));
-        if (bytes.isEmpty()) {
-            return;
-        }
-        body_ += bytes;
+        const qint64 count = std::min(available, room);
+        reply_->setReadBufferSize(bufferFor(room - count));
+        body_ += reply_->read(count);
     }
 }
 

@@ -26,8 +26,9 @@ namespace ovrel {
 /// `co_await`, and gets the body or an exception. It is resumed from the event loop, never from within a signal of the
 /// transfer, so that it may end the transfer's life at once; that closes every connection.
 ///
-/// Memory: the body takes at most `limitBytes`. On its way there it passes Qt's socket, which holds up to 64 KiB, and
-/// the reply, which holds up to 16 KiB and waits with more until they are taken.
+/// Memory: what was read of the body and what waits in the reply are `limitBytes` + 1 bytes together at most; Qt's
+/// socket adds about 64 KiB. Of a head, and of a body with status 401 or 407, Qt itself reads without such a limit, for
+/// as long as the transfer may be silent.
 class Transfer final : public QObject {
     Q_DISABLE_COPY_MOVE(Transfer)
 

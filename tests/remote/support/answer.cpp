@@ -16,27 +16,27 @@ Answer Answer::redirect(int status, const QByteArray& location) {
     return head(status, "Location: " + location + "\r\nContent-Length: 0\r\n");
 }
 
-Answer&& Answer::send(const QByteArray& bytes) && {
+Answer Answer::send(const QByteArray& bytes) && {
     steps_.emplace_back(Send{bytes});
     return std::move(*this);
 }
 
-Answer&& Answer::wait(std::chrono::milliseconds time) && {
+Answer Answer::wait(std::chrono::milliseconds time) && {
     steps_.emplace_back(Wait{time});
     return std::move(*this);
 }
 
-Answer&& Answer::flood(const QByteArray& bytes) && {
+Answer Answer::flood(const QByteArray& bytes) && {
     steps_.emplace_back(Flood{bytes});
     return std::move(*this);
 }
 
-Answer&& Answer::call(std::function<void()> function) && {
+Answer Answer::call(std::function<void()> function) && {
     steps_.emplace_back(Call{std::move(function)});
     return std::move(*this);
 }
 
-Answer&& Answer::close() && {
+Answer Answer::close() && {
     steps_.emplace_back(Close{});
     return std::move(*this);
 }

@@ -36,11 +36,11 @@ public:
     /// RFC 9110, section 15.4, without a body.
     static Answer redirect(int status, const QByteArray& location);
 
-    Answer&& send(const QByteArray& bytes) &&;
-    Answer&& wait(std::chrono::milliseconds time) &&;
-    Answer&& flood(const QByteArray& bytes) &&;
-    Answer&& call(std::function<void()> function) &&;
-    Answer&& close() &&;
+    Answer send(const QByteArray& bytes) &&;
+    Answer wait(std::chrono::milliseconds time) &&;
+    Answer flood(const QByteArray& bytes) &&;
+    Answer call(std::function<void()> function) &&;
+    Answer close() &&;
 
     const std::vector<Step>& steps() const { return steps_; }
 

@@ -14,7 +14,8 @@ namespace {
 constexpr qint64 waitingBytes = 65536; ///< of each direction
 
 void move(QTcpSocket& from, QTcpSocket& to) {
-    while (from.bytesAvailable() > 0 && to.bytesToWrite() < waitingBytes) {
+    while (from.bytesAvailable() > 0 && to.state() == QAbstractSocket::ConnectedState &&
+           to.bytesToWrite() < waitingBytes) {
         to.write(from.read(waitingBytes));
     }
 }
@@ -73,9 +74,7 @@ private:
     }
 
     void pass() {
-        if (server_.state() == QAbstractSocket::ConnectedState) {
-            move(client_, server_);
-        }
+        move(client_, server_);
         move(server_, client_);
         if (asked_ && server_.state() == QAbstractSocket::UnconnectedState && server_.bytesAvailable() == 0) {
             client_.disconnectFromHost();

@@ -2,6 +2,11 @@
 
 #include "remote/publisher.h"
 
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QFile>
+#include <QThread>
+
 #include <utility>
 
 namespace ovrel::test {
@@ -18,6 +23,23 @@ const Identity& publisher() {
 
 QUrl addressOf(const QByteArray& target) {
     return QUrl("https://" + publisherHost + target);
+}
+
+int networkThreads() {
+    int count = 0;
+    for (const QString& thread : QDir(QStringLiteral("/proc/self/task")).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        QFile name("/proc/self/task/" + thread + "/comm"); // proc(5): its first 15 bytes
+        count += name.open(QIODevice::ReadOnly) && name.readAll().startsWith("QNetworkAccessM") ? 1 : 0;
+    }
+    return count;
+}
+
+bool networkThreadsEnd() {
+    const QDeadlineTimer end(std::chrono::seconds(10));
+    while (networkThreads() > 0 && !end.hasExpired()) {
+        QThread::msleep(1);
+    }
+    return networkThreads() == 0;
 }
 
 BannerNetwork::Limits limitedTo(std::chrono::milliseconds silence, std::chrono::milliseconds whole) {
@@ -37,7 +59,9 @@ FetchTest::~FetchTest() {
 
 Outcome FetchTest::fetched(const QByteArray& target, qint64 limitBytes, std::stop_token stop,
                            BannerNetwork::Limits limits) {
-    return outcomeOf(BannerNetwork::fetch(addressOf(target), limitBytes, std::move(stop), limits));
+    const Outcome outcome = outcomeOf(BannerNetwork::fetch(addressOf(target), limitBytes, std::move(stop), limits));
+    EXPECT_TRUE(networkThreadsEnd());
+    return outcome;
 }
 
 } // namespace ovrel::test

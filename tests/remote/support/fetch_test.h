@@ -23,6 +23,12 @@ const Identity& publisher();
 /// An address of the publisher's host.
 QUrl addressOf(const QByteArray& target);
 
+/// How many threads of Qt's network this process has. Each running download has one.
+int networkThreads();
+
+/// Whether these threads end although no event loop turns. Gives those that have nothing more to do up to ten seconds.
+bool networkThreadsEnd();
+
 /// Limits that no test reaches, but for those that are given.
 BannerNetwork::Limits limitedTo(std::chrono::milliseconds silence, std::chrono::milliseconds whole);
 inline constexpr std::chrono::hours never{1};
@@ -33,6 +39,7 @@ protected:
     FetchTest();
     ~FetchTest() override;
 
+    /// Waits for a download, nothing of which may be left then.
     Outcome fetched(const QByteArray& target, qint64 limitBytes = 16384, std::stop_token stop = {},
                     BannerNetwork::Limits limits = limitedTo(never, never));
 

@@ -79,7 +79,7 @@ private:
     }
 
     void flood() {
-        while (!flood_.isEmpty() && socket_.state() == QAbstractSocket::ConnectedState &&
+        while (!flood_.isEmpty() && socket_.isEncrypted() && socket_.state() == QAbstractSocket::ConnectedState &&
                socket_.bytesToWrite() + socket_.encryptedBytesToWrite() < floodBytes) {
             socket_.write(flood_);
         }
