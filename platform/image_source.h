@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <span>
 
 namespace ovrel {
 
@@ -35,6 +36,8 @@ public:
     ///         format whose header is damaged opens with one image of unknown size.
     /// \throws std::bad_alloc when memory is lacking for its facts
     static std::unique_ptr<ImageSource> open(const std::filesystem::path& file);
+    /// The same for a file in memory. The bytes are copied.
+    static std::unique_ptr<ImageSource> fromMemory(std::span<const std::uint8_t> bytes);
     virtual ~ImageSource() = default;
 
     virtual ImageFormat format() const = 0;

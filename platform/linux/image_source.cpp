@@ -114,4 +114,8 @@ std::unique_ptr<ImageSource> ImageSource::open(const std::filesystem::path& file
     return openImage(std::move(*opened));
 }
 
+std::unique_ptr<ImageSource> ImageSource::fromMemory(std::span<const std::uint8_t> bytes) {
+    return openImage(InputFile::inMemory(bytes));
+}
+
 } // namespace ovrel

@@ -3,6 +3,7 @@
 #include "platform/memory.h"
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -30,6 +31,23 @@ std::optional<InputFile> InputFile::open(const std::filesystem::path& path) {
     struct stat status {};
     if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
         return std::nullopt;
+    }
+    return file;
+}
+
+InputFile InputFile::inMemory(std::span<const std::uint8_t> bytes) {
+    const int descriptor = ::memfd_create("ovrel-image", MFD_CLOEXEC);
+    if (descriptor < 0) {
+        throw std::bad_alloc();
+    }
+    InputFile file(descriptor);
+    file.size_ = bytes.size();
+    while (!bytes.empty()) {
+        const ssize_t count = ::write(descriptor, bytes.data(), bytes.size());
+        if (count <= 0 && errno != EINTR) {
+            throw std::bad_alloc();
+        }
+        bytes = bytes.subspan(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
     }
     return file;
 }

@@ -17,6 +17,10 @@ public:
     /// \return nothing when `path` is no regular file that can be read; never waits on a pipe or device
     static std::optional<InputFile> open(const std::filesystem::path& path);
 
+    /// A file that holds a copy of `bytes` and lies on no disk.
+    /// \throws std::bad_alloc
+    static InputFile inMemory(std::span<const std::uint8_t> bytes);
+
     /// Takes over an open descriptor of a regular file or of memory.
     explicit InputFile(int descriptor);
     ~InputFile();
