@@ -36,10 +36,13 @@ int networkThreads() {
 
 bool networkThreadsEnd() {
     const QDeadlineTimer end(std::chrono::seconds(10));
-    while (networkThreads() > 0 && !end.hasExpired()) {
+    while (networkThreads() > 0) {
+        if (end.hasExpired()) {
+            return false;
+        }
         QThread::msleep(1);
     }
-    return networkThreads() == 0;
+    return true;
 }
 
 BannerNetwork::Limits limitedTo(std::chrono::milliseconds silence, std::chrono::milliseconds whole) {
