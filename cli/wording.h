@@ -67,7 +67,8 @@ std::string misusedOption(std::string_view detail, AppLanguage language);
 std::string describe(const std::exception_ptr& error, AppLanguage language);
 
 /// What became of one image, to stand behind its name.
-std::string successText(const std::filesystem::path& result, bool copied, bool multiImage, bool gif, AppLanguage language);
+std::string successText(const std::filesystem::path& result, bool copied, bool multiImage, bool gif,
+                        AppLanguage language);
 std::string failureText(const std::exception_ptr& error, AppLanguage language);
 std::string skippedText(const std::filesystem::path& existing, AppLanguage language);
 std::string plannedText(const std::filesystem::path& result, bool copied, AppLanguage language);

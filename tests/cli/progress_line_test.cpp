@@ -27,7 +27,8 @@ protected:
 
 TEST_F(ProgressLine, ShowsCountNameSpeedAndTimeLeft) {
     EXPECT_EQ(progressLine(progress_, AppLanguage::english, 80), "Converting 3 of 10: beach.jpg · 30/min · 0:12 left");
-    EXPECT_EQ(progressLine(progress_, AppLanguage::russian, 80), "Преобразую 3 из 10: beach.jpg · 30/мин · осталось 0:12");
+    EXPECT_EQ(progressLine(progress_, AppLanguage::russian, 80),
+              "Преобразую 3 из 10: beach.jpg · 30/мин · осталось 0:12");
 }
 
 TEST_F(ProgressLine, ShowsNoSpeedBeforeTheFirstImageIsDone) {

@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-
 namespace ovrel::cli {
 namespace {
 
@@ -95,7 +94,8 @@ TEST(Wording, SumsUp) {
     }
     const Totals planned{.items = 6, .succeeded = 4, .skipped = 2, .showSkipped = true};
     EXPECT_EQ(plannedSummary(planned, AppLanguage::english), "Dry run: 4 to do, 0 failed, 2 skipped");
-    EXPECT_EQ(plannedSummary(planned, AppLanguage::russian), "Пробный запуск: 4 к выполнению, 0 с ошибками, 2 пропущено");
+    EXPECT_EQ(plannedSummary(planned, AppLanguage::russian),
+              "Пробный запуск: 4 к выполнению, 0 с ошибками, 2 пропущено");
 }
 
 TEST(Wording, TellsWhatIsInHand) {
