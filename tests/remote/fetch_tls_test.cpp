@@ -18,7 +18,7 @@ protected:
         TlsServer other(identity);
         other.answer("/app/x", Answer::of(200, "body"));
         proxy_.leadTo(other.port());
-        const Outcome outcome = fetched("/app/x");
+        Outcome outcome = fetched("/app/x");
         EXPECT_EQ(other.requests().size(), outcome == refused ? 0 : 1);
         return outcome;
     }

@@ -35,9 +35,11 @@ inline constexpr std::chrono::hours never{1};
 
 /// A server that is the publisher's for this process: all connections go through a proxy that leads there.
 class FetchTest : public testing::Test {
+public:
+    ~FetchTest() override;
+
 protected:
     FetchTest();
-    ~FetchTest() override;
 
     /// Waits for a download, nothing of which may be left then.
     Outcome fetched(const QByteArray& target, qint64 limitBytes = 16384, std::stop_token stop = {},

@@ -24,7 +24,7 @@ public:
     quint16 port() const { return server_.serverPort(); }
 
     /// What a request for this target (RFC 9112, section 3.2) gets, each time. Without one it is status 404.
-    void answer(const QByteArray& target, Answer answer) { answers_.insert(target, std::move(answer)); }
+    void answer(const QByteArray& target, const Answer& answer) { answers_.insert(target, answer); }
 
     /// The heads of all requests, as they came.
     const QList<QByteArray>& requests() const { return requests_; }
