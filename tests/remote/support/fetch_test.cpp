@@ -62,7 +62,7 @@ FetchTest::~FetchTest() {
 
 Outcome FetchTest::fetched(const QByteArray& target, qint64 limitBytes, std::stop_token stop,
                            BannerNetwork::Limits limits) {
-    const Outcome outcome = outcomeOf(BannerNetwork::fetch(addressOf(target), limitBytes, std::move(stop), limits));
+    Outcome outcome = outcomeOf(BannerNetwork::fetch(addressOf(target), limitBytes, std::move(stop), limits));
     EXPECT_TRUE(networkThreadsEnd());
     return outcome;
 }
