@@ -47,8 +47,9 @@ TEST_F(BannerNetworkFetch, SendsNothingToAnAddressThatIsNotAllowed) {
 }
 
 TEST_F(BannerNetworkFetch, TakesStatus200Alone) {
-    for (const int status : {101, 102, 103, 199, 201, 202, 203, 204, 205, 206, 226, 300, 304, 305, 306, 309, 400, 401,
-                             402, 403, 404, 407, 408, 410, 416, 421, 429, 451, 500, 501, 502, 503, 504, 599, 999}) {
+    // Below 200 an answer is not the last one (RFC 9110, section 15.2), and versions of Qt wait differently for that.
+    for (const int status : {201, 202, 203, 204, 205, 206, 226, 300, 304, 305, 306, 309, 400, 401, 402, 403,
+                             404, 407, 408, 410, 416, 421, 429, 451, 500, 501, 502, 503, 504, 599, 999}) {
         server_.answer("/app/x", Answer::of(status, "body"));
         EXPECT_EQ(fetched("/app/x"), Outcome(BannerError::response)) << status;
     }
