@@ -110,9 +110,9 @@ bool BannerRedirectPolicy::allowed(const QString& address) {
     }
     // The parser that the request will go through has to see the same.
     const QUrl url(address, QUrl::StrictMode);
-    return url.isValid() && url.scheme() == QLatin1StringView("https") && url.host(QUrl::FullyEncoded) == publisherHost &&
-           url.port(httpsPort) == httpsPort && url.userInfo().isEmpty() &&
-           staysInsideWhenDecoded(url.path(QUrl::FullyEncoded).toLatin1());
+    return url.isValid() && url.scheme() == QLatin1StringView("https") &&
+           url.host(QUrl::FullyEncoded) == publisherHost && url.port(httpsPort) == httpsPort &&
+           url.userInfo().isEmpty() && staysInsideWhenDecoded(url.path(QUrl::FullyEncoded).toLatin1());
 }
 
 bool BannerRedirectPolicy::allowed(const QUrl& address) {

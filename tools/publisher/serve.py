@@ -4,7 +4,7 @@
     serve.py FOLDER CERTIFICATES [--host HOST] [--port PORT] [--proxy-port PORT] [--address ADDRESS]
 
 FOLDER is found at https://HOST/app/. CERTIFICATES is a folder, made when it is missing, that keeps a certificate
-authority for HOST and the server's certificate; it is good for this host alone. A proxy leads to the server whoever
+authority for HOST and the server's certificate; it is good for this host and names below it alone. A proxy leads to the server whoever
 asks it for HOST, so that neither port 443 nor the system's table of hosts is needed. README.md says how Ovrel gets
 there.
 """
@@ -71,12 +71,13 @@ class Certificates:
         return ["-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1", "-noenc", "-keyout", path]
 
     def _make_authority(self):
-        # Who trusts it trusts it for this host alone (RFC 5280, section 4.2.1.10).
+        # Who trusts it trusts it for this host and names below it, and for no address (RFC 5280, section 4.2.1.10).
         openssl("req", "-x509", *self._new_key(self.authority_key), "-out", self.authority,
                 "-days", AUTHORITY_DAYS, "-subj", "/CN=Ovrel publisher on this computer",
                 "-addext", "basicConstraints=critical,CA:TRUE,pathlen:0",
                 "-addext", "keyUsage=critical,keyCertSign,cRLSign",
-                "-addext", f"nameConstraints=critical,permitted;DNS:{self.host}")
+                "-addext", f"nameConstraints=critical,permitted;DNS:{self.host},"
+                "excluded;IP:0.0.0.0/0.0.0.0,excluded;IP:0:0:0:0:0:0:0:0/0:0:0:0:0:0:0:0")
         shutil.rmtree(self.trust, ignore_errors=True)
         self.trust.mkdir()
         shutil.copy(self.authority, self.trust / "authority.pem")
@@ -180,7 +181,7 @@ class ProxyServer(socketserver.ThreadingTCPServer):
 def host_name(text):
     """A host in the form that the build takes (OVREL_PUBLISHER_HOST)."""
     label = "[a-z0-9]([-a-z0-9]*[a-z0-9])?"
-    if not re.fullmatch(rf"{label}([.]{label})+", text):
+    if not re.fullmatch(rf"{label}([.]{label})*[.][a-z]([-a-z0-9]*[a-z0-9])?", text):
         raise argparse.ArgumentTypeError(f"{text!r} is no host name of lower-case letters, digits, hyphens and dots")
     return text
 
