@@ -28,6 +28,12 @@ struct ImageProperties {
     std::optional<double> gifDelayTime;
 };
 
+/// How large the pictures of a file may be, as they are coded. Cropping and a false header do not get around it.
+struct ImageLimits {
+    std::uint32_t width = 0;  ///< pixels
+    std::uint32_t height = 0; ///< pixels
+};
+
 /// An open image file. One thread at a time; different objects are independent.
 class ImageSource {
 public:
@@ -36,8 +42,9 @@ public:
     ///         format whose header is damaged opens with one image of unknown size.
     /// \throws std::bad_alloc when memory is lacking for its facts
     static std::unique_ptr<ImageSource> open(const std::filesystem::path& file);
-    /// The same for a file in memory. The bytes are copied.
-    static std::unique_ptr<ImageSource> fromMemory(std::span<const std::uint8_t> bytes);
+    /// An AVIF in memory, whose bytes are copied. A picture beyond `limits` takes no memory and fails to decode.
+    /// \return null when it is no AVIF, or its header is damaged or names a picture beyond `limits`
+    static std::unique_ptr<ImageSource> avifFromMemory(std::span<const std::uint8_t> bytes, ImageLimits limits);
     virtual ~ImageSource() = default;
 
     virtual ImageFormat format() const = 0;

@@ -26,17 +26,17 @@ bool isAvifStill(QByteArrayView data) {
     return data.size() > sizeBytes && data.sliced(sizeBytes).startsWith(typeAndMajorBrand);
 }
 
+constexpr ImageLimits largest{4320, 720};
+
 bool hasBannerSize(std::uint32_t width, std::uint32_t height) {
-    constexpr std::uint32_t widest = 4320;
-    constexpr std::uint32_t highest = 720;
     constexpr double ratio = 6.0;
     constexpr double tolerance = 0.05;
-    return width >= 1 && height >= 1 && width <= widest && height <= highest &&
+    return width >= 1 && height >= 1 && width <= largest.width && height <= largest.height &&
            std::abs(static_cast<double>(width) / height - ratio) < tolerance;
 }
 
 std::optional<Image> decoded(std::span<const std::uint8_t> bytes) {
-    const std::unique_ptr<ImageSource> source = ImageSource::fromMemory(bytes);
+    const std::unique_ptr<ImageSource> source = ImageSource::avifFromMemory(bytes, largest);
     if (!source) {
         return std::nullopt;
     }

@@ -221,10 +221,10 @@ void setBrand(std::vector<std::uint8_t>& bytes) {
     std::copy(known.begin(), known.end(), brand);
 }
 
-std::unique_ptr<ImageSource> openBytes(std::vector<std::uint8_t> bytes) {
+Decoder makeDecoder() {
     Decoder decoder(avifDecoderCreate());
     if (!decoder) {
-        return nullptr;
+        throw std::bad_alloc();
     }
     // Viewers show files that lack a pixi property or state an unusual clean aperture; so do we.
     decoder->strictFlags = AVIF_STRICT_DISABLED;
@@ -232,6 +232,10 @@ std::unique_ptr<ImageSource> openBytes(std::vector<std::uint8_t> bytes) {
     decoder->ignoreExif = AVIF_TRUE; // orientation is stated by irot and imir alone
     decoder->ignoreXMP = AVIF_TRUE;
     decoder->maxThreads = 1;
+    return decoder;
+}
+
+std::unique_ptr<ImageSource> openBytes(std::vector<std::uint8_t> bytes, Decoder decoder) {
     if (!succeeded(avifDecoderSetIOMemory(decoder.get(), bytes.data(), bytes.size())) ||
         !succeeded(avifDecoderParse(decoder.get())) || decoder->imageCount < 1) {
         return nullptr;
@@ -243,12 +247,20 @@ std::unique_ptr<ImageSource> openBytes(std::vector<std::uint8_t> bytes) {
 
 std::unique_ptr<ImageSource> openAvif(InputFile file) {
     std::optional<std::vector<std::uint8_t>> bytes = file.readAll();
-    return bytes ? openBytes(std::move(*bytes)) : nullptr;
+    return bytes ? openBytes(std::move(*bytes), makeDecoder()) : nullptr;
+}
+
+std::unique_ptr<ImageSource> openAvifWithin(ImageLimits limits, std::vector<std::uint8_t> bytes) {
+    Decoder decoder = makeDecoder();
+    // The AV1 decoder is told, too, and allocates nothing for a larger frame, whatever the header says of it.
+    decoder->imageSizeLimit = limits.width * limits.height;
+    decoder->imageDimensionLimit = std::max(limits.width, limits.height);
+    return openBytes(std::move(bytes), std::move(decoder));
 }
 
 std::unique_ptr<ImageSource> openAv1Image(std::vector<std::uint8_t> bytes) {
     setBrand(bytes);
-    return openBytes(std::move(bytes));
+    return openBytes(std::move(bytes), makeDecoder());
 }
 
 } // namespace ovrel

@@ -6,9 +6,11 @@
 #include "platform/image_source.h"
 #include "platform/linux/input_file.h"
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <span>
+#include <vector>
 
 namespace ovrel {
 
@@ -18,6 +20,9 @@ std::unique_ptr<ImageSource> openWebp(InputFile file); ///< libwebp and its demu
 std::unique_ptr<ImageSource> openGif(InputFile file);  ///< giflib; GIF89a
 std::unique_ptr<ImageSource> openAvif(InputFile file); ///< libavif; AV1 Image File Format 1.1
 std::unique_ptr<ImageSource> openHeif(InputFile file); ///< libheif; ISO/IEC 23008-12
+
+/// An AVIF in memory. A picture beyond `limits` fails, whether the header or the coded frame alone says so.
+std::unique_ptr<ImageSource> openAvifWithin(ImageLimits limits, std::vector<std::uint8_t> bytes);
 
 /// The format that a file's first bytes name. `head` holds up to 512 of them.
 std::optional<ImageFormat> formatOf(std::span<const std::uint8_t> head);

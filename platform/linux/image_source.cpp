@@ -114,8 +114,11 @@ std::unique_ptr<ImageSource> ImageSource::open(const std::filesystem::path& file
     return openImage(std::move(*opened));
 }
 
-std::unique_ptr<ImageSource> ImageSource::fromMemory(std::span<const std::uint8_t> bytes) {
-    return openImage(InputFile::inMemory(bytes));
+std::unique_ptr<ImageSource> ImageSource::avifFromMemory(std::span<const std::uint8_t> bytes, ImageLimits limits) {
+    if (formatOf(bytes.first(std::min(bytes.size(), headBytes))) != ImageFormat::avif) {
+        return nullptr;
+    }
+    return openAvifWithin(limits, {bytes.begin(), bytes.end()});
 }
 
 } // namespace ovrel

@@ -32,6 +32,17 @@ std::string banner(std::uint32_t width, std::uint32_t height, const AvifOptions&
     return writeAvif(makeImage(width, height, blue), options);
 }
 
+/// ISO/IEC 23008-12, section 6.5.3, without the length: its type, version and flags, width and height.
+std::string sizeBox(std::uint32_t width, std::uint32_t height) {
+    std::string box("ispe\0\0\0\0", 8);
+    for (const std::uint32_t side : {width, height}) {
+        for (const int shift : {24, 16, 8, 0}) {
+            box += static_cast<char>(side >> shift & 0xFFU);
+        }
+    }
+    return box;
+}
+
 TEST(BannerImage, DecodesAnAvifThatIsSixTimesAsWideAsHigh) {
     const struct {
         std::uint32_t width;
@@ -57,6 +68,22 @@ TEST(BannerImage, RefusesOtherShapesAndSizes) {
         SCOPED_TRACE(testing::Message() << row.width << "x" << row.height);
         EXPECT_FALSE(decode(banner(row.width, row.height)));
     }
+}
+
+TEST(BannerImage, JudgesTheCodedSizeBehindACropOrAFalseHeader) {
+    const std::string file = banner(4321, 721);
+    const std::string coded = sizeBox(4321, 721);
+    ASSERT_NE(file.find(coded), std::string::npos);
+    std::string falseHeader = file;
+    for (std::size_t at = falseHeader.find(coded); at != std::string::npos; at = falseHeader.find(coded)) {
+        falseHeader.replace(at, coded.size(), sizeBox(600, 100));
+    }
+    AvifOptions cropped;
+    cropped.crop = {0, 0, 600, 100};
+
+    EXPECT_FALSE(decode(falseHeader));
+    EXPECT_FALSE(decode(banner(4321, 721, cropped)));
+    EXPECT_TRUE(decode(banner(1200, 200, cropped)));
 }
 
 TEST(BannerImage, KeepsTransparencyAndGivesSrgb) {
