@@ -18,6 +18,8 @@ ovrel_require(webpdemux libwebpdemux)
 ovrel_require(lcms lcms2)
 ovrel_require(icu icu-i18n)
 ovrel_require(uuid uuid)
+ovrel_require(sodium libsodium)
+ovrel_require(archive libarchive)
 find_package(GIF 5.2 REQUIRED)
 find_package(Threads REQUIRED)
 
