@@ -2,6 +2,8 @@
 
 #include "remote/publisher.h"
 
+#include <QStringDecoder>
+
 #include <algorithm>
 
 namespace ovrel {
@@ -37,17 +39,34 @@ QStringView pathOf(QStringView afterAuthority) {
     return afterAuthority.first(end - afterAuthority.begin());
 }
 
+/// Control characters and overlong UTF-8 have no place in an address, and servers differ in what they make of them.
+bool isPlainText(const QByteArray& path) {
+    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    const QString text = decoder(path);
+    return !decoder.hasError() && std::none_of(text.begin(), text.end(),
+                                               [](QChar letter) { return letter.category() == QChar::Other_Control; });
+}
+
+/// What servers that know parameters (RFC 3986, section 3.3) or trim names take for the segment.
+QByteArray bareSegment(const QByteArray& segment) {
+    return segment.split(';').first().trimmed();
+}
+
 /// Whether a path begins in the publisher's folder and no dot segment (RFC 3986, section 5.2.4) leads out of it, not
 /// even on the way. Servers differ in how they see empty segments and backslashes, so the former give ".." nothing to
 /// remove, and the latter are slashes.
 bool staysInside(QByteArray path) {
+    if (!isPlainText(path)) {
+        return false;
+    }
     path.replace('\\', '/');
     const QByteArrayList segments = path.split('/');
     if (segments.size() < 2 || !segments[0].isEmpty() || segments[1] != "app") {
         return false;
     }
     qsizetype depth = 0;
-    return std::all_of(segments.begin() + 1, segments.end(), [&depth](const QByteArray& segment) {
+    return std::all_of(segments.begin() + 1, segments.end(), [&depth](const QByteArray& written) {
+        const QByteArray segment = bareSegment(written);
         if (segment == "..") {
             --depth;
         } else if (!segment.isEmpty() && segment != ".") {

@@ -112,6 +112,14 @@ TEST(BannerRedirectPolicy, SeesThroughEncodedDotsSlashesAndBackslashes) {
                    "/app/%25%32%65%25%32%65/x"});
 }
 
+TEST(BannerRedirectPolicy, RefusesWhatServersMayTakeForDots) {
+    expectRefused({"/app/..;/x", "/app/..;a=b/x", "/app/..%3B/x", "/app/.%2e;x/y", "/app/..%20/x", "/app/%20../x"});
+    expectRefused({"/app/%c0%ae%c0%ae/x", "/app/..%c0%afx", "/app/%ff", "/app/%ed%a0%80"}); // no UTF-8
+    expectRefused(
+        {"/app/..%00/x", "/app/.%09./x", "/app/x%00.avif", "/app/x%0d%0a", "/app/%7f", "/app/%c2%85", "/app/%2500"});
+    expectAllowed({"/app/x;v=1", "/app/a;b/c", "/app/;/x"});
+}
+
 TEST(BannerRedirectPolicy, WantsTheFolderItselfUnencoded) {
     expectRefused({"/app%2Fx", "/%61pp/x", "/app%5Cx", "%2Fapp/x", "/app%3Fx", "/app%00/x"});
 }
