@@ -1,7 +1,5 @@
 #include "remote/transfer.h"
 
-#include "remote/banner_redirect_policy.h"
-#include "remote/publisher.h"
 #include "remote/transport_error.h"
 
 #include <QCoreApplication>
@@ -14,9 +12,6 @@
 namespace ovrel {
 
 namespace {
-
-/// What QNetworkRequest itself would follow.
-constexpr int maximumRedirects = 50;
 
 constexpr int statusOk = 200;
 
@@ -31,7 +26,7 @@ qint64 bufferFor(qint64 room) {
     return std::clamp(room, qint64{0}, std::numeric_limits<qint64>::max() - 1) + 1;
 }
 
-QNetworkRequest requestFor(const QUrl& address) {
+QNetworkRequest requestFor(const QUrl& address, const TransferRules& rules) {
     QNetworkRequest request(address);
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
     request.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::AlwaysNetwork);
@@ -41,7 +36,10 @@ QNetworkRequest requestFor(const QUrl& address) {
     request.setAttribute(QNetworkRequest::AuthenticationReuseAttribute, QNetworkRequest::Manual);
     // HTTP/2 has buffers of its own beside the reply's.
     request.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
-    request.setRawHeader("User-Agent", QByteArray(userAgent.data(), userAgent.size()));
+    request.setRawHeader("User-Agent", rules.userAgent);
+    if (!rules.accept.isEmpty()) {
+        request.setRawHeader("Accept", rules.accept);
+    }
     // Qt would ask for compression, and unpack it beyond every limit, and would name the user's language.
     request.setRawHeader("Accept-Encoding", "identity");
     request.setRawHeader("Accept-Language", "*");
@@ -50,15 +48,16 @@ QNetworkRequest requestFor(const QUrl& address) {
 
 } // namespace
 
-Transfer::Transfer(const QUrl& address, qint64 limitBytes, const std::stop_token& stop, BannerNetwork::Limits limits)
-    : limitBytes_(limitBytes) {
+Transfer::Transfer(const QUrl& address, TransferRules rules, const std::stop_token& stop) : rules_(std::move(rules)) {
     for (QTimer* timer : {&silence_, &whole_}) {
         timer->setSingleShot(true);
         timer->setTimerType(Qt::PreciseTimer);
         connect(timer, &QTimer::timeout, this, [this] { fail(QNetworkReply::TimeoutError); });
     }
-    silence_.start(limits.silence);
-    whole_.start(limits.whole);
+    silence_.start(rules_.silence);
+    if (rules_.whole.count() > 0) {
+        whole_.start(rules_.whole);
+    }
     // The event loop turns no more afterwards, and Qt's thread of the network must not outlive the application.
     connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, this, [this] {
         fail(QNetworkReply::OperationCanceledError);
@@ -73,16 +72,16 @@ Transfer::Transfer(const QUrl& address, qint64 limitBytes, const std::stop_token
 
 Transfer::~Transfer() = default;
 
-QByteArray Transfer::Awaiter::await_resume() const {
+QUrl Transfer::Awaiter::await_resume() const {
     if (transfer.error_) {
         std::rethrow_exception(transfer.error_);
     }
-    return std::move(transfer.body_);
+    return transfer.reply_->url();
 }
 
 void Transfer::request(const QUrl& address) {
-    reply_.reset(manager_.get(requestFor(address)));
-    reply_->setReadBufferSize(bufferFor(limitBytes_));
+    reply_.reset(manager_.get(requestFor(address, rules_)));
+    reply_->setReadBufferSize(bufferFor(rules_.limitBytes));
     connect(reply_.get(), &QNetworkReply::encrypted, this, [this] { silence_.start(); });
     connect(reply_.get(), &QNetworkReply::metaDataChanged, this, &Transfer::onHead);
     connect(reply_.get(), &QNetworkReply::readyRead, this, &Transfer::onBody);
@@ -97,16 +96,16 @@ void Transfer::onHead() {
         redirect();
     } else if (status != statusOk) {
         fail(BannerError::response);
-    } else if (announcedBytes > limitBytes_) {
+    } else if (announcedBytes > rules_.limitBytes) {
         fail(BannerError::tooLarge);
-    } else if (announcedBytes > 0) {
-        body_.reserve(announcedBytes);
+    } else if (announcedBytes > 0 && rules_.announced) {
+        rules_.announced(announcedBytes);
     }
 }
 
 void Transfer::redirect() {
-    const std::optional<QUrl> next = BannerRedirectPolicy::redirected(reply_->url(), reply_->rawHeader("Location"));
-    if (!next || redirects_ == maximumRedirects) {
+    const std::optional<QUrl> next = rules_.redirected(reply_->url(), reply_->rawHeader("Location"));
+    if (!next || redirects_ == rules_.maximumRedirects) {
         fail(BannerError::response);
         return;
     }
@@ -126,14 +125,20 @@ void Transfer::redirect() {
 void Transfer::onBody() {
     silence_.start();
     while (const qint64 available = reply_->bytesAvailable()) {
-        const qint64 room = limitBytes_ - body_.size();
+        const qint64 room = rules_.limitBytes - receivedBytes_;
         if (room <= 0) {
             fail(BannerError::tooLarge);
             return;
         }
         const qint64 count = std::min(available, room);
         reply_->setReadBufferSize(bufferFor(room - count));
-        body_ += reply_->read(count);
+        receivedBytes_ += count;
+        try {
+            rules_.receive(reply_->read(count));
+        } catch (...) {
+            fail(std::current_exception());
+            return;
+        }
     }
 }
 
