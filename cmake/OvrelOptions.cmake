@@ -6,13 +6,6 @@ option(OVREL_BUILD_FUZZERS "Build the fuzz targets (clang only)" OFF)
 option(OVREL_WARNINGS_AS_ERRORS "Stop at the first warning" OFF)
 set(OVREL_SANITIZERS "" CACHE STRING "Sanitizers for every target, for example address,undefined")
 
-set(OVREL_PUBLISHER_HOST "ovrel.example" CACHE STRING "The host that is asked for settings, banners and updates")
-if(NOT OVREL_PUBLISHER_HOST MATCHES "^[a-z0-9]([-a-z0-9]*[a-z0-9])?([.][a-z0-9]([-a-z0-9]*[a-z0-9])?)*[.][a-z]([-a-z0-9]*[a-z0-9])?$")
-  message(FATAL_ERROR
-    "OVREL_PUBLISHER_HOST is \"${OVREL_PUBLISHER_HOST}\", which is no host name: it takes lower-case letters, digits "
-    "and hyphens, with dots between the parts.")
-endif()
-
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bin")
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)

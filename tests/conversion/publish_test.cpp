@@ -4,6 +4,7 @@
 #include "tests/support/forwarding_file_system.h"
 #include "tests/support/private_mounts.h"
 #include "tests/support/refused_calls.h"
+#include "tests/support/skip_outside_ci.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/support/unprivileged.h"
 
@@ -224,7 +225,7 @@ TEST(Publish, FailsInAFolderThatMayNotBeChanged) {
     });
     fs::permissions(folder.path(), fs::perms(0755));
     if (!ran) {
-        GTEST_SKIP() << "the rights of root cannot be given up here";
+        OVREL_SKIP_OUTSIDE_CI("the rights of root cannot be given up here");
     }
 }
 
@@ -240,7 +241,7 @@ TEST(Publish, FailsOnAReadOnlyVolume) {
                   FileError::writeVolumeReadOnly);
     });
     if (!ran) {
-        GTEST_SKIP() << "nothing can be mounted here";
+        OVREL_SKIP_OUTSIDE_CI("nothing can be mounted here");
     }
 }
 
@@ -314,7 +315,7 @@ TEST(Publish, LosesNothingOnVolumesThatCanDoLess) {
     for (const std::vector<RefusedCall>& calls : {onlyLinks, onlyRenames}) {
         const TemporaryFolder folder;
         if (!runWithRefusedCalls(calls, [&] { publishFromThreads(folder); })) {
-            GTEST_SKIP() << "system calls cannot be refused here";
+            OVREL_SKIP_OUTSIDE_CI("system calls cannot be refused here");
         }
         expectAllFiles(folder);
     }

@@ -1,9 +1,11 @@
 #include "tests/layers/include_check.h"
 
 #include <algorithm>
+#include <deque>
 #include <fstream>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 namespace ovrel::test {
 
@@ -72,13 +74,50 @@ std::vector<fs::path> modulesIn(const fs::path& qtHeaders) {
     return modules;
 }
 
-/// What is wrong with including `name` from `layer`, empty for nothing.
-std::string faultOf(const std::string& name, const Layer& layer, const LayerTable& table,
-                    const std::vector<fs::path>& qtModules) {
-    if (name.empty()) {
+/// One #include line.
+struct Include {
+    int line = 0;
+    std::string path;   ///< without detours; empty when the line gives no name in quotes or brackets
+    std::string module; ///< of Qt, as qtModuleOf() tells it
+    bool isQuoted = false;
+};
+
+/// What every file of the program includes, by the file's path from the root.
+using IncludesOfFiles = std::map<std::string, std::vector<Include>>;
+
+/// \return nothing when the file cannot be read
+std::optional<std::vector<Include>> includesOf(const fs::path& file, const std::vector<fs::path>& qtModules) {
+    std::ifstream stream(file);
+    if (!stream) {
+        return std::nullopt;
+    }
+    std::vector<Include> includes;
+    std::string line;
+    for (int number = 1; std::getline(stream, line); ++number) {
+        if (const std::optional<std::string> name = includedName(line)) {
+            const std::string path = fs::path(*name).lexically_normal().generic_string();
+            includes.push_back({number, path, qtModuleOf(path, qtModules), line.find('"') < line.find('<')});
+        }
+    }
+    return includes;
+}
+
+/// A quoted include is the project's own, written from the root, unless moc makes it or a library owns it.
+bool isStray(const Include& include, const LayerTable& table) {
+    return include.isQuoted && table.layerOf(include.path) == nullptr && table.libraryOf(include.path) == nullptr &&
+           fs::path(include.path).extension() != ".moc";
+}
+
+std::string refusalOfQt(const Layer& layer, const Include& include) {
+    return layer.name + " may not use " + include.path + " of Qt module " + include.module;
+}
+
+/// What is wrong with this one line in a file of `layer`, empty for nothing.
+std::string faultOf(const Include& include, const Layer& layer, const LayerTable& table) {
+    const std::string& path = include.path;
+    if (path.empty()) {
         return "the included file's name does not stand in quotes or brackets";
     }
-    const std::string path = fs::path(name).lexically_normal().generic_string();
     if (const Layer* other = table.layerOf(path)) {
         const bool allowed = other->name == layer.name || contains(layer.includes, other->name);
         return allowed ? "" : layer.name + " may not include " + path + " of " + other->name;
@@ -89,38 +128,45 @@ std::string faultOf(const std::string& name, const Layer& layer, const LayerTabl
     if (const Library* library = table.libraryOf(path)) {
         return contains(layer.libraries, library->name) ? "" : layer.name + " may not use the library " + library->name;
     }
-    const std::string module = qtModuleOf(path, qtModules);
-    if (!module.empty()) {
-        return contains(layer.qt, module) ? "" : layer.name + " may not use " + path + " of Qt module " + module;
+    if (!include.module.empty() && !contains(layer.qt, include.module)) {
+        return refusalOfQt(layer, include);
+    }
+    return isStray(include, table) ? path + " is not written from the project's root" : "";
+}
+
+/// What is wrong with the Qt that `header` brings along into a file of `layer`, empty for nothing. The shortest way to
+/// it through the program's own headers is told, that of `header` first.
+std::string faultBehind(const std::string& header, const Layer& layer, const IncludesOfFiles& files) {
+    std::map<std::string, std::string> ways{{header, header}};
+    std::deque<std::string> next{header};
+    for (; !next.empty(); next.pop_front()) {
+        const auto file = files.find(next.front());
+        if (file == files.end()) {
+            continue;
+        }
+        for (const Include& include : file->second) {
+            if (files.count(include.path) > 0) {
+                if (ways.emplace(include.path, ways[file->first] + " > " + include.path).second) {
+                    next.push_back(include.path);
+                }
+            } else if (!include.module.empty() && !contains(layer.qt, include.module)) {
+                return refusalOfQt(layer, include) + ", which comes with " + ways[file->first];
+            }
+        }
     }
     return "";
 }
 
-/// A quoted include is the project's own, written from the root, unless moc makes it or a library owns it.
-bool isStray(std::string_view line, const std::string& name, const LayerTable& table) {
-    const bool quoted = line.find('"') < line.find('<');
-    return quoted && table.layerOf(name) == nullptr && table.libraryOf(name) == nullptr &&
-           fs::path(name).extension() != ".moc";
-}
-
-void checkFile(const std::string& path, const Layer& layer, const LayerTable& table, const fs::path& root,
-               const std::vector<fs::path>& qtModules, std::vector<std::string>& faults) {
-    std::ifstream file(root / path);
-    if (!file) {
-        faults.push_back(path + ": cannot be read");
-    }
-    std::string line;
-    for (int number = 1; std::getline(file, line); ++number) {
-        const std::optional<std::string> name = includedName(line);
-        if (!name) {
-            continue;
-        }
-        std::string fault = faultOf(*name, layer, table, qtModules);
-        if (fault.empty() && isStray(line, *name, table)) {
-            fault = *name + " is not written from the project's root";
+void checkFile(const std::string& path, const Layer& layer, const LayerTable& table, const IncludesOfFiles& files,
+               std::vector<std::string>& faults) {
+    for (const Include& include : files.at(path)) {
+        std::string fault = faultOf(include, layer, table);
+        // Headers of the same layer answer for what they bring along.
+        if (const Layer* other = table.layerOf(include.path); fault.empty() && other != nullptr && other != &layer) {
+            fault = faultBehind(include.path, layer, files);
         }
         if (!fault.empty()) {
-            faults.push_back(path + ":" + std::to_string(number) + ": ");
+            faults.push_back(path + ":" + std::to_string(include.line) + ": ");
             faults.back() += fault;
         }
     }
@@ -130,6 +176,7 @@ void checkFile(const std::string& path, const Layer& layer, const LayerTable& ta
 
 IncludeReport checkIncludes(const LayerTable& table, const fs::path& root, const fs::path& qtHeaders) {
     IncludeReport report;
+    IncludesOfFiles files;
     const std::vector<fs::path> qtModules = modulesIn(qtHeaders);
     for (auto entry = fs::recursive_directory_iterator(root); entry != fs::recursive_directory_iterator(); ++entry) {
         const std::string path = entry->path().lexically_relative(root).generic_string();
@@ -138,13 +185,19 @@ IncludeReport checkIncludes(const LayerTable& table, const fs::path& root, const
                 entry.disable_recursion_pending();
             }
         } else if (isSource(entry->path())) {
-            if (const Layer* layer = table.layerOf(path)) {
-                ++report.filesRead[layer->name];
-                checkFile(path, *layer, table, root, qtModules, report.faults);
-            } else {
+            if (table.layerOf(path) == nullptr) {
                 report.faults.push_back(path + ": belongs to no layer");
+            } else if (std::optional<std::vector<Include>> includes = includesOf(entry->path(), qtModules)) {
+                files.emplace(path, std::move(*includes));
+            } else {
+                report.faults.push_back(path + ": cannot be read");
             }
         }
+    }
+    for (const auto& [path, includes] : files) {
+        const Layer& layer = *table.layerOf(path);
+        ++report.filesRead[layer.name];
+        checkFile(path, layer, table, files, report.faults);
     }
     return report;
 }

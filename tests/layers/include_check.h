@@ -1,5 +1,6 @@
 /// \file include_check.h
-/// Compares every #include of a source tree with the table of layers.
+/// Compares every #include of a source tree with the table of layers. Qt that a file may not include, it may not reach
+/// through the program's headers either; libraries stay the affair of the file that includes them.
 #pragma once
 
 #include "tests/layers/layer_table.h"

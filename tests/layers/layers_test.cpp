@@ -5,9 +5,11 @@
 #include <gmock/gmock.h>
 
 #include <fstream>
+#include <map>
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace ovrel::test {
 
@@ -15,6 +17,7 @@ namespace {
 
 using testing::AllOf;
 using testing::ElementsAre;
+using testing::ElementsAreArray;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Key;
@@ -32,8 +35,12 @@ public:
     Project() {
         write("base/base.h", "#include <vector>\n");
         write("base/system/base.cpp", "#include \"base/base.h\"\n#include <codec/decode.h>\n#include <unistd.h>\n");
+        write("desk/store.h", "#include <QString>\n#include <codec/decode.h>\n");
+        write("desk/window.h", "#include \"desk/store.h\"\n#include <QPushButton>\n");
         write("middle/middle.h", "  #  include \"base/base.h\"\n#include <QString>\n#include <QtCore/QObject>\n");
-        write("middle/view.cpp", "#include \"middle/middle.h\"\n#include <QPushButton>\n#include \"view.moc\"\n");
+        write("middle/middle.cpp", "#include \"middle/middle.h\"\n#include \"desk/store.h\"\n");
+        write("middle/view.cpp", "#include \"middle/middle.h\"\n#include \"desk/window.h\"\n#include <QPushButton>\n"
+                                 "#include \"view.moc\"\n");
         write("tests/anything.cpp", "#include <codec/decode.h>\n#include \"../nowhere.h\"\n");
         write(".hidden/anything.cpp", "#include \"../nowhere.h\"\n");
         folder_.write("qt/QtCore/QString", "");
@@ -53,13 +60,17 @@ private:
                                   "  files base/system/\n"
                                   "  includes base\n"
                                   "  libraries codec\n"
+                                  "layer desk\n"
+                                  "  files desk/\n"
+                                  "  qt Core Widgets\n"
+                                  "  libraries codec\n"
                                   "layer middle\n"
                                   "  files middle/\n"
-                                  "  includes base\n"
+                                  "  includes base desk\n"
                                   "  qt Core\n"
                                   "layer view\n"
                                   "  files middle/view\n"
-                                  "  includes middle\n"
+                                  "  includes desk middle\n"
                                   "  qt Core Widgets\n"
                                   "unchecked tests/\n");
 };
@@ -81,8 +92,8 @@ TEST(Layers, AreKeptByEveryIncludeOfTheProgram) {
 TEST(IncludeCheck, AcceptsWhatTheTableAllows) {
     const IncludeReport report = Project().check();
     EXPECT_THAT(report.faults, IsEmpty());
-    EXPECT_THAT(report.filesRead,
-                ElementsAre(Pair("base", 1), Pair("base-system", 1), Pair("middle", 1), Pair("view", 1)));
+    EXPECT_THAT(report.filesRead, ElementsAre(Pair("base", 1), Pair("base-system", 1), Pair("desk", 2),
+                                              Pair("middle", 2), Pair("view", 1)));
 }
 
 TEST(IncludeCheck, NamesTheFileAndLineOfWhatTheTableDoesNotAllow) {
@@ -124,6 +135,46 @@ TEST(IncludeCheck, NamesTheFileAndLineOfWhatTheTableDoesNotAllow) {
         project.write(row.file, std::string("#pragma once\n") + row.include + "\n");
         const std::string place = std::filesystem::path(row.file).lexically_normal().native() + ":2: ";
         EXPECT_THAT(project.check().faults, ElementsAre(place + row.fault));
+    }
+}
+
+TEST(IncludeCheck, NamesTheWayToAModuleOfQtThatComesWithAHeader) {
+    struct Row {
+        const char* what;
+        std::map<std::string, std::string> files;
+        std::vector<std::string> faults;
+    };
+    const std::string refused = "middle may not use QPushButton of Qt module Widgets, which comes with ";
+    const Row rows[] = {
+        {"the header itself",
+         {{"middle/a.cpp", "#include \"desk/window.h\"\n"}},
+         {"middle/a.cpp:1: " + refused + "desk/window.h"}},
+        {"a header behind another, by the shortest way",
+         {{"middle/a.cpp", "#include \"desk/a.h\"\n"},
+          {"desk/a.h", "#include \"desk/b.h\"\n#include \"desk/c.h\"\n"},
+          {"desk/b.h", "#include \"desk/c.h\"\n"},
+          {"desk/c.h", "#include \"desk/../desk/window.h\"\n"}},
+         {"middle/a.cpp:1: " + refused + "desk/a.h > desk/c.h > desk/window.h"}},
+        {"headers that include each other",
+         {{"middle/a.cpp", "#include \"desk/a.h\"\n"},
+          {"desk/a.h", "#include \"desk/b.h\"\n"},
+          {"desk/b.h", "#include \"desk/a.h\"\n"}},
+         {}},
+        {"a header of the same layer, which alone is told",
+         {{"middle/a.cpp", "#include \"middle/a.h\"\n"}, {"middle/a.h", "\n#include \"desk/window.h\"\n"}},
+         {"middle/a.h:2: " + refused + "desk/window.h"}},
+        {"a header that is not installed",
+         {{"middle/a.cpp", "#include \"desk/a.h\"\n"}, {"desk/a.h", "#include <QtWidgets/QNew>\n"}},
+         {"middle/a.cpp:1: middle may not use QtWidgets/QNew of Qt module Widgets, which comes with desk/a.h"}},
+        {"a header that is not there", {{"middle/a.cpp", "#include \"desk/gone.h\"\n"}}, {}},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
+        Project project;
+        for (const auto& [file, text] : row.files) {
+            project.write(file, text);
+        }
+        EXPECT_THAT(project.check().faults, ElementsAreArray(row.faults));
     }
 }
 

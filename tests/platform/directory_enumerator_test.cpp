@@ -3,6 +3,7 @@
 #include "tests/support/child_process.h"
 #include "tests/support/private_mounts.h"
 #include "tests/support/refused_calls.h"
+#include "tests/support/skip_outside_ci.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/support/unprivileged.h"
 #include "tests/support/working_folder.h"
@@ -259,7 +260,7 @@ TEST(DirectoryEnumerator, FailsForAFolderBelowThatMayNotBeRead) {
     });
     fs::permissions(folder / "closed", fs::perms::all);
     if (!ran) {
-        GTEST_SKIP() << "the rights of root cannot be given up here";
+        OVREL_SKIP_OUTSIDE_CI("the rights of root cannot be given up here");
     }
 }
 
@@ -278,7 +279,7 @@ TEST(DirectoryEnumerator, EndsTheWalkAtAFailure) {
     });
     fs::permissions(folder / "closed", fs::perms::all);
     if (!ran) {
-        GTEST_SKIP() << "the rights of root cannot be given up here";
+        OVREL_SKIP_OUTSIDE_CI("the rights of root cannot be given up here");
     }
 }
 
@@ -292,7 +293,7 @@ TEST(DirectoryEnumerator, FailsWhenTheDeviceDoes) {
         EXPECT_FALSE(enumerator->next());
     });
     if (!ran) {
-        GTEST_SKIP() << "system calls cannot be refused here";
+        OVREL_SKIP_OUTSIDE_CI("system calls cannot be refused here");
     }
 }
 
@@ -388,7 +389,7 @@ TEST(DirectoryEnumerator, DoesNotEnterAFolderInsideItself) {
                                                                          "sub/sibling/b.jpg", "other", "other/b.jpg"));
     });
     if (!ran) {
-        GTEST_SKIP() << "nothing can be mounted here";
+        OVREL_SKIP_OUTSIDE_CI("nothing can be mounted here");
     }
 }
 
@@ -401,7 +402,7 @@ TEST(DirectoryEnumerator, WalksOtherVolumesBelow) {
         EXPECT_THAT(entriesOf(folder.path(), true), UnorderedElementsAre("volume", "volume/sub", "volume/sub/a.jpg"));
     });
     if (!ran) {
-        GTEST_SKIP() << "nothing can be mounted here";
+        OVREL_SKIP_OUTSIDE_CI("nothing can be mounted here");
     }
 }
 

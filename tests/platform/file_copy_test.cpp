@@ -4,6 +4,7 @@
 #include "platform/linux/file_descriptor.h"
 #include "tests/support/private_mounts.h"
 #include "tests/support/refused_calls.h"
+#include "tests/support/skip_outside_ci.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/support/unprivileged.h"
 
@@ -112,7 +113,7 @@ TEST(FileCopy, CopiesAReadOnlySource) {
     ASSERT_EQ(::chmod(from.c_str(), 0444), 0);
     const bool ran = runUnprivileged([&] { copyRegularFile(from, folder / "to"); });
     if (!ran) {
-        GTEST_SKIP() << "the rights of root cannot be given up here";
+        OVREL_SKIP_OUTSIDE_CI("the rights of root cannot be given up here");
     }
     EXPECT_EQ(contentOf(folder / "to"), pattern(70000));
     EXPECT_EQ(factsOf(folder / "to").st_mode & 07777U, 0444U);
@@ -179,7 +180,7 @@ TEST(FileCopy, WorksWhateverTheVolumeLacks) {
         const bool ran = runWithRefusedCalls({{SYS_ioctl, error}, {SYS_copy_file_range, error}},
                                              [&] { copyRegularFile(from, folder / "to"); });
         if (!ran) {
-            GTEST_SKIP() << "system calls cannot be refused here";
+            OVREL_SKIP_OUTSIDE_CI("system calls cannot be refused here");
         }
         EXPECT_EQ(contentOf(folder / "to"), pattern(300001));
     }
@@ -190,7 +191,7 @@ TEST(FileCopy, WorksOnAVolumeWithoutSharedBlocks) {
     const fs::path from = folder.write("from", pattern(300001));
     const bool ran = runWithRefusedCalls(noSharing, [&] { copyRegularFile(from, folder / "to"); });
     if (!ran) {
-        GTEST_SKIP() << "system calls cannot be refused here";
+        OVREL_SKIP_OUTSIDE_CI("system calls cannot be refused here");
     }
     EXPECT_EQ(contentOf(folder / "to"), pattern(300001));
 }
@@ -201,7 +202,7 @@ TEST(FileCopy, WorksOnAVolumeWithoutPermissionsAndTimes) {
     const bool ran = runWithRefusedCalls({{SYS_fchmod, EPERM}, {SYS_utimensat, EPERM}},
                                          [&] { copyRegularFile(from, folder / "to"); });
     if (!ran) {
-        GTEST_SKIP() << "system calls cannot be refused here";
+        OVREL_SKIP_OUTSIDE_CI("system calls cannot be refused here");
     }
     EXPECT_EQ(contentOf(folder / "to"), pattern(1000));
 }
@@ -209,7 +210,7 @@ TEST(FileCopy, WorksOnAVolumeWithoutPermissionsAndTimes) {
 TEST(FileCopy, CopiesFromAPseudoFileSystemThatTellsNoSize) {
     const fs::path from = "/proc/version";
     if (!fs::is_regular_file(from)) {
-        GTEST_SKIP() << "no /proc";
+        OVREL_SKIP_OUTSIDE_CI("no /proc");
     }
     const TemporaryFolder folder;
     copyRegularFile(from, folder / "to");
@@ -227,7 +228,7 @@ TEST(FileCopy, CopiesFromOneVolumeToAnother) {
         EXPECT_EQ(contentOf(folder / "volume/to"), pattern(300001));
     });
     if (!ran) {
-        GTEST_SKIP() << "nothing can be mounted here";
+        OVREL_SKIP_OUTSIDE_CI("nothing can be mounted here");
     }
 }
 
@@ -297,7 +298,7 @@ TEST(FileCopy, CreatesNothingWhenTheSourceCannotBeRead) {
         EXPECT_EQ(failureOf(closed, folder / "to"), std::pair(FileError::readNoPermission, closed));
     });
     if (!ran) {
-        GTEST_SKIP() << "the rights of root cannot be given up here";
+        OVREL_SKIP_OUTSIDE_CI("the rights of root cannot be given up here");
     }
     EXPECT_THAT(folder.listing(), ElementsAre("closed"));
 }
@@ -315,7 +316,7 @@ TEST(FileCopy, NamesTheReasonWhenTheCopyCannotBeWritten) {
     });
     fs::permissions(folder / "closed", fs::perms(0755));
     if (!ran) {
-        GTEST_SKIP() << "the rights of root cannot be given up here";
+        OVREL_SKIP_OUTSIDE_CI("the rights of root cannot be given up here");
     }
 }
 
@@ -329,7 +330,7 @@ TEST(FileCopy, FailsOnAFullVolume) {
         EXPECT_EQ(failureOf(from, to), std::pair(FileError::writeOutOfSpace, to));
     });
     if (!ran) {
-        GTEST_SKIP() << "nothing can be mounted here";
+        OVREL_SKIP_OUTSIDE_CI("nothing can be mounted here");
     }
 }
 
@@ -342,7 +343,7 @@ TEST(FileCopy, FailsWhenTheQuotaIsUsedUp) {
             EXPECT_EQ(failure, std::pair(FileError::writeOutOfSpace, folder / "to"));
         });
     if (!ran) {
-        GTEST_SKIP() << "system calls cannot be refused here";
+        OVREL_SKIP_OUTSIDE_CI("system calls cannot be refused here");
     }
 }
 
@@ -353,7 +354,7 @@ TEST(FileCopy, FailsWhenTheSourceBreaksOff) {
         EXPECT_EQ(failureOf(from, folder / "to"), std::pair(FileError::readUnknown, from));
     });
     if (!ran) {
-        GTEST_SKIP() << "system calls cannot be refused here";
+        OVREL_SKIP_OUTSIDE_CI("system calls cannot be refused here");
     }
 }
 
@@ -364,7 +365,7 @@ TEST(FileCopy, FailsWhenTheVolumeReportsItsFailureAtTheEnd) {
         EXPECT_EQ(failureOf(from, folder / "to"), std::pair(FileError::writeOutOfSpace, folder / "to"));
     });
     if (!ran) {
-        GTEST_SKIP() << "system calls cannot be refused here";
+        OVREL_SKIP_OUTSIDE_CI("system calls cannot be refused here");
     }
 }
 
@@ -379,7 +380,7 @@ TEST(FileCopy, FailsOnAReadOnlyVolume) {
         EXPECT_EQ(failureOf(from, to), std::pair(FileError::writeVolumeReadOnly, to));
     });
     if (!ran) {
-        GTEST_SKIP() << "nothing can be mounted here";
+        OVREL_SKIP_OUTSIDE_CI("nothing can be mounted here");
     }
 }
 

@@ -3,6 +3,7 @@
 #include "platform/file_error.h"
 #include "tests/support/private_mounts.h"
 #include "tests/support/refused_calls.h"
+#include "tests/support/skip_outside_ci.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/support/unprivileged.h"
 
@@ -119,7 +120,7 @@ TEST(FileMove, WorksOnAVolumeThatOnlyHasSecondNames) {
             EXPECT_EQ(codeOfMove(folder / "from", folder / "to"), 0);
         });
         if (!ran) {
-            GTEST_SKIP() << "system calls cannot be refused here";
+            OVREL_SKIP_OUTSIDE_CI("system calls cannot be refused here");
         }
         EXPECT_THAT(folder.listing(), ElementsAre("taken", "to"));
         EXPECT_EQ(contentOf(folder / "to"), "ours");
@@ -139,7 +140,7 @@ TEST(FileMove, WorksOnAVolumeThatOnlyHasOrdinaryRenames) {
             EXPECT_EQ(codeOfMove(folder / "from", folder / "to"), 0);
         });
         if (!ran) {
-            GTEST_SKIP() << "system calls cannot be refused here";
+            OVREL_SKIP_OUTSIDE_CI("system calls cannot be refused here");
         }
         EXPECT_THAT(folder.listing(), ElementsAre("taken", "to"));
         EXPECT_EQ(contentOf(folder / "to"), "ours");
@@ -165,7 +166,7 @@ TEST(FileMove, NamesTheReasonOfALaterWay) {
     const bool ran = runWithRefusedCalls(
         noFlags, [&] { EXPECT_EQ(codeOfMove(folder / "from", folder / "missing" / "to"), FileError::noSuchFile); });
     if (!ran) {
-        GTEST_SKIP() << "system calls cannot be refused here";
+        OVREL_SKIP_OUTSIDE_CI("system calls cannot be refused here");
     }
 }
 
@@ -180,7 +181,7 @@ TEST(FileMove, LeavesNoPlaceholderWhenItsLastWayFails) {
     const bool ran = runWithRefusedCalls(
         calls, [&] { EXPECT_EQ(codeOfMove(folder / "from", folder / "to"), FileError::writeUnknown); });
     if (!ran) {
-        GTEST_SKIP() << "system calls cannot be refused here";
+        OVREL_SKIP_OUTSIDE_CI("system calls cannot be refused here");
     }
     EXPECT_THAT(folder.listing(), ElementsAre("from"));
 }
@@ -193,7 +194,7 @@ TEST(FileMove, IsRefusedInAFolderThatMayNotBeChanged) {
         runUnprivileged([&] { EXPECT_EQ(codeOfMove(folder / "from", folder / "to"), FileError::writeNoPermission); });
     fs::permissions(folder.path(), fs::perms(0755));
     if (!ran) {
-        GTEST_SKIP() << "the rights of root cannot be given up here";
+        OVREL_SKIP_OUTSIDE_CI("the rights of root cannot be given up here");
     }
     EXPECT_THAT(folder.listing(), ElementsAre("from"));
 }
@@ -207,7 +208,7 @@ TEST(FileMove, FailsOnAReadOnlyVolume) {
         EXPECT_EQ(codeOfMove(folder / "from", folder / "to"), FileError::writeVolumeReadOnly);
     });
     if (!ran) {
-        GTEST_SKIP() << "nothing can be mounted here";
+        OVREL_SKIP_OUTSIDE_CI("nothing can be mounted here");
     }
 }
 
@@ -220,7 +221,7 @@ TEST(FileMove, FailsFromOneVolumeToAnother) {
         EXPECT_EQ(codeOfMove(folder / "from", folder / "volume" / "to"), FileError::writeUnknown);
     });
     if (!ran) {
-        GTEST_SKIP() << "nothing can be mounted here";
+        OVREL_SKIP_OUTSIDE_CI("nothing can be mounted here");
     }
     EXPECT_EQ(contentOf(folder / "from"), "content");
 }

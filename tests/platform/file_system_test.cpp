@@ -2,6 +2,7 @@
 
 #include "tests/support/private_mounts.h"
 #include "tests/support/refused_calls.h"
+#include "tests/support/skip_outside_ci.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/support/unprivileged.h"
 
@@ -88,7 +89,7 @@ TEST(FileSystem, SaysWhyItCannotTellWhatAPathNames) {
     });
     fs::permissions(folder / "closed", fs::perms(0755));
     if (!ran) {
-        GTEST_SKIP() << "the rights of root cannot be given up here";
+        OVREL_SKIP_OUTSIDE_CI("the rights of root cannot be given up here");
     }
 }
 
@@ -130,7 +131,7 @@ TEST(FileSystem, SaysWhyItCannotCreateAFolder) {
     });
     fs::permissions(folder / "closed", fs::perms(0755));
     if (!ran) {
-        GTEST_SKIP() << "the rights of root cannot be given up here";
+        OVREL_SKIP_OUTSIDE_CI("the rights of root cannot be given up here");
     }
     EXPECT_EQ(contentOf(folder / "file"), "content");
 }
@@ -145,7 +146,7 @@ TEST(FileSystem, CannotCreateAFolderOnAReadOnlyOrFullVolume) {
         EXPECT_EQ(codeOf([&] { files().createDirectories(folder / "1"); }), 0) << "it exists";
     });
     if (!ran) {
-        GTEST_SKIP() << "nothing can be mounted here";
+        OVREL_SKIP_OUTSIDE_CI("nothing can be mounted here");
     }
 }
 
@@ -206,7 +207,7 @@ TEST(FileSystem, FlushesAReadOnlyFile) {
     fs::permissions(file, fs::perms(0444));
     const bool ran = runUnprivileged([&] { EXPECT_EQ(codeOf([&] { files().flush(file); }), 0); });
     if (!ran) {
-        GTEST_SKIP() << "the rights of root cannot be given up here";
+        OVREL_SKIP_OUTSIDE_CI("the rights of root cannot be given up here");
     }
 }
 
@@ -222,7 +223,7 @@ TEST(FileSystem, TakesAVolumeThatCannotFlushAsFlushed) {
         const fs::path file = folder.write("file", "content");
         int found = -1;
         if (!runWithRefusedCalls({{SYS_fsync, error}}, [&] { found = codeOf([&] { files().flush(file); }); })) {
-            GTEST_SKIP() << "system calls cannot be refused here";
+            OVREL_SKIP_OUTSIDE_CI("system calls cannot be refused here");
         }
         EXPECT_EQ(found, code);
     }

@@ -4,9 +4,9 @@
     serve.py FOLDER CERTIFICATES [--host HOST] [--port PORT] [--proxy-port PORT] [--address ADDRESS]
 
 FOLDER is found at https://HOST/app/. CERTIFICATES is a folder, made when it is missing, that keeps a certificate
-authority for HOST and the server's certificate; it is good for this host and names below it alone. A proxy leads to the server whoever
-asks it for HOST, so that neither port 443 nor the system's table of hosts is needed. README.md says how Ovrel gets
-there.
+authority for HOST and the server's certificate; it is good for this host and names below it alone. A proxy leads to
+the server whoever asks it for HOST, so that neither port 443 nor the system's table of hosts is needed. README.md says
+how Ovrel gets there.
 """
 
 import argparse
