@@ -1,0 +1,35 @@
+/// \file file_identity.h
+/// Which folder stands under a name, so that one put in its place is told from it.
+#pragma once
+
+#include "updates/installation/owned_descriptor.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace ovrel {
+
+/// Device and inode; the same for as long as the folder exists and its volume is mounted.
+struct FileIdentity {
+    std::uint64_t device = 0;
+    std::uint64_t inode = 0;
+
+    friend bool operator==(const FileIdentity&, const FileIdentity&) = default;
+};
+
+/// \param folder an open directory in which `name` is looked up
+/// \return nothing when `name` is no folder; a symbolic link is none
+std::optional<FileIdentity> identityOf(int folder, const std::string& name);
+
+/// \return nothing when the descriptor is none of a folder
+std::optional<FileIdentity> identityOf(int descriptor);
+
+/// Opens a folder without following a symbolic link.
+/// \return none when it does not exist or is no folder
+OwnedDescriptor openFolder(int folder, const std::string& name);
+
+/// Whether `name` is one step of a path: not empty, no slash, no NUL, neither "." nor "..", at most 255 bytes.
+bool isPlainName(const std::string& name);
+
+} // namespace ovrel

@@ -1,0 +1,31 @@
+/// \file installer.h
+/// The installer's work: to wait for the program's end, to exchange the trees, to start the program again and to take
+/// the new version back when it does not start.
+#pragma once
+
+#include "updates/installation/installation_place.h"
+#include "updates/installation/installer_order.h"
+#include "updates/installation/owned_descriptor.h"
+#include "updates/installation/tree_calls.h"
+
+namespace ovrel {
+
+/// What the installer has inherited.
+struct InstallerInheritance {
+    OwnedDescriptor lock;        ///< the lock file with the update's lock
+    OwnedDescriptor words;       ///< the reading end of the pipe
+    OwnedDescriptor program;     ///< a pidfd
+    OwnedDescriptor environment; ///< a file
+    OwnedDescriptor staging;     ///< the update's private folder
+};
+
+/// Does an order to its end and returns. The trees are exchanged by a child process: should it be killed in the middle,
+/// this one ends what it began. Should this one be killed, the child goes on. Prints nothing.
+void runInstaller(TreeCalls& calls, const InstallationPlace& place, const InstallerOrder& order,
+                  InstallerInheritance inherited);
+
+/// The program `ovrel-installer`: takes its order from the command line and its descriptors, goes into the background
+/// and runs it there. \return the exit status of the foreground: 0 when the order was accepted, otherwise 2
+int installerMain(TreeCalls& calls, int argumentCount, char** arguments);
+
+} // namespace ovrel
