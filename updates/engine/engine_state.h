@@ -1,0 +1,49 @@
+/// \file engine_state.h
+/// What the engine remembers between two runs, apart from the user's preferences.
+#pragma once
+
+#include <QDateTime>
+#include <QString>
+
+#include <functional>
+#include <optional>
+
+namespace ovrel {
+
+/// One small file, read anew at each question, since several instances of the program share it. A file that is absent,
+/// damaged, too large or of a later format counts as empty. Each change replaces the file as a whole, readable by the
+/// user alone; a change that cannot be written is lost. One thread at a time.
+class EngineState {
+public:
+    using Clock = std::function<QDateTime()>;
+
+    /// "ovrel/updates.json" in the folder for state (XDG Base Directory Specification 0.8): $XDG_STATE_HOME, or
+    /// ~/.local/state where that names no absolute path.
+    static QString defaultFile();
+
+    /// \param file its folder is made when something is written
+    explicit EngineState(QString file = defaultFile(), Clock clock = &QDateTime::currentDateTimeUtc);
+
+    /// \return in UTC, never later than now; nothing before the first check
+    std::optional<QDateTime> lastCheck() const;
+    /// Up to this version, the user wants to hear of none. \return empty for no version
+    QString skippedVersion() const;
+    /// The newest that was ever installed by an update. \return empty for no version
+    QString highestVersion() const;
+    /// Was installed and did not start. \return empty for no version
+    QString failedVersion() const;
+
+    // Each returns whether it is on the disk.
+    [[nodiscard]] bool recordCheck() const;
+    [[nodiscard]] bool skip(const QString& version) const;
+    [[nodiscard]] bool forgetSkipped() const;
+    /// Older versions than the highest are not recorded.
+    [[nodiscard]] bool recordInstalled(const QString& version) const;
+    [[nodiscard]] bool recordFailed(const QString& version) const;
+
+private:
+    QString file_;
+    Clock clock_;
+};
+
+} // namespace ovrel
