@@ -170,7 +170,7 @@ TEST(UpdateDeferral, HasForgottenAStepWhenItRuns) {
     EXPECT_THAT(fixture.takeCalls(), ElementsAre("second: called"));
 }
 
-TEST(UpdateDeferral, MayBePutOffAgainByADroppedReply) {
+TEST(UpdateDeferral, HasForgottenAStepWhenItsReplyIsDropped) {
     UpdateFixture fixture;
     fixture.manager().setProcessing(true);
     EXPECT_TRUE(fixture.manager().shouldPostponeRelaunchForUpdate(installableItem(),
@@ -248,21 +248,25 @@ TEST(UpdateDeferral, MayBeChosenWhileImagesAreProcessedAgainAndAgain) {
 }
 
 TEST(UpdateDeferral, InstallsNothingWhenTheUserNoLongerWantsToWait) {
-    UpdateFixture fixture;
-    fixture.manager().showUpdateFoundWithAppcastItem(installableItem(), {}, fixture.reply());
-    fixture.manager().setProcessing(true);
-    fixture.press("Install Update");
-    fixture.takeCalls();
-    fixture.press("Later");
-    EXPECT_THAT(fixture.takeCalls(), ElementsAre("reply: dismiss"));
-    fixture.manager().dismissUpdateInstallation(); // the updater's answer
-    fixture.takeCalls();
+    for (const bool updaterIsFaster : {true, false}) {
+        SCOPED_TRACE(updaterIsFaster ? "the updater dismisses first" : "processing ends first");
+        UpdateFixture fixture;
+        fixture.manager().showUpdateFoundWithAppcastItem(installableItem(), {}, fixture.reply());
+        fixture.manager().setProcessing(true);
+        fixture.press("Install Update");
+        fixture.takeCalls();
+        fixture.press("Later");
+        EXPECT_THAT(fixture.takeCalls(), ElementsAre("reply: dismiss"));
+        if (updaterIsFaster) {
+            fixture.manager().dismissUpdateInstallation();
+            EXPECT_THAT(fixture.takeCalls(), ElementsAre("panel: out"));
+        }
 
-    fixture.manager().setProcessing(false);
-    runEvents();
-    EXPECT_THAT(fixture.takeCalls(), IsEmpty());
-    EXPECT_FALSE(fixture.manager().installing());
-    EXPECT_THAT(fixture.manager().actions(), IsEmpty());
+        fixture.manager().setProcessing(false);
+        runEvents();
+        EXPECT_THAT(fixture.takeCalls(), IsEmpty());
+        EXPECT_FALSE(fixture.manager().installing());
+    }
 }
 
 TEST(UpdateDeferral, TakesOtherAnswersToAnOfferWhileImagesAreProcessed) {

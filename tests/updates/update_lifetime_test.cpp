@@ -101,7 +101,8 @@ TEST(UpdateLifetime, HearsOutAnUpdaterThatEnds) {
         manager.dismissUpdateInstallation();
         manager.didFinishUpdateCycleForUpdateCheck(SPUUpdateCheck::updates, someError());
         manager.setProcessing(false);
-        manager.check(true); // asks for settings that nobody waits for
+        fixture.sessionInProgress = true; // but nobody asks an updater that ends
+        manager.check(true);              // asks for settings that nobody waits for
     };
     fixture.destroyManager();
     const Calls calls = fixture.takeCalls();
@@ -169,6 +170,8 @@ TEST(UpdateLifetime, KeepsWhatLoadsTheSettingsUntilTheyHaveCome) {
         {}});
     const QCoro::Task<void> check = manager->check(true);
     manager.reset();
+    EXPECT_FALSE(check.isReady());
+    EXPECT_FALSE(held->isStopped(0));
     held->answer(0, settingsWithFeed());
     EXPECT_TRUE(check.isReady());
 }
