@@ -190,7 +190,9 @@ void runInstaller(TreeCalls& calls, const InstallationPlace& place, const Instal
         return;
     }
     if (!journal) { // the program was asked to come back, whichever version it is
-        static_cast<void>(startInstalled(place, order, environment, {}));
+        if (identityOf(place.parent(), place.name()) == order.install.installed) {
+            static_cast<void>(startInstalled(place, order, environment, {}));
+        }
         return;
     }
     const pid_t started = startInstalled(place, order, environment, {relaunchedArgument + journal->version});
