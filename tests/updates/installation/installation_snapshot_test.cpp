@@ -22,7 +22,7 @@ constexpr const char* application = "org.example.ovrel";
 
 /// A portable installation in the folder of a user, made by that user.
 fs::path makeInstallation(const fs::path& home) {
-    const fs::path tree = home / "apps" / "ovrel";
+    fs::path tree = home / "apps" / "ovrel";
     fs::create_directories(tree / "bin");
     std::ofstream(tree / "bin" / "ovrel") << "program";
     std::ofstream(tree / portableMarkerName) << application << "\nmore\n";

@@ -8,7 +8,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstddef>
-#include <cstdio>
+#include <fstream>
 #include <string>
 
 #include <fcntl.h>
@@ -27,21 +27,16 @@ int processDepth = 0; // 1 is the guardian in the background, 2 the worker that 
 
 struct Interruption {
     int call = 0;
-    std::array<char, 16> who = {};
-    std::array<char, 16> scope = {};
+    std::string who;
+    std::string scope;
     int exchangeError = 0;
 };
 
 Interruption readInterruption() {
-    const OwnedDescriptor file(
-        ::openat(static_cast<int>(InstallerDescriptor::staging), "interrupt", O_RDONLY | O_CLOEXEC));
-    std::array<char, 128> text = {};
+    const int staging = static_cast<int>(InstallerDescriptor::staging);
+    std::ifstream file("/proc/self/fd/" + std::to_string(staging) + "/interrupt");
     Interruption interruption;
-    if (file && ::read(file.get(), text.data(), text.size() - 1) > 0) {
-        static_cast<void>(std::sscanf(text.data(), "%d %15s %15s %d", &interruption.call,
-                                      interruption.who.data(), // NOLINT
-                                      interruption.scope.data(), &interruption.exchangeError));
-    }
+    file >> interruption.call >> interruption.who >> interruption.scope >> interruption.exchangeError;
     return interruption;
 }
 
@@ -80,11 +75,11 @@ public:
 private:
     void step() {
         ++count_;
-        const bool isMine = processDepth == (std::string(interruption_.who.data()) == "worker" ? 2 : 1);
+        const bool isMine = processDepth == (interruption_.who == "worker" ? 2 : 1);
         if (isMine && count_ == interruption_.call) {
             static_cast<void>(
                 ::openat(static_cast<int>(InstallerDescriptor::parent), "killed", O_WRONLY | O_CREAT, 0600));
-            static_cast<void>(::kill(std::string(interruption_.scope.data()) == "all" ? 0 : ::getpid(), SIGKILL));
+            static_cast<void>(::kill(interruption_.scope == "all" ? 0 : ::getpid(), SIGKILL));
         }
     }
 

@@ -21,8 +21,7 @@ StartReport startAt(const TestTrees& trees, const fs::path& tree) {
     const FileIdentity running = identityOf(place.parent(), tree.filename().native()).value();
     InstanceLock instance(place);
     TreeCalls calls;
-    const StartReport report = recoverAtStart(calls, trees.place(), running, instance);
-    return report;
+    return recoverAtStart(calls, trees.place(), running, instance);
 }
 
 void installUpdate(const TestTrees& trees) {
@@ -99,7 +98,7 @@ TEST(Recovery, LetsOthersStartAgainAfterItsLook) {
     InstanceLock instance(place);
     TestCalls calls;
     calls.failures[{"create", 0}] = ENOSPC;
-    EXPECT_THROW(recoverAtStart(calls, place, trees.order().installed, instance), std::system_error);
+    EXPECT_THROW(recoverAtStart(calls, place, FileIdentity(), instance), std::system_error);
     LockFile other(place);
     EXPECT_TRUE(other.tryShared(LockFile::Part::instances));
 }
