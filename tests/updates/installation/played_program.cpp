@@ -149,7 +149,7 @@ int main(int argumentCount, char** arguments) {
         return 4;
     }
     if (behaviour == "crash later") {
-        std::raise(SIGSEGV);
+        std::raise(SIGABRT);
     }
     if (behaviour == "bad status") {
         return 5;
