@@ -222,7 +222,9 @@ int installerMain(TreeCalls& calls, int argumentCount, char** arguments) {
     if (background != 0) {
         return background < 0 ? refused : 0;
     }
-    static_cast<void>(::chdir("/")); // whichever folder the program was started in may be removed
+    if (::chdir("/") != 0) { // whichever folder the program was started in may be removed
+        return refused;
+    }
     try {
         runInstaller(calls, InstallationPlace(std::move(parent), order->name), *order, std::move(inherited));
     } catch (const std::exception&) {

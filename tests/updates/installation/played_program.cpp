@@ -101,7 +101,9 @@ int play(const std::vector<std::string>& words, const InstallationPlace& place) 
                       (story == "relaunch, then cancel" && installer->relaunch() && installer->cancel()) ||
                       (story == "relaunch twice" && installer->relaunch() && installer->relaunch()) ||
                       story == "silent";
-    static_cast<void>(::write(STDOUT_FILENO, said ? "+" : "-", 1));
+    if (::write(STDOUT_FILENO, said ? "+" : "-", 1) != 1) {
+        return 6;
+    }
     if (story == "silent") {
         installer.reset();
     }
