@@ -34,7 +34,7 @@ void takePlace(TreeCalls& calls, const InstallationPlace& place, const FileIdent
 
 /// What an update installs.
 struct InstallOrder {
-    std::string version;         ///< of the new tree, 1 … 64 bytes
+    std::string version;         ///< of the new tree, 1 … 64 bytes without a slash
     std::string staging;         ///< name of the update's private folder beside the installation
     std::string top;             ///< name of the new tree in its folder `tree`
     FileIdentity installed = {}; ///< the installation's folder when the update was verified

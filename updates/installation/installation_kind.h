@@ -33,7 +33,7 @@ struct FileFacts {
 
 /// All that the kind depends on.
 struct InstallationSnapshot {
-    std::string packager;                           ///< compiled in; empty when this build may update itself
+    std::string packager = {};                      ///< compiled in; empty when this build may update itself
     std::optional<std::string> packagerMarker = {}; ///< first line of the packager's file, if there is one
     bool inFlatpak = false;
     bool inSnap = false;

@@ -190,7 +190,9 @@ void runInstaller(TreeCalls& calls, const InstallationPlace& place, const Instal
         return;
     }
     if (!journal) { // the program was asked to come back, whichever version it is
-        static_cast<void>(startInstalled(place, order, environment, {}));
+        if (identityOf(place.parent(), place.name()) == order.install.installed) {
+            static_cast<void>(startInstalled(place, order, environment, {}));
+        }
         return;
     }
     const pid_t started = startInstalled(place, order, environment, {relaunchedArgument + journal->version});
@@ -220,7 +222,9 @@ int installerMain(TreeCalls& calls, int argumentCount, char** arguments) {
     if (background != 0) {
         return background < 0 ? refused : 0;
     }
-    static_cast<void>(::chdir("/")); // whichever folder the program was started in may be removed
+    if (::chdir("/") != 0) { // whichever folder the program was started in may be removed
+        return refused;
+    }
     try {
         runInstaller(calls, InstallationPlace(std::move(parent), order->name), *order, std::move(inherited));
     } catch (const std::exception&) {

@@ -21,7 +21,7 @@ bool readNumber(const std::string& text, Number& number) {
 
 bool isSound(const InstallerOrder& order) {
     return isPlainName(order.name) && isPlainName(order.install.staging) && isPlainName(order.install.top) &&
-           !order.install.version.empty() && order.install.version.size() <= limitVersionBytes &&
+           isPlainName(order.install.version) && order.install.version.size() <= limitVersionBytes &&
            isPlainPath(order.program) && order.watchMilliseconds <= limitWatchMilliseconds;
 }
 

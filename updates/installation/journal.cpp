@@ -104,7 +104,7 @@ std::optional<unsigned> smallNumber(const std::string& text) {
 }
 
 bool isSound(const Journal& journal) {
-    return isToken(journal.token) && !journal.version.empty() && journal.version.size() <= limitVersionBytes &&
+    return isToken(journal.token) && isPlainName(journal.version) && journal.version.size() <= limitVersionBytes &&
            isPlainName(journal.staging) && isPlainName(journal.top) && journal.startCount <= limitStarts;
 }
 

@@ -24,7 +24,7 @@ enum class JournalState {
 struct Journal {
     JournalState state = JournalState::exchanging;
     std::string token;       ///< what the mark of the new tree says, 32 hexadecimal digits
-    std::string version;     ///< of the new tree, 1 … 64 bytes
+    std::string version;     ///< of the new tree, 1 … 64 bytes without a slash
     std::string staging;     ///< name of the update's private folder beside the installation
     std::string top;         ///< name of the new tree in the folder `tree` of the private folder
     unsigned startCount = 0; ///< how often the new tree was started without a healthy start, 0 … 99

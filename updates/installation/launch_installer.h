@@ -17,7 +17,7 @@ struct InstallerLaunch {
         installerProgram; ///< path of the installer within the installation, for example "libexec/ovrel-installer"
     std::string staging;  ///< name of the update's private folder beside the installation; holds `tree`
     std::string top;      ///< name of the verified tree in the folder `tree`
-    std::string version;  ///< of the new tree, 1 … 64 bytes
+    std::string version;  ///< of the new tree, 1 … 64 bytes without a slash
     std::string program;  ///< path of the program in the installation and in the new tree
     std::vector<std::string> environment; ///< for the next start, as currentEnvironment() gave it; at most 1 MiB
     unsigned watchMilliseconds = 10000;   ///< how long the new version is watched, 0 … 600000

@@ -1,0 +1,261 @@
+// Real programs and the installer as it is shipped.
+
+#include "tests/updates/installation/played_installation.h"
+#include "tests/updates/installation/test_trees.h"
+#include "updates/installation/clean_environment.h"
+#include "updates/installation/instance_lock.h"
+#include "updates/installation/launch_installer.h"
+#include "updates/installation/recovery.h"
+
+#include <atomic>
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+#include <system_error>
+#include <thread>
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <sys/wait.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace ovrel;
+using namespace ovrel::test;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::UnorderedElementsAre;
+
+TEST(Installer, InstallsAfterTheProgramsEndAndStartsItOnce) {
+    PlayedInstallation played(OVREL_INSTALLER);
+    played.playToTheEnd("relaunch");
+    EXPECT_EQ(PlayedInstallation::versionAt(played.tree()), "2.4");
+    EXPECT_THAT(played.startedVersions(), ElementsAre("2.3", "2.4"));
+    EXPECT_THAT(namesIn(played.parent()), ElementsAre("ovrel")); // neither the previous tree, a journal nor staging
+    EXPECT_FALSE(fs::exists(played.tree() / ".update-mark"));
+}
+
+TEST(Installer, StartsTheProgramAsADesktopWould) {
+    PlayedInstallation played(OVREL_INSTALLER);
+    played.playToTheEnd("relaunch");
+    const std::vector<PlayedStart> starts = played.starts();
+    ASSERT_EQ(starts.size(), 2U);
+    const PlayedStart& start = starts.back();
+    EXPECT_EQ(start.one("name"), (played.tree() / "bin" / "ovrel").native());
+    EXPECT_THAT(start.all("argument"), ElementsAre("--relaunched-after-update=2.4"));
+    EXPECT_EQ(start.one("folder"), played.home().native());
+    EXPECT_EQ(start.one("session"), "own");
+    EXPECT_THAT(start.all("blocked"), IsEmpty());
+    EXPECT_THAT(start.all("ignored"), IsEmpty());
+    EXPECT_THAT(start.all("descriptor"), ElementsAre("0 /dev/null", "1 /dev/null", "2 /dev/null"));
+    EXPECT_THAT(start.all("environment"),
+                ElementsAre("HOME=" + played.home().native(),
+                            "OVREL_TEST_RECORD=" + (played.home() / "record").native(), "DISPLAY=:7",
+                            "WAYLAND_DISPLAY=wayland-7", "LANG=ru_RU.UTF-8", "XDG_RUNTIME_DIR=/run/user/7",
+                            "DBUS_SESSION_BUS_ADDRESS=unix:path=/run/user/7/bus"));
+}
+
+TEST(Installer, InstallsWithoutAWordAndStartsNothing) {
+    PlayedInstallation played(OVREL_INSTALLER);
+    played.playToTheEnd("silent");
+    EXPECT_EQ(PlayedInstallation::versionAt(played.tree()), "2.4");
+    EXPECT_EQ(PlayedInstallation::versionAt(played.previous()), "2.3");
+    EXPECT_THAT(played.startedVersions(), ElementsAre("2.3"));
+    EXPECT_THAT(namesIn(played.parent()), ElementsAre(".ovrel-journal", ".ovrel-previous", "ovrel"));
+
+    played.playToTheEnd();
+    EXPECT_THAT(played.startedVersions(), ElementsAre("2.3", "2.4"));
+    EXPECT_THAT(namesIn(played.parent()), ElementsAre("ovrel"));
+}
+
+TEST(Installer, GivesTheUpdateUpAtAWord) {
+    for (const char* story : {"cancel", "relaunch, then cancel"}) {
+        PlayedInstallation played(OVREL_INSTALLER);
+        played.playToTheEnd(story);
+        EXPECT_EQ(PlayedInstallation::versionAt(played.tree()), "2.3");
+        EXPECT_THAT(played.startedVersions(), ElementsAre("2.3"));
+        EXPECT_THAT(namesIn(played.parent()), ElementsAre("ovrel"));
+    }
+}
+
+TEST(Installer, WaitsForAProgramThatDoesNotQuit) {
+    PlayedInstallation played(OVREL_INSTALLER);
+    PlayedProcess program = played.start("relaunch twice");
+    ASSERT_TRUE(program.hasSpoken());
+    EXPECT_EQ(PlayedInstallation::versionAt(played.tree()), "2.3");
+    EXPECT_FALSE(lockForNewUpdate(played.place())); // the update is the installer's
+    program.quit();
+    waitForAllProcesses();
+    EXPECT_EQ(PlayedInstallation::versionAt(played.tree()), "2.4");
+    EXPECT_THAT(played.startedVersions(), ElementsAre("2.3", "2.4"));
+}
+
+TEST(Installer, WaitsForTheOtherProgramsOfTheInstallation) {
+    PlayedInstallation played(OVREL_INSTALLER);
+    {
+        const InstanceLock other(played.place());
+        PlayedProcess program = played.start("relaunch");
+        ASSERT_TRUE(program.hasSpoken());
+        program.quit();
+        ASSERT_EQ(::waitpid(program.process, nullptr, 0), program.process);
+        EXPECT_EQ(PlayedInstallation::versionAt(played.tree()), "2.3");
+        EXPECT_FALSE(UpdateLock::tryAcquire(played.place()));
+    }
+    waitForAllProcesses();
+    EXPECT_EQ(PlayedInstallation::versionAt(played.tree()), "2.4");
+    EXPECT_THAT(played.startedVersions(), ElementsAre("2.3", "2.4"));
+}
+
+TEST(Installer, BringsTheOldVersionBackWhenTheNewOneDoesNotStart) {
+    for (const char* behaviour : {"crash at once", "crash later", "bad status"}) {
+        SCOPED_TRACE(behaviour);
+        PlayedInstallation played(OVREL_INSTALLER, behaviour);
+        played.playToTheEnd("relaunch");
+        EXPECT_EQ(PlayedInstallation::versionAt(played.tree()), "2.3");
+        EXPECT_THAT(played.startedVersions(), ElementsAre("2.3", "2.4", "2.3"));
+        const PlayedStart last = played.starts().back();
+        EXPECT_THAT(last.all("failed"), ElementsAre("2.4"));
+        EXPECT_THAT(last.all("argument"), IsEmpty());
+        EXPECT_THAT(last.all("restart"), IsEmpty());
+        EXPECT_EQ(last.one("folder"), played.home().native());
+        EXPECT_THAT(last.all("descriptor"), ElementsAre("0 /dev/null", "1 /dev/null", "2 /dev/null"));
+        EXPECT_THAT(namesIn(played.parent()), ElementsAre("ovrel"));
+    }
+}
+
+TEST(Installer, LeavesAProgramThatEndsWellInPlace) {
+    PlayedInstallation played(OVREL_INSTALLER, "never confirm");
+    played.playToTheEnd("relaunch");
+    EXPECT_EQ(PlayedInstallation::versionAt(played.tree()), "2.4");
+    EXPECT_EQ(PlayedInstallation::versionAt(played.previous()), "2.3");
+}
+
+TEST(Installer, LeavesItToTheNextStartsWhenItDoesNotWatch) {
+    PlayedInstallation played(OVREL_INSTALLER, "crash later");
+    played.playToTheEnd("silent");
+    played.playToTheEnd();
+    played.playToTheEnd();
+    EXPECT_EQ(PlayedInstallation::versionAt(played.tree()), "2.4");
+    played.playToTheEnd(); // begins as 2.4 and goes on as 2.3
+    EXPECT_EQ(PlayedInstallation::versionAt(played.tree()), "2.3");
+    EXPECT_THAT(played.startedVersions(), ElementsAre("2.3", "2.4", "2.4", "2.4", "2.3"));
+    EXPECT_THAT(played.starts().back().all("failed"), ElementsAre("2.4"));
+    EXPECT_THAT(namesIn(played.parent()), ElementsAre("ovrel"));
+}
+
+TEST(Installer, RefusesAFolderThatTookTheInstallationsPlace) {
+    for (const bool asLink : {false, true}) {
+        PlayedInstallation played(OVREL_INSTALLER);
+        PlayedProcess program = played.start("relaunch");
+        ASSERT_TRUE(program.hasSpoken());
+        fs::rename(played.tree(), played.parent() / "elsewhere");
+        if (asLink) {
+            fs::create_directory_symlink("elsewhere", played.tree());
+        } else {
+            fs::copy(played.parent() / "elsewhere", played.tree(), fs::copy_options::recursive);
+        }
+        program.quit();
+        waitForAllProcesses();
+        EXPECT_EQ(PlayedInstallation::versionAt(played.parent() / "elsewhere"), "2.3");
+        EXPECT_EQ(fs::is_symlink(played.tree()), asLink);
+        EXPECT_EQ(contentOf(played.tree() / "version"), "2.3");
+        EXPECT_THAT(played.startedVersions(), ElementsAre("2.3"));
+        EXPECT_THAT(namesIn(played.parent()), UnorderedElementsAre("elsewhere", "ovrel"));
+    }
+}
+
+TEST(Installer, RefusesATreeThatTookTheVerifiedOnesPlaceAndStartsTheOldOne) {
+    PlayedInstallation played(OVREL_INSTALLER);
+    PlayedProcess program = played.start("relaunch");
+    ASSERT_TRUE(program.hasSpoken());
+    const fs::path staged = played.stagingFolder() / "tree" / "ovrel";
+    fs::rename(staged, played.parent() / "verified");
+    fs::copy(played.parent() / "verified", staged, fs::copy_options::recursive);
+    program.quit();
+    waitForAllProcesses();
+    EXPECT_EQ(PlayedInstallation::versionAt(played.tree()), "2.3");
+    EXPECT_THAT(played.startedVersions(), ElementsAre("2.3", "2.3"));
+    EXPECT_THAT(played.starts().back().all("argument"), IsEmpty());
+    EXPECT_THAT(namesIn(played.parent()), ElementsAre("ovrel", "verified"));
+}
+
+TEST(Installer, NeverLeavesThePathWithoutAProgram) {
+    PlayedInstallation played(OVREL_INSTALLER);
+    PlayedProcess program = played.start("relaunch");
+    ASSERT_TRUE(program.hasSpoken());
+    const std::string path = (played.tree() / "bin" / "ovrel").native();
+    std::atomic<bool> done = false;
+    std::atomic<long> looks = 0;
+    std::atomic<long> misses = 0;
+    std::thread poller([&] {
+        while (!done) {
+            misses += ::access(path.c_str(), X_OK) == 0 ? 0 : 1;
+            ++looks;
+        }
+    });
+    program.quit();
+    waitForAllProcesses();
+    done = true;
+    poller.join();
+    EXPECT_EQ(PlayedInstallation::versionAt(played.tree()), "2.4");
+    EXPECT_GT(looks, 0);
+    EXPECT_EQ(misses, 0);
+}
+
+int errorOfLaunch(const InstallationPlace& place, const InstallerLaunch& launch) {
+    const std::optional<UpdateLock> lock = UpdateLock::tryAcquire(place);
+    try {
+        launchInstaller(place, *lock, launch);
+    } catch (const std::system_error& error) {
+        return error.code().value();
+    }
+    return 0;
+}
+
+InstallerLaunch someLaunch() {
+    return {.installerProgram = "libexec/ovrel-installer",
+            .staging = PlayedInstallation::staging,
+            .top = "ovrel",
+            .version = "2.4",
+            .program = "bin/ovrel",
+            .environment = {}};
+}
+
+TEST(LaunchInstaller, SaysWhatIsWrong) {
+    const PlayedInstallation played(OVREL_INSTALLER);
+    InstallerLaunch launch = someLaunch();
+    launch.environment = {std::string(environmentLimitBytes, 'x')};
+    EXPECT_EQ(errorOfLaunch(played.place(), launch), E2BIG);
+    launch = someLaunch();
+    launch.program = "../bin/ovrel";
+    EXPECT_EQ(errorOfLaunch(played.place(), launch), EINVAL);
+    launch = someLaunch();
+    launch.installerProgram = "/bin/sh";
+    EXPECT_EQ(errorOfLaunch(played.place(), launch), EINVAL);
+    launch = someLaunch();
+    launch.installerProgram = "libexec/missing";
+    EXPECT_EQ(errorOfLaunch(played.place(), launch), ENOENT);
+    launch = someLaunch();
+    launch.installerProgram = "version";
+    EXPECT_EQ(errorOfLaunch(played.place(), launch), ENOEXEC);
+    launch = someLaunch();
+    launch.top = "missing";
+    EXPECT_EQ(errorOfLaunch(played.place(), launch), ENOENT);
+    EXPECT_TRUE(UpdateLock::tryAcquire(played.place()));
+}
+
+TEST(LaunchInstaller, TellsWhenNobodyWaitsAnyMore) {
+    const PlayedInstallation played(OVREL_INSTALLER);
+    std::optional<UpdateLock> lock = UpdateLock::tryAcquire(played.place());
+    WaitingInstaller installer = launchInstaller(played.place(), *lock, someLaunch());
+    EXPECT_TRUE(installer.isWaiting());
+    EXPECT_TRUE(installer.cancel());
+    waitForAllProcesses();
+    EXPECT_FALSE(installer.isWaiting());
+    EXPECT_FALSE(installer.relaunch());
+    EXPECT_FALSE(fs::exists(played.stagingFolder()));
+    EXPECT_EQ(PlayedInstallation::versionAt(played.tree()), "2.3");
+}
+
+} // namespace

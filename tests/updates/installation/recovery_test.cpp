@@ -1,0 +1,211 @@
+#include "updates/installation/recovery.h"
+
+#include "tests/updates/installation/test_trees.h"
+
+#include <filesystem>
+#include <fstream>
+#include <system_error>
+
+#include <gmock/gmock.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace ovrel;
+using namespace ovrel::test;
+using testing::ElementsAre;
+using testing::SizeIs;
+
+StartReport startAt(const TestTrees& trees, const fs::path& tree) {
+    const InstallationPlace place(tree);
+    const FileIdentity running = identityOf(place.parent(), tree.filename().native()).value();
+    InstanceLock instance(place);
+    TreeCalls calls;
+    return recoverAtStart(calls, trees.place(), running, instance);
+}
+
+void installUpdate(const TestTrees& trees) {
+    TreeCalls calls;
+    install(calls, trees.place(), trees.order());
+}
+
+TEST(Recovery, HasNothingToDoWithoutAnUpdate) {
+    const TestTrees trees;
+    const StartReport report = startAt(trees, trees.tree());
+    EXPECT_FALSE(report.restart);
+    EXPECT_FALSE(report.failedVersion);
+    EXPECT_FALSE(report.awaitsConfirmation);
+    TreeCalls calls;
+    EXPECT_TRUE(confirmHealthyStart(calls, trees.place()).empty());
+    EXPECT_THAT(trees.names(), ElementsAre(TestTrees::staging, "ovrel"));
+    EXPECT_EQ(versionAt(trees.tree()), "2.3");
+}
+
+TEST(Recovery, RemovesThePreviousTreeOnlyWhenTheStartWasHealthy) {
+    const TestTrees trees;
+    installUpdate(trees);
+    EXPECT_TRUE(startAt(trees, trees.tree()).awaitsConfirmation);
+    EXPECT_EQ(versionAt(trees.previous()), "2.3");
+    TreeCalls calls;
+    EXPECT_TRUE(confirmHealthyStart(calls, trees.place()).empty());
+    EXPECT_THAT(trees.names(), ElementsAre("ovrel"));
+    EXPECT_EQ(versionAt(trees.tree()), "2.4");
+    EXPECT_FALSE(startAt(trees, trees.tree()).awaitsConfirmation);
+}
+
+TEST(Recovery, TakesAVersionBackThatDidNotStartTwice) {
+    const TestTrees trees;
+    installUpdate(trees);
+    EXPECT_TRUE(startAt(trees, trees.tree()).awaitsConfirmation);
+    EXPECT_TRUE(startAt(trees, trees.tree()).awaitsConfirmation);
+    const StartReport third = startAt(trees, trees.tree());
+    EXPECT_TRUE(third.restart);
+    EXPECT_FALSE(third.awaitsConfirmation);
+    EXPECT_EQ(third.failedVersion, "2.4");
+    EXPECT_EQ(versionAt(trees.tree()), "2.3");
+
+    // The old version hears of it until it says that it has remembered.
+    EXPECT_EQ(startAt(trees, trees.tree()).failedVersion, "2.4");
+    EXPECT_EQ(startAt(trees, trees.tree()).failedVersion, "2.4");
+    TreeCalls calls;
+    EXPECT_TRUE(confirmHealthyStart(calls, trees.place()).empty());
+    EXPECT_EQ(startAt(trees, trees.tree()).failedVersion, "2.4");
+    EXPECT_FALSE(lockForNewUpdate(trees.place()));
+    forgetFailedVersion(calls, trees.place(), "2.5"); // another one
+    EXPECT_EQ(startAt(trees, trees.tree()).failedVersion, "2.4");
+    forgetFailedVersion(calls, trees.place(), "2.4");
+    EXPECT_FALSE(startAt(trees, trees.tree()).failedVersion);
+    EXPECT_THAT(trees.names(), ElementsAre("ovrel"));
+    EXPECT_TRUE(lockForNewUpdate(trees.place()));
+}
+
+TEST(Recovery, CountsNoStartBesideAProgramThatRuns) {
+    const TestTrees trees;
+    installUpdate(trees);
+    const InstanceLock other(trees.place());
+    for (int start = 0; start < 5; ++start) {
+        const StartReport report = startAt(trees, trees.tree());
+        EXPECT_TRUE(report.awaitsConfirmation);
+        EXPECT_FALSE(report.restart);
+    }
+    EXPECT_EQ(readJournal(trees.place())->startCount, 0U);
+}
+
+TEST(Recovery, LetsOthersStartAgainAfterItsLook) {
+    const TestTrees trees;
+    installUpdate(trees);
+    const InstallationPlace place = trees.place();
+    InstanceLock instance(place);
+    TestCalls calls;
+    calls.failures[{"create", 0}] = ENOSPC;
+    EXPECT_THROW(recoverAtStart(calls, place, FileIdentity(), instance), std::system_error);
+    LockFile other(place);
+    EXPECT_TRUE(other.tryShared(LockFile::Part::instances));
+}
+
+TEST(Recovery, StaysWithAVersionThatHasNothingToGoBackTo) {
+    const TestTrees trees;
+    installUpdate(trees);
+    fs::remove_all(trees.previous());
+    for (int start = 0; start < 5; ++start) {
+        const StartReport report = startAt(trees, trees.tree());
+        EXPECT_TRUE(report.awaitsConfirmation);
+        EXPECT_FALSE(report.restart);
+        EXPECT_EQ(versionAt(trees.tree()), "2.4");
+    }
+}
+
+TEST(Recovery, ChangesNothingWhileAnUpdateIsAtWork) {
+    const TestTrees trees;
+    installUpdate(trees);
+    const auto lock = UpdateLock::tryAcquire(trees.place());
+    ASSERT_TRUE(lock);
+    const StartReport report = startAt(trees, trees.tree());
+    EXPECT_FALSE(report.restart);
+    EXPECT_FALSE(report.awaitsConfirmation);
+    EXPECT_EQ(readJournal(trees.place())->startCount, 0U);
+}
+
+TEST(Recovery, SendsAProgramOfThePreviousTreeToTheNewOne) {
+    const TestTrees trees;
+    installUpdate(trees);
+    EXPECT_TRUE(startAt(trees, trees.previous()).restart);
+}
+
+TEST(Recovery, PutsThePreviousTreeBackIntoAnEmptyPlace) {
+    for (const bool withJournal : {false, true}) {
+        const TestTrees trees;
+        installUpdate(trees);
+        fs::remove_all(trees.tree());
+        if (!withJournal) {
+            std::ofstream(trees.path() / ".ovrel-journal") << "nonsense";
+        }
+        EXPECT_FALSE(startAt(trees, trees.previous()).restart);
+        EXPECT_EQ(versionAt(trees.tree()), "2.3");
+        TreeCalls calls;
+        confirmHealthyStart(calls, trees.place());
+        EXPECT_EQ(versionAt(trees.tree()), "2.3");
+    }
+}
+
+TEST(Recovery, ConfirmsNothingForATreeThatIsNotInPlace) {
+    const TestTrees trees;
+    installUpdate(trees);
+    fs::remove_all(trees.tree());
+    TreeCalls calls;
+    confirmHealthyStart(calls, trees.place());
+    EXPECT_EQ(versionAt(trees.previous()), "2.3");
+}
+
+TEST(Recovery, RemovesNoFolderThatIsNotAnUpdates) {
+    const TestTrees trees;
+    TreeCalls calls;
+    makeTree(trees.path() / "letters", "mine");
+    writeJournal(calls, trees.place(),
+                 {.state = JournalState::exchanging,
+                  .token = std::string(32, 'a'),
+                  .version = "2.4",
+                  .staging = "letters",
+                  .top = "x"});
+    startAt(trees, trees.tree());
+    EXPECT_EQ(versionAt(trees.path() / "letters"), "mine");
+    EXPECT_FALSE(readJournal(trees.place()));
+}
+
+TEST(Recovery, KeepsTheUsersFilesAndSaysWhere) {
+    const TestTrees trees;
+    std::ofstream(trees.tree() / "lib" / "mine.txt") << "mine";
+    installUpdate(trees);
+    TreeCalls calls;
+    const KeptFiles kept = confirmHealthyStart(calls, trees.place());
+    EXPECT_EQ(kept.folder, "ovrel-kept");
+    EXPECT_THAT(kept.files, ElementsAre("lib/mine.txt"));
+    EXPECT_EQ(contentOf(trees.path() / "ovrel-kept" / "lib" / "mine.txt"), "mine");
+    EXPECT_THAT(trees.names(), ElementsAre("ovrel", "ovrel-kept"));
+}
+
+TEST(Recovery, KeepsTheUsersFilesOfAVersionThatWasTakenBack) {
+    const TestTrees trees;
+    installUpdate(trees);
+    std::ofstream(trees.tree() / "mine.txt") << "mine";
+    startAt(trees, trees.tree());
+    startAt(trees, trees.tree());
+    startAt(trees, trees.tree());
+    const StartReport report = startAt(trees, trees.tree());
+    ASSERT_THAT(report.kept, SizeIs(1));
+    EXPECT_THAT(report.kept.front().files, ElementsAre("mine.txt"));
+    EXPECT_EQ(contentOf(trees.path() / "ovrel-kept" / "mine.txt"), "mine");
+    EXPECT_EQ(versionAt(trees.tree()), "2.3");
+}
+
+TEST(Recovery, LetsTheNextUpdateInOnlyWhenTheLastHasEnded) {
+    const TestTrees trees;
+    EXPECT_TRUE(lockForNewUpdate(trees.place()));
+    installUpdate(trees);
+    EXPECT_FALSE(lockForNewUpdate(trees.place()));
+    TreeCalls calls;
+    confirmHealthyStart(calls, trees.place());
+    EXPECT_TRUE(lockForNewUpdate(trees.place()));
+}
+
+} // namespace
