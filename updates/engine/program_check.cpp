@@ -1,0 +1,88 @@
+#include "updates/engine/program_check.h"
+
+#include "updates/engine/directory_walk.h"
+#include "updates/engine/installation_error.h"
+
+#include <QSysInfo>
+#include <QtEndian>
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <optional>
+
+#include <elf.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+namespace ovrel {
+
+namespace {
+
+struct Architecture {
+    QLatin1StringView name;
+    unsigned char elfClass;
+    quint16 machine;
+};
+
+/// All of them keep the lowest byte first.
+constexpr std::array<Architecture, 4> architectures{{
+    {QLatin1StringView("x86_64"), ELFCLASS64, EM_X86_64},
+    {QLatin1StringView("aarch64"), ELFCLASS64, EM_AARCH64},
+    {QLatin1StringView("riscv64"), ELFCLASS64, EM_RISCV},
+    {QLatin1StringView("i386"), ELFCLASS32, EM_386},
+}};
+
+/// The fields that both classes have at the same places (System V gABI, chapter 4, "ELF Header").
+using Header = std::array<unsigned char, EI_NIDENT + 8>;
+constexpr std::size_t typeAt = offsetof(Elf64_Ehdr, e_type);
+constexpr std::size_t machineAt = offsetof(Elf64_Ehdr, e_machine);
+constexpr std::size_t versionAt = offsetof(Elf64_Ehdr, e_version);
+static_assert(typeAt == offsetof(Elf32_Ehdr, e_type) && machineAt == offsetof(Elf32_Ehdr, e_machine) &&
+              versionAt == offsetof(Elf32_Ehdr, e_version));
+
+std::optional<Header> programHeader(int topFolder) {
+    const FileDescriptor folder = openDirectoryIn(topFolder, programFolder);
+    if (!folder) {
+        return std::nullopt;
+    }
+    const FileDescriptor file(
+        ::openat(folder.get(), programName, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    struct stat facts {};
+    Header header{};
+    if (!file || ::fstat(file.get(), &facts) != 0 || !S_ISREG(facts.st_mode) || (facts.st_mode & S_IXUSR) == 0 ||
+        uninterrupted([&] { return ::pread(file.get(), header.data(), header.size(), 0); }) !=
+            static_cast<ssize_t>(header.size())) {
+        return std::nullopt;
+    }
+    return header;
+}
+
+bool isProgramFor(const Header& header, QStringView name) {
+    const auto* const found = std::find_if(architectures.begin(), architectures.end(),
+                                           [&](const Architecture& one) { return name == one.name; });
+    const auto type = qFromLittleEndian<quint16>(header.data() + typeAt);
+    return found != architectures.end() && std::equal(ELFMAG, ELFMAG + SELFMAG, header.begin()) &&
+           header[EI_CLASS] == found->elfClass && header[EI_DATA] == ELFDATA2LSB && header[EI_VERSION] == EV_CURRENT &&
+           (type == ET_EXEC || type == ET_DYN) &&
+           qFromLittleEndian<quint16>(header.data() + machineAt) == found->machine &&
+           qFromLittleEndian<quint32>(header.data() + versionAt) == EV_CURRENT;
+}
+
+} // namespace
+
+QString ownArchitecture() {
+    const QString name = QSysInfo::buildCpuArchitecture();
+    return name == QLatin1StringView("arm64") ? QStringLiteral("aarch64") : name;
+}
+
+void checkProgram(int topFolder, QStringView architecture) {
+    const std::optional<Header> header = programHeader(topFolder);
+    if (!header || !isProgramFor(*header, architecture)) {
+        throw installationError(UpdateError(SUError::validation,
+                                            QStringLiteral("В обновлении нет программы для этого компьютера."),
+                                            QStringLiteral("The update holds no program for this computer.")));
+    }
+}
+
+} // namespace ovrel
