@@ -9,6 +9,7 @@
 #include "tests/support/jpeg_writer.h"
 #include "tests/support/png_writer.h"
 #include "tests/support/webp_writer.h"
+#include "tests/updates/engine/tar_writer.h"
 
 #include <cstdio>
 #include <exception>
@@ -34,7 +35,7 @@ public:
 
     void add(const std::string& target, const std::string& name, const std::string& bytes) const {
         write(folder_ / target, name, bytes);
-        if (target != "exif" && target != "settings") {
+        if (target != "archive" && target != "exif" && target != "manifest" && target != "settings") {
             write(folder_ / "image", target + "-" + name, bytes);
         }
     }
@@ -218,6 +219,29 @@ void addSettings(const Seeds& seeds) {
                   "ru_banner_enabled = false\nru_image = RU.AVIF\nru_url = https://example.com/\nru_alt =\n");
 }
 
+void addArchives(const Seeds& seeds) {
+    for (const auto& [name, format] :
+         {std::pair("pax", TarFormat::pax), std::pair("gnu", TarFormat::gnu), std::pair("ustar", TarFormat::ustar)}) {
+        TarOptions options;
+        options.format = format;
+        options.filter = TarFilter::none;
+        seeds.add("archive", name, writeTar({tarFolder("o"), tarFile("o/file"), tarLink("o/link", "file")}, options));
+        std::vector<TarEntry> odd{
+            tarFolder("o"), tarFile("o/" + std::string(format == TarFormat::ustar ? 80 : 120, 'n')), tarFile("o/Й")};
+        odd.push_back(tarLink("o/up", "../../x"));
+        odd.push_back({"o/hard", TarKind::hardLink, "o/file"});
+        odd.push_back({"o/fifo", TarKind::fifo, ""});
+        options.withAttributes = true;
+        seeds.add("archive", std::string(name) + "-odd", writeTar(odd, options));
+    }
+}
+
+void addManifests(const Seeds& seeds) {
+    seeds.add("manifest", "plain",
+              R"({"application": "ovrel", "version": "2.4", "system": "linux", "architecture": "x86_64"})");
+    seeds.add("manifest", "odd", R"({"application": 1, "version": "\u0000", "system": [], "architecture": null})");
+}
+
 } // namespace
 
 } // namespace ovrel::test
@@ -237,6 +261,8 @@ int main(int count, char** arguments) {
         addAvifs(seeds);
         addHeifs(seeds);
         addSettings(seeds);
+        addArchives(seeds);
+        addManifests(seeds);
         seeds.add("exif", "little", exifBlock(6));
         seeds.add("exif", "big", exifBlock(3, TiffByteOrder::big));
     } catch (const std::exception& error) {

@@ -85,6 +85,10 @@ ArchiveReader::ArchiveReader(std::span<const std::byte> bytes, Compression compr
         ::archive_read_open_memory2(archive_.get(), bytes.data(), bytes.size(), blockBytes) != ARCHIVE_OK) {
         fail();
     }
+    // Bytes that no filter recognises are read as they are.
+    if (compression == Compression::xz && ::archive_filter_code(archive_.get(), 0) != ARCHIVE_FILTER_XZ) {
+        fail();
+    }
 }
 
 std::optional<ArchiveEntry> ArchiveReader::next() {

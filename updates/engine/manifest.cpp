@@ -28,7 +28,7 @@ bool isPlain(const QString& text) {
 
 QString textOf(const QJsonObject& object, QLatin1StringView key) {
     const QJsonValue value = object.value(key);
-    const QString text = value.toString();
+    QString text = value.toString();
     if (!value.isString() || text.isEmpty() || text.size() > Manifest::limitCharacters || !isPlain(text)) {
         throw damaged();
     }
@@ -84,7 +84,7 @@ void checkManifest(const Manifest& manifest, const ManifestExpectation& expectat
         refuse(SUError::validation, QStringLiteral("Это обновление для другой системы или другого процессора."),
                QStringLiteral("This update is for another system or another processor."));
     }
-    const auto isNoNewerThan = [&](const QString& version) { return compare(manifest.version, version) <= 0; };
+    const auto isNoNewerThan = [&](const QString& version) { return !std::is_gt(compare(manifest.version, version)); };
     if (isNoNewerThan(expectation.installedVersion) ||
         (expectation.highestVersion && isNoNewerThan(*expectation.highestVersion))) {
         refuse(SUError::downgrade, QStringLiteral("Это обновление не новее того, что уже было установлено."),

@@ -12,24 +12,24 @@ namespace {
 
 using Audience = PublicKey::Audience;
 
-constexpr const char* publicTestKey = "A6EHv/POEL4dcN0Y50vAmWfk1jCbpQ1fHdyGZBJVMbg=";
-constexpr const char* anotherKey = "rhHib+w769W2/6/t+oM1ZxgjBB93BfBKMLO0Qo1etQs=";
+constexpr QStringView publicTestKey = u"A6EHv/POEL4dcN0Y50vAmWfk1jCbpQ1fHdyGZBJVMbg=";
+constexpr QStringView anotherKey = u"rhHib+w769W2/6/t+oM1ZxgjBB93BfBKMLO0Qo1etQs=";
 
 TEST(PublicKey, IsThirtyTwoBytesInBase64) {
-    const PublicKey key = PublicKey::fromBase64(QLatin1StringView(anotherKey), Audience::users);
+    const PublicKey key = PublicKey::fromBase64(anotherKey, Audience::users);
     EXPECT_EQ(key.bytes().front(), 0xae);
     EXPECT_EQ(key.bytes().back(), 0x0b);
 }
 
 TEST(PublicKey, MayHaveWhiteSpaceAround) {
-    EXPECT_EQ(PublicKey::fromBase64(u" \n" + QLatin1StringView(anotherKey) + u"\t\r\n", Audience::users).bytes(),
-              PublicKey::fromBase64(QLatin1StringView(anotherKey), Audience::users).bytes());
+    EXPECT_EQ(PublicKey::fromBase64(QStringLiteral(" \n%1\t\r\n").arg(anotherKey), Audience::users).bytes(),
+              PublicKey::fromBase64(anotherKey, Audience::users).bytes());
 }
 
 TEST(PublicKey, OfTheTestsIsForDevelopersAlone) {
-    EXPECT_EQ(testKeyText(), QLatin1StringView(publicTestKey));
-    EXPECT_EQ(failureOf([] { PublicKey::fromBase64(QLatin1StringView(publicTestKey), Audience::developers); }), "");
-    EXPECT_EQ(failureOf([] { PublicKey::fromBase64(QLatin1StringView(publicTestKey), Audience::users); }), "1");
+    EXPECT_EQ(testKeyText(), publicTestKey);
+    EXPECT_EQ(failureOf([] { PublicKey::fromBase64(publicTestKey, Audience::developers); }), "");
+    EXPECT_EQ(failureOf([] { PublicKey::fromBase64(publicTestKey, Audience::users); }), "1");
 }
 
 TEST(PublicKey, IsAbsentFromABuildThatWasGivenNone) {

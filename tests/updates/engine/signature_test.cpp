@@ -28,7 +28,7 @@ constexpr const char* goodOwn =
 constexpr const char* refused = "4005 over 3001";
 
 PublicKey keyOf(const char* text) {
-    return PublicKey::fromBase64(QLatin1StringView(text), PublicKey::Audience::developers);
+    return PublicKey::fromBase64(QString::fromLatin1(text), PublicKey::Audience::developers);
 }
 
 std::string resultOf(std::string_view bytes, const std::optional<QString>& signature, const PublicKey& key) {

@@ -158,6 +158,8 @@ std::string writeTar(const std::vector<TarEntry>& entries, const TarOptions& opt
     std::string bytes;
     const std::unique_ptr<archive, FreeWriter> handle(::archive_write_new());
     choose(handle.get(), options);
+    // Nothing behind the compressed bytes, as a publisher's tools write it.
+    require(handle.get(), ::archive_write_set_bytes_in_last_block(handle.get(), 1));
     require(handle.get(), ::archive_write_open(handle.get(), &bytes, nullptr, append, nullptr));
     for (const TarEntry& entry : entries) {
         write(handle.get(), entry, options);
