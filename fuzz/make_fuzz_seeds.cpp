@@ -34,7 +34,7 @@ public:
 
     void add(const std::string& target, const std::string& name, const std::string& bytes) const {
         write(folder_ / target, name, bytes);
-        if (target != "exif" && target != "settings") {
+        if (target != "exif" && target != "settings" && target != "appcast") {
             write(folder_ / "image", target + "-" + name, bytes);
         }
     }
@@ -218,6 +218,35 @@ void addSettings(const Seeds& seeds) {
                   "ru_banner_enabled = false\nru_image = RU.AVIF\nru_url = https://example.com/\nru_alt =\n");
 }
 
+/// Most of a feed's rules in two files.
+void addAppcasts(const Seeds& seeds) {
+    const std::string root =
+        "<rss version=\"2.0\" xmlns:sparkle=\"http://www.andymatuschak.org/xml-namespaces/sparkle\"><channel>";
+    const std::string end = "</channel></rss>";
+    seeds.add("appcast", "least",
+              "<rss><channel><item><sparkle:version>2.4</sparkle:version><enclosure url='a'/></item>" + end);
+    seeds.add("appcast", "information",
+              root +
+                  "<item><title>t</title><title xml:lang='ru'>\u0442</title><link>https://example.com/</link>"
+                  "<sparkle:version>2.4b1</sparkle:version><sparkle:informationalUpdate>"
+                  "<sparkle:version>2.3</sparkle:version><sparkle:belowVersion>2.2</sparkle:belowVersion>"
+                  "</sparkle:informationalUpdate><enclosure url='Ovrel_2.5.zip' sparkle:os='macos'/></item>" +
+                  end);
+    seeds.add("appcast", "full",
+              "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n" + root +
+                  "<item><description><![CDATA[<b>\u043D</b>\n---en---\nn]]></description>"
+                  "<sparkle:version>2.5 (7)</sparkle:version>"
+                  "<sparkle:shortVersionString>2.5</sparkle:shortVersionString>"
+                  "<sparkle:minimumSystemVersion>2.31</sparkle:minimumSystemVersion>"
+                  "<sparkle:maximumSystemVersion>3</sparkle:maximumSystemVersion>"
+                  "<sparkle:minimumUpdateVersion>2.0</sparkle:minimumUpdateVersion>"
+                  "<sparkle:minimumAutoupdateVersion>2.0</sparkle:minimumAutoupdateVersion>"
+                  "<sparkle:channel>beta</sparkle:channel><enclosure url=\"https://example.com/a b\" length=\"7\" "
+                  "sparkle:os=\"linux-x86_64\" sparkle:edSignature=\"c2ln\" sparkle:version=\"2.6\" "
+                  "sparkle:installationType=\"application\" sparkle:deltaFrom=\"\"/></item>" +
+                  end);
+}
+
 } // namespace
 
 } // namespace ovrel::test
@@ -237,6 +266,7 @@ int main(int count, char** arguments) {
         addAvifs(seeds);
         addHeifs(seeds);
         addSettings(seeds);
+        addAppcasts(seeds);
         seeds.add("exif", "little", exifBlock(6));
         seeds.add("exif", "big", exifBlock(3, TiffByteOrder::big));
     } catch (const std::exception& error) {
