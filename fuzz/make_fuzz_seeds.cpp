@@ -35,7 +35,8 @@ public:
 
     void add(const std::string& target, const std::string& name, const std::string& bytes) const {
         write(folder_ / target, name, bytes);
-        if (target != "archive" && target != "exif" && target != "manifest" && target != "settings") {
+        if (target != "appcast" && target != "archive" && target != "exif" && target != "manifest" &&
+            target != "settings") {
             write(folder_ / "image", target + "-" + name, bytes);
         }
     }
@@ -242,6 +243,35 @@ void addManifests(const Seeds& seeds) {
     seeds.add("manifest", "odd", R"({"application": 1, "version": "\u0000", "system": [], "architecture": null})");
 }
 
+/// Most of a feed's rules in two files.
+void addAppcasts(const Seeds& seeds) {
+    const std::string root =
+        "<rss version=\"2.0\" xmlns:sparkle=\"http://www.andymatuschak.org/xml-namespaces/sparkle\"><channel>";
+    const std::string end = "</channel></rss>";
+    seeds.add("appcast", "least",
+              "<rss><channel><item><sparkle:version>2.4</sparkle:version><enclosure url='a'/></item>" + end);
+    seeds.add("appcast", "information",
+              root +
+                  "<item><title>t</title><title xml:lang='ru'>\u0442</title><link>https://example.com/</link>"
+                  "<sparkle:version>2.4b1</sparkle:version><sparkle:informationalUpdate>"
+                  "<sparkle:version>2.3</sparkle:version><sparkle:belowVersion>2.2</sparkle:belowVersion>"
+                  "</sparkle:informationalUpdate><enclosure url='Ovrel_2.5.zip' sparkle:os='macos'/></item>" +
+                  end);
+    seeds.add("appcast", "full",
+              "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n" + root +
+                  "<item><description><![CDATA[<b>\u043D</b>\n---en---\nn]]></description>"
+                  "<sparkle:version>2.5 (7)</sparkle:version>"
+                  "<sparkle:shortVersionString>2.5</sparkle:shortVersionString>"
+                  "<sparkle:minimumSystemVersion>2.31</sparkle:minimumSystemVersion>"
+                  "<sparkle:maximumSystemVersion>3</sparkle:maximumSystemVersion>"
+                  "<sparkle:minimumUpdateVersion>2.0</sparkle:minimumUpdateVersion>"
+                  "<sparkle:minimumAutoupdateVersion>2.0</sparkle:minimumAutoupdateVersion>"
+                  "<sparkle:channel>beta</sparkle:channel><enclosure url=\"https://example.com/a b\" length=\"7\" "
+                  "sparkle:os=\"linux-x86_64\" sparkle:edSignature=\"c2ln\" sparkle:version=\"2.6\" "
+                  "sparkle:installationType=\"application\" sparkle:deltaFrom=\"\"/></item>" +
+                  end);
+}
+
 } // namespace
 
 } // namespace ovrel::test
@@ -263,6 +293,7 @@ int main(int count, char** arguments) {
         addSettings(seeds);
         addArchives(seeds);
         addManifests(seeds);
+        addAppcasts(seeds);
         seeds.add("exif", "little", exifBlock(6));
         seeds.add("exif", "big", exifBlock(3, TiffByteOrder::big));
     } catch (const std::exception& error) {

@@ -2,6 +2,10 @@
 
 #include <gmock/gmock.h>
 
+#include <cstdint>
+#include <optional>
+#include <string>
+
 namespace ovrel::test {
 
 namespace {
