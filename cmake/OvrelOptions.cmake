@@ -6,6 +6,11 @@ option(OVREL_BUILD_FUZZERS "Build the fuzz targets (clang only)" OFF)
 option(OVREL_WARNINGS_AS_ERRORS "Stop at the first warning" OFF)
 set(OVREL_SANITIZERS "" CACHE STRING "Sanitizers for every target, for example address,undefined")
 
+set(OVREL_APPLICATION_ID "example.ovrel.Ovrel" CACHE STRING "The name of this program among all programs, a reverse domain name")
+if(NOT OVREL_APPLICATION_ID MATCHES "^[A-Za-z_][A-Za-z0-9_]*([.][A-Za-z_][A-Za-z0-9_]*)+$")
+  message(FATAL_ERROR "OVREL_APPLICATION_ID is \"${OVREL_APPLICATION_ID}\", which is no reverse domain name.")
+endif()
+
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bin")
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)

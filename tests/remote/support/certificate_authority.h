@@ -33,6 +33,7 @@ public:
 
 private:
     QString file(const QString& name) const { return folder_.filePath(name); }
+    QString configuration() const;
     Identity identity(const QString& name) const;
 
     QTemporaryDir folder_;

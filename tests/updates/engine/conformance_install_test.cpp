@@ -1,0 +1,432 @@
+// Which calls the way from an offer to the installation makes, in their order, and what it leaves on the disk.
+
+#include "tests/updates/engine/updater_test.h"
+
+#include <gmock/gmock.h>
+
+#include <QByteArray>
+#include <QFile>
+#include <QThreadPool>
+
+#include <algorithm>
+
+namespace ovrel::test {
+
+namespace {
+
+using testing::ElementsAreArray;
+using Choice = SPUUserUpdateChoice;
+
+const Calls offered = {"D.mayPerformUpdateCheck asked", "U.showUserInitiatedUpdateCheck",
+                       "D.didFinishLoadingAppcast",     "D.shouldProceedWithUpdate 1.1",
+                       "D.didFindValidUpdate 1.1",      "U.showUpdateFound 1.1 notDownloaded asked"};
+const Calls begun = {"D.userDidMakeChoice install", "D.willDownloadUpdate", "U.showDownloadInitiated"};
+const Calls received = {"U.showDownloadDidReceiveExpectedContentLength", "U.showDownloadDidReceiveData",
+                        "D.didDownloadUpdate"};
+const Calls extracting = {"D.willExtractUpdate", "U.showDownloadDidStartExtractingUpdate", "D.didExtractUpdate"};
+const Calls progress = {"U.showExtractionReceivedProgress"};
+const Calls ready = {"U.showReadyToInstallAndRelaunch"};
+const Calls relaunching = {"D.updaterShouldRelaunchApplication", "D.shouldPostponeRelaunchForUpdate"};
+const Calls installing = {"D.willInstallUpdate", "D.updaterWillRelaunchApplication", "U.showInstallingUpdate running"};
+
+Calls end(const std::string& error = "none") {
+    Calls calls = {"U.dismissUpdateInstallation"};
+    if (error != "none") {
+        calls.push_back("D.didAbortWithError " + error);
+    }
+    calls.push_back("D.didFinishUpdateCycle asked " + error);
+    calls.push_back("D.updaterWillNotScheduleUpdateCheck");
+    return calls;
+}
+
+Calls failed(const std::string& error) {
+    return joined({{"U.showUpdaterError " + error}, end(error)});
+}
+
+const Calls prepared = joined({offered, begun, received, extracting, progress, ready});
+
+class UpdaterInstallation : public UpdaterTest {
+protected:
+    UpdaterInstallation() {
+        recorder_.offerAnswer = Choice::install;
+        publishArchive(writeTar(tree("1.1")));
+        start();
+    }
+
+    /// A whole session with this archive, however it ends.
+    void checkArchive(const std::string& archive, const std::string& version = "1.1") {
+        recorder_.calls.clear();
+        recorder_.progress.clear();
+        publishArchive(archive, version);
+        checkAsked();
+    }
+
+    /// As far as an update that is ready.
+    void prepare() {
+        updater_->checkForUpdates();
+        waitFor(ready[0]);
+    }
+};
+
+} // namespace
+
+TEST_F(UpdaterInstallation, GoesFromTheOfferToTheEndOfTheProgram) {
+    recorder_.readyAnswer = Choice::install;
+    updater_->checkForUpdates();
+    turnUntil([this] { return quits_ == 1; });
+    EXPECT_THAT(recorder_.calls, ElementsAreArray(joined({prepared, relaunching, installing})));
+    EXPECT_EQ(recorder_.receivedBytes, recorder_.expectedBytes.front());
+    EXPECT_TRUE(std::is_sorted(recorder_.progress.begin(), recorder_.progress.end()));
+    EXPECT_GE(recorder_.progress.front(), 0.0);
+    EXPECT_EQ(recorder_.progress.back(), 1.0);
+    EXPECT_TRUE(updater_->sessionInProgress()) << "the session lasts as long as the program";
+
+    // The program refuses to end, and is asked again.
+    recorder_.calls.clear();
+    (*recorder_.retry)();
+    turnUntil([this] { return quits_ == 2; });
+    EXPECT_THAT(recorder_.calls, ElementsAreArray(Calls{"D.updaterShouldRelaunchApplication"}));
+    EXPECT_EQ(stagingCount(), 1);
+}
+
+TEST_F(UpdaterInstallation, ThatIsPutOffWaitsAndIsOfferedAgainWithoutTheNetwork) {
+    recorder_.readyAnswer = Choice::dismiss;
+    checkAsked();
+    EXPECT_THAT(recorder_.calls, ElementsAreArray(joined({prepared, end()})));
+    EXPECT_EQ(stagingCount(), 1);
+
+    recorder_.calls.clear();
+    const qsizetype requests = proxy_.requests().size();
+    updater_->checkForUpdates();
+    turnUntil([this] { return quits_ == 1; });
+    EXPECT_THAT(recorder_.calls,
+                ElementsAreArray(joined({{"D.mayPerformUpdateCheck asked", "D.didFindValidUpdate 1.1",
+                                          "U.showUpdateFound 1.1 installing asked", "D.userDidMakeChoice install"},
+                                         relaunching,
+                                         installing})));
+    EXPECT_EQ(proxy_.requests().size(), requests);
+}
+
+TEST_F(UpdaterInstallation, ThatIsPutOffCanStillBeSkipped) {
+    recorder_.readyAnswer = Choice::dismiss;
+    checkAsked();
+    recorder_.offerAnswer = Choice::skip;
+    recorder_.calls.clear();
+    checkInBackground();
+    EXPECT_EQ(recorder_.calls[2], "U.showUpdateFound 1.1 installing background");
+    EXPECT_EQ(environment_.state.skippedVersion(), "1.1");
+    EXPECT_TRUE(becomesUnchanged());
+}
+
+TEST_F(UpdaterInstallation, ThatIsSkippedWhenReadyIsThrownAwayButNotRemembered) {
+    recorder_.readyAnswer = Choice::skip;
+    checkAsked();
+    EXPECT_THAT(recorder_.calls, ElementsAreArray(joined({prepared, end()})));
+    EXPECT_TRUE(becomesUnchanged());
+    EXPECT_EQ(environment_.state.skippedVersion(), "");
+
+    recorder_.calls.clear();
+    checkAsked();
+    EXPECT_THAT(recorder_.calls, ElementsAreArray(joined({prepared, end()})));
+}
+
+TEST_F(UpdaterInstallation, TakesADroppedReplyForADismissal) {
+    prepare();
+    recorder_.ready.reset();
+    waitForEnd();
+    EXPECT_THAT(recorder_.calls, ElementsAreArray(joined({prepared, end()})));
+    EXPECT_EQ(stagingCount(), 1);
+}
+
+TEST_F(UpdaterInstallation, WaitsForAPostponementAndAsksNoMoreForOne) {
+    recorder_.readyAnswer = Choice::install;
+    recorder_.postpones = true;
+    updater_->checkForUpdates();
+    waitFor(relaunching[1]);
+    QCoreApplication::processEvents();
+    EXPECT_THAT(recorder_.calls, ElementsAreArray(joined({prepared, relaunching})));
+    (*recorder_.postponed)();
+    turnUntil([this] { return quits_ == 1; });
+    EXPECT_THAT(recorder_.calls, ElementsAreArray(joined({prepared, relaunching, {relaunching[0]}, installing})));
+}
+
+TEST_F(UpdaterInstallation, EndsWithAPostponementThatIsDropped) {
+    recorder_.readyAnswer = Choice::install;
+    recorder_.postpones = true;
+    updater_->checkForUpdates();
+    waitFor(relaunching[1]);
+    recorder_.postponed.reset();
+    waitForEnd();
+    EXPECT_THAT(recorder_.calls, ElementsAreArray(joined({prepared, relaunching, end()})));
+    EXPECT_EQ(quits_, 0);
+}
+
+TEST_F(UpdaterInstallation, DoesNotEndAProgramThatMayNotBeRelaunched) {
+    recorder_.readyAnswer = Choice::install;
+    recorder_.shouldRelaunch = false;
+    checkAsked();
+    EXPECT_THAT(recorder_.calls, ElementsAreArray(joined({prepared, {relaunching[0]}, end()})));
+    EXPECT_EQ(quits_, 0);
+    EXPECT_EQ(stagingCount(), 1) << "it is installed when the program ends";
+}
+
+TEST_F(UpdaterInstallation, EndsWithTheUpdaterAtAnyStep) {
+    for (const std::string& when :
+         {begun[1], begun[2], received[1], received[2], extracting[1], extracting[2], progress[0], ready[0],
+          relaunching[0], relaunching[1], installing[0], installing[2]}) {
+        SCOPED_TRACE(when);
+        recorder_.during.clear();
+        recorder_.readyAnswer = Choice::install;
+        start();
+        recorder_.during[when] = [this] {
+            QMetaObject::invokeMethod(
+                QCoreApplication::instance(), [this] { updater_.reset(); }, Qt::QueuedConnection);
+        };
+        updater_->checkForUpdates();
+        turnUntil([this] { return !updater_; });
+        const Calls before = recorder_.calls;
+        turnUntil([this] { return proxy_.openConnections() == 0; });
+        EXPECT_EQ(recorder_.calls, before);
+        EXPECT_TRUE(networkThreadsEnd());
+        QThreadPool::globalInstance()->waitForDone();
+        for (const std::filesystem::directory_entry& entry : std::filesystem::directory_iterator(parent())) {
+            if (entry.path().filename().native().starts_with(".ovrel-")) {
+                std::filesystem::remove_all(entry.path()); // what an installer would wait in
+            }
+        }
+    }
+}
+
+TEST_F(UpdaterInstallation, IsCancelledDuringTheDownload) {
+    const std::string archive = writeTar(tree("1.1"));
+    server_.answer("/app/releases/ovrel.tar.xz",
+                   Answer::head(200, "Content-Length: " + QByteArray::number(qsizetype(archive.size())) + "\r\n")
+                       .send(QByteArray::fromStdString(archive.substr(0, archive.size() / 2))));
+    updater_->checkForUpdates();
+    waitFor(received[1]);
+    (*recorder_.cancellation)();
+    (*recorder_.cancellation)();
+    waitForEnd();
+    EXPECT_THAT(
+        recorder_.calls,
+        ElementsAreArray(joined({offered, begun, {received[0], received[1]}, {"D.userDidCancelDownload"}, end()})));
+    EXPECT_TRUE(isUnchanged());
+    turnUntil([this] { return proxy_.openConnections() == 0; });
+}
+
+TEST_F(UpdaterInstallation, CanNoMoreBeCancelledOnceTheArchiveIsComplete) {
+    recorder_.during[received[2]] = [this] { (*recorder_.cancellation)(); };
+    recorder_.readyAnswer = Choice::skip;
+    checkAsked();
+    EXPECT_THAT(recorder_.calls, ElementsAreArray(joined({prepared, end()})));
+}
+
+TEST_F(UpdaterInstallation, FailsWhereTheDownloadDoes) {
+    const std::string archive = writeTar(tree("1.1"));
+    const QByteArray bytes = QByteArray::fromStdString(archive);
+    const QByteArray length = "Content-Length: " + QByteArray::number(bytes.size()) + "\r\n";
+    const struct {
+        const char* what;
+        Answer answer;
+        bool hasData;
+    } rows[] = {
+        {"absent", Answer::of(404), false},
+        {"cut", Answer::head(200, length).send(bytes.first(bytes.size() / 2)).close(), true},
+        {"to a less safe address", Answer::redirect(302, "http://" OVREL_PUBLISHER_HOST "/app/x"), false},
+        {"longer, as announced", Answer::of(200, bytes + "x"), false},
+        {"longer, unannounced", Answer::head(200).send(bytes + "x").close(), true},
+        {"endless", Answer::head(200).flood("x"), true},
+        {"shorter", Answer::of(200, bytes.chopped(1)), true},
+        {"a part", Answer::head(206, "Content-Range: bytes 0-3/4\r\n" + length).send(bytes), false},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        recorder_.calls.clear();
+        recorder_.receivedBytes = 0;
+        server_.answer("/app/releases/ovrel.tar.xz", row.answer);
+        checkAsked();
+        Calls data = {received[0]};
+        if (row.hasData) {
+            data.push_back(received[1]);
+        }
+        EXPECT_THAT(recorder_.calls, ElementsAreArray(joined(
+                                         {offered, begun, data, {"D.failedToDownloadUpdate 2001"}, failed("2001")})));
+        EXPECT_LE(recorder_.receivedBytes, archive.size());
+        EXPECT_TRUE(isUnchanged());
+    }
+}
+
+TEST_F(UpdaterInstallation, FailsWhereTheServerFallsSilent) {
+    environment_.silence = std::chrono::milliseconds(200);
+    start();
+    server_.answer("/app/releases/ovrel.tar.xz", Answer::head(200).send("x"));
+    checkAsked();
+    EXPECT_EQ(recorder_.count("U.showUpdaterError 2001"), 1);
+}
+
+TEST_F(UpdaterInstallation, NeedsTheLengthInTheFeedAlone) {
+    const std::string archive = writeTar(tree("1.1"));
+    server_.answer("/app/releases/ovrel.tar.xz", Answer::head(200).send(QByteArray::fromStdString(archive)).close());
+    recorder_.readyAnswer = Choice::skip;
+    checkAsked();
+    EXPECT_THAT(recorder_.calls, ElementsAreArray(joined({prepared, end()})));
+
+    for (const std::string length : {"", "0", "-1", "x", "99999999999999"}) {
+        recorder_.calls.clear();
+        publishFeed(
+            {{"1.1", "",
+              "<enclosure url=\"" + addressOf("/app/releases/ovrel.tar.xz").toEncoded().toStdString() + "\" length=\"" +
+                  length + "\" sparkle:edSignature=\"" + sign(archive).toStdString() + "\"/>"}});
+        checkAsked();
+        EXPECT_THAT(recorder_.calls,
+                    ElementsAreArray(joined({offered, begun, {"D.failedToDownloadUpdate 2001"}, failed("2001")})))
+            << length;
+    }
+}
+
+TEST_F(UpdaterInstallation, BelievesNothingWithoutThePublishersSignature) {
+    const std::string archive = writeTar(tree("1.1"));
+    const std::string good = sign(archive).toStdString();
+    std::string flipped = archive;
+    flipped[flipped.size() / 2] = static_cast<char>(flipped[flipped.size() / 2] ^ 1);
+    const struct {
+        const char* what;
+        std::string archive;
+        std::string signature;
+    } rows[] = {
+        {"one bit of the archive", flipped, good},
+        {"the signature of another archive", archive, sign("other").toStdString()},
+        {"no signature", archive, ""},
+        {"63 bytes", archive, QByteArray(63, 'x').toBase64().toStdString()},
+        {"another key", archive,
+         "wTcpXCgWoa4NrJpsfzS61FXJIbv963//12U2ef9xstzVOLPHYK2N4/ojgpDV5N1/NGG1uWMBgK+kEWp0Z5zMDQ=="},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        recorder_.calls.clear();
+        publishFeed({{"1.1", "", enclosure("ovrel.tar.xz", row.archive.size(), row.signature)}});
+        server_.answer("/app/releases/ovrel.tar.xz", Answer::of(200, QByteArray::fromStdString(row.archive)));
+        checkAsked();
+        EXPECT_THAT(recorder_.calls,
+                    ElementsAreArray(joined({offered, begun, received, extracting, failed("4005/3001")})));
+        EXPECT_TRUE(isUnchanged());
+    }
+}
+
+TEST_F(UpdaterInstallation, RefusesASignedArchiveThatIsBroken) {
+    const std::string archive = writeTar(tree("1.1"));
+    for (const std::string& broken : {archive.substr(0, archive.size() / 2), std::string("no archive at all"),
+                                      archive.substr(0, 40) + std::string(archive.size() - 40, '\0')}) {
+        checkArchive(broken);
+        EXPECT_EQ(recorder_.count("U.showUpdaterError 3000"), 1);
+        EXPECT_EQ(recorder_.count(ready[0]), 0);
+        EXPECT_TRUE(isUnchanged());
+    }
+}
+
+TEST_F(UpdaterInstallation, RefusesASignedArchiveThatReachesOutside) {
+    folder_.write("sentinel", "untouched");
+    const struct {
+        const char* what;
+        TarEntry entry;
+    } rows[] = {
+        {"dots", tarFile("../sentinel", "changed")},
+        {"dots inside", tarFile("ovrel-1.1/../../sentinel", "changed")},
+        {"an absolute path", tarFile((parent() / "sentinel").native(), "changed")},
+        {"a link out", tarLink("ovrel-1.1/out", "../../..")},
+        {"an absolute link", tarLink("ovrel-1.1/out", parent().native())},
+        {"a second top folder", tarFolder("other")},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        std::vector<TarEntry> entries = tree("1.1");
+        entries.push_back(row.entry);
+        checkArchive(writeTar(entries));
+        EXPECT_EQ(recorder_.count("U.showUpdaterError 3002"), 1);
+        EXPECT_EQ(recorder_.count(ready[0]), 0);
+        EXPECT_TRUE(isUnchanged());
+        QFile sentinel(QString::fromStdString((parent() / "sentinel").native()));
+        ASSERT_TRUE(sentinel.open(QIODevice::ReadOnly));
+        EXPECT_EQ(sentinel.readAll(), "untouched");
+    }
+}
+
+TEST_F(UpdaterInstallation, RefusesASignedArchiveThatIsAnotherOneThanTheFeedSays) {
+    const auto treeWith = [](const TarEntry& manifest) {
+        std::vector<TarEntry> entries = tree("1.1");
+        *std::find_if(entries.begin(), entries.end(),
+                      [](const TarEntry& entry) { return entry.path.ends_with("manifest.json"); }) = manifest;
+        return writeTar(entries);
+    };
+    const auto named = [](TarEntry entry) {
+        entry.path = "ovrel-1.1/manifest.json";
+        return entry;
+    };
+    const struct {
+        const char* what;
+        std::string archive;
+        const char* version; ///< in the feed
+        const char* error;
+    } rows[] = {
+        {"an older one", treeWith(named(manifest("0.9"))), "1.1", "4005/4006"},
+        {"the same one", treeWith(named(manifest("1.0"))), "1.1", "4005/4006"},
+        {"another number", treeWith(named(manifest("1.1"))), "1.2", "4005/3002"},
+        {"another application", treeWith(manifest("1.1", "other")), "1.1", "4005/3002"},
+        {"another system", treeWith(manifest("1.1", "example.ovrel.Ovrel", "macos")), "1.1", "4005/3002"},
+        {"another machine", treeWith(manifest("1.1", "example.ovrel.Ovrel", "linux", "riscv128")), "1.1", "4005/3002"},
+        {"no manifest", treeWith(tarFile("ovrel-1.1/other", "{}")), "1.1", "4005/3002"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        checkArchive(row.archive, row.version);
+        EXPECT_EQ(recorder_.count(std::string("U.showUpdaterError ") + row.error), 1)
+            << testing::PrintToString(recorder_.calls);
+        EXPECT_EQ(recorder_.count(ready[0]), 0);
+        EXPECT_TRUE(isUnchanged());
+    }
+    EXPECT_EQ(environment_.state.highestVersion(), "1.0");
+}
+
+TEST_F(UpdaterInstallation, RefusesWhatIsNoNewerThanAnyVersionThatWasEverInstalled) {
+    ASSERT_TRUE(environment_.state.recordInstalled("1.5"));
+    checkArchive(writeTar(tree("1.1")));
+    EXPECT_EQ(recorder_.count("U.showUpdaterError 4005/4006"), 1);
+    EXPECT_TRUE(isUnchanged());
+}
+
+TEST_F(UpdaterInstallation, RefusesAnArchiveWithoutAProgramForThisComputer) {
+    for (const TarEntry& program :
+         {tarFile("ovrel-1.1/bin/ovrel", "#!/bin/sh\n", 0755), tarFile("ovrel-1.1/bin/other", "", 0755)}) {
+        std::vector<TarEntry> entries = tree("1.1");
+        entries[2] = program;
+        checkArchive(writeTar(entries));
+        EXPECT_EQ(recorder_.count("U.showUpdaterError 4005/3002"), 1);
+        EXPECT_TRUE(isUnchanged());
+    }
+}
+
+TEST_F(UpdaterInstallation, IsLeftToOneUpdaterAtATime) {
+    prepare();
+    Recorder other;
+    other.feed = recorder_.feed;
+    other.offerAnswer = Choice::install;
+    Updater second(environment_, other, other);
+    ASSERT_EQ(second.startUpdater(), std::nullopt);
+    second.checkForUpdates();
+    turnUntil([&] { return !second.sessionInProgress(); });
+    EXPECT_EQ(other.count("U.showUpdaterError 2000"), 1) << testing::PrintToString(other.calls);
+    (*recorder_.ready)(Choice::skip);
+    waitForEnd();
+}
+
+TEST_F(UpdaterInstallation, OffersAVersionThatDidNotStartOnlyWhenAsked) {
+    ASSERT_TRUE(environment_.state.recordFailed("1.1"));
+    recorder_.readyAnswer = Choice::skip;
+    checkInBackground();
+    EXPECT_EQ(recorder_.count("U.showUpdateFound 1.1 notDownloaded background"), 0);
+    recorder_.calls.clear();
+    checkAsked();
+    EXPECT_THAT(recorder_.calls, ElementsAreArray(joined({prepared, end()})));
+}
+
+} // namespace ovrel::test

@@ -1,0 +1,110 @@
+#include "updates/engine/portable_start.h"
+
+#include "updates/engine/staging.h"
+#include "updates/installation/clean_environment.h"
+#include "updates/installation/file_identity.h"
+#include "updates/installation/installation_snapshot.h"
+#include "updates/installation/recovery.h"
+
+#include <QString>
+#include <QtGlobal>
+
+#include <chrono>
+#include <system_error>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace ovrel {
+
+namespace {
+
+PortableStart* ofProgram = nullptr;
+
+FileIdentity identityOfFolder(const std::filesystem::path& folder) {
+    const OwnedDescriptor descriptor(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    const std::optional<FileIdentity> identity = identityOf(descriptor.get());
+    if (!identity) {
+        throw std::system_error(errno, std::generic_category(), "the program's folder");
+    }
+    return *identity;
+}
+
+void reportKept(const KeptFiles& kept) {
+    if (!kept.empty()) {
+        qInfo("Updates: %zu files that no installation had brought are in \"%s\" now.", kept.files.size(),
+              kept.folder.c_str());
+    }
+}
+
+} // namespace
+
+PortableStart::PortableStart(const std::string& application, char** arguments) : environment_(currentEnvironment()) {
+    ofProgram = this;
+    const InstallationSnapshot snapshot = takeInstallationSnapshot(ownSources());
+    installation_ = judgeInstallation(snapshot, application);
+    if (!installation_.mayUpdateItself()) {
+        return;
+    }
+    directory_ = snapshot.tree;
+    try {
+        place_.emplace(directory_);
+        instance_.emplace(*place_);
+        recover(arguments);
+    } catch (const std::system_error& error) {
+        // The program is whole, whatever an update has left half done: it runs.
+        qWarning("Updates: %s", error.what());
+    }
+}
+
+PortableStart::~PortableStart() {
+    ofProgram = nullptr;
+}
+
+PortableStart* PortableStart::ofThisProgram() {
+    return ofProgram;
+}
+
+void PortableStart::recover(char** arguments) {
+    TreeCalls calls;
+    const StartReport report = recoverAtStart(calls, *place_, identityOfFolder(directory_), *instance_);
+    for (const KeptFiles& kept : report.kept) {
+        reportKept(kept);
+    }
+    failedVersion_ = report.failedVersion;
+    if (report.restart) {
+        const std::filesystem::path program =
+            directory_.parent_path() / place_->name() / std::filesystem::relative(ownSources().program, directory_);
+        instance_.reset();
+        ::execv(program.c_str(), arguments);
+        throw std::system_error(errno, std::generic_category(), program.native());
+    }
+    removeStaleStaging(directory_, std::chrono::system_clock::now());
+}
+
+void PortableStart::remember(const EngineState& state) {
+    if (!failedVersion_ || !state.recordFailed(QString::fromStdString(*failedVersion_))) {
+        return; // the journal keeps it for the next start
+    }
+    try {
+        TreeCalls calls;
+        forgetFailedVersion(calls, *place_, *failedVersion_);
+        failedVersion_.reset();
+    } catch (const std::system_error& error) {
+        qWarning("Updates: %s", error.what());
+    }
+}
+
+void PortableStart::confirmHealthy() const {
+    if (!place_) {
+        return;
+    }
+    try {
+        TreeCalls calls;
+        reportKept(confirmHealthyStart(calls, *place_));
+    } catch (const std::system_error& error) {
+        qWarning("Updates: %s", error.what()); // the next start goes on
+    }
+}
+
+} // namespace ovrel

@@ -1,0 +1,118 @@
+#include "updates/engine/preparation.h"
+
+#include "updates/engine/installation_error.h"
+#include "updates/engine/manifest.h"
+#include "updates/engine/program_check.h"
+#include "updates/engine/updater_texts.h"
+#include "updates/engine/version_comparator.h"
+#include "updates/installation/recovery.h"
+
+#include <span>
+#include <system_error>
+#include <utility>
+
+namespace ovrel {
+
+namespace {
+
+/// Where they lie in every version, whatever an archive says.
+constexpr const char* installerProgram = "bin/ovrel-installer";
+constexpr const char* program = "bin/ovrel";
+
+constexpr QLatin1StringView systemName("linux");
+
+UpdateLock lockFor(const InstallationPlace& place) {
+    std::optional<UpdateLock> lock;
+    try {
+        lock = lockForNewUpdate(place);
+    } catch (const std::system_error& error) {
+        qWarning("Updates: %s", error.what());
+        throw stagingError();
+    }
+    if (!lock) {
+        throw otherUpdateError();
+    }
+    return std::move(*lock);
+}
+
+InstallationPlace placeOf(const std::filesystem::path& directory) {
+    try {
+        return InstallationPlace(directory);
+    } catch (const std::system_error& error) {
+        qWarning("Updates: %s", error.what());
+        throw stagingError();
+    }
+}
+
+} // namespace
+
+PendingInstallation::~PendingInstallation() {
+    if (staging_) {
+        staging_->keep();
+    }
+}
+
+void PendingInstallation::cancel() {
+    if (staging_ && installer_.cancel()) {
+        staging_->keep();
+    }
+    staging_.reset();
+}
+
+Preparation::Preparation(const UpdaterEnvironment& environment, AppcastItem item)
+    : environment_(environment)
+    , item_(std::move(item))
+    , place_(placeOf(environment_.directory))
+    , lock_(lockFor(place_))
+    , received_(std::in_place) {}
+
+void Preparation::receive(QByteArrayView part) {
+    received_->append(std::as_bytes(std::span(part.data(), static_cast<std::size_t>(part.size()))));
+}
+
+void Preparation::verify() {
+    SealedArchive archive = std::move(*received_).seal();
+    received_.reset();
+    const std::optional<QString> signature =
+        item_.edSignature.isEmpty() ? std::nullopt : std::optional(item_.edSignature);
+    archive_ = verifySignature(std::move(archive), signature, environment_.publicKey());
+}
+
+void Preparation::unpack(const std::function<void(double)>& progress, const std::stop_token& stop) {
+    staging_ = Staging::create(environment_.directory);
+    tree_ = ovrel::unpack(*archive_, staging_->tree(), progress, stop);
+    archive_.reset();
+}
+
+void Preparation::check() const {
+    ManifestExpectation expectation;
+    expectation.application = environment_.application;
+    expectation.feedVersion = item_.item.versionString;
+    expectation.installedVersion = environment_.version;
+    if (const QString highest = environment_.state.highestVersion(); !highest.isEmpty()) {
+        expectation.highestVersion = highest;
+    }
+    expectation.system = systemName;
+    expectation.architecture = environment_.machine.architecture;
+    checkManifest(readManifest(tree_->directory.get()), expectation, compareVersions);
+    checkProgram(tree_->directory.get(), environment_.machine.architecture);
+}
+
+PendingInstallation Preparation::launch() && {
+    InstallerLaunch launch;
+    launch.installerProgram = installerProgram;
+    launch.staging = staging_->path().filename().native();
+    launch.top = tree_->name;
+    launch.version = item_.item.versionString.toStdString();
+    launch.program = program;
+    launch.environment = environment_.startEnvironment;
+    try {
+        WaitingInstaller installer = launchInstaller(place_, lock_, launch);
+        return {std::move(installer), *std::exchange(staging_, std::nullopt)};
+    } catch (const std::system_error& error) {
+        qWarning("Updates: %s", error.what());
+        throw installationError(installerGoneError());
+    }
+}
+
+} // namespace ovrel

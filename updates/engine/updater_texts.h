@@ -1,0 +1,24 @@
+/// \file updater_texts.h
+/// What the user reads where the updater fails.
+#pragma once
+
+#include "updates/framework/update_error.h"
+
+#include <QString>
+
+namespace ovrel {
+
+UpdateError noFeedError();
+UpdateError insecureFeedError();
+UpdateError feedDownloadError();
+UpdateError archiveDownloadError();
+UpdateError wrongArchiveLengthError();
+
+/// \param owner the package manager, where it is known
+UpdateError managedInstallationError(const QString& owner);
+UpdateError unwritableInstallationError();
+UpdateError stagingError();
+UpdateError otherUpdateError();
+UpdateError installerGoneError();
+
+} // namespace ovrel
