@@ -134,6 +134,15 @@ void UpdaterTest::waitFor(const std::string& call) {
     turnUntil([&] { return recorder_.count(call) > 0; });
 }
 
+bool UpdaterTest::networkEnds() {
+    const QDeadlineTimer end(std::chrono::seconds(10));
+    while (networkThreads() > 0 && !end.hasExpired()) {
+        QCoreApplication::processEvents();
+        QThread::msleep(1);
+    }
+    return networkThreads() == 0;
+}
+
 void UpdaterTest::checkAsked() {
     updater_->checkForUpdates();
     waitForEnd();

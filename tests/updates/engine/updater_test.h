@@ -57,6 +57,8 @@ protected:
     void checkInBackground();
     void waitForEnd();
     void waitFor(const std::string& call);
+    /// Whether every download ends within ten seconds.
+    static bool networkEnds();
 
     /// Whether the installation is as it was, and nothing lies beside it that an update made.
     testing::AssertionResult isUnchanged() const;
