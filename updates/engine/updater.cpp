@@ -121,8 +121,16 @@ QCoro::Task<void> Updater::session(SPUUpdateCheck check) {
     sessionInProgress_ = true;
     canCheck_ = false;
     try {
-        const End end = co_await checked(check);
-        finish(check, end);
+        std::optional<End> end;
+        try {
+            end = co_await checked(check);
+        } catch (const std::exception& error) {
+            qWarning("Updates: %s", error.what());
+        }
+        if (!end) {
+            end = co_await failed(check, unexpectedError());
+        }
+        finish(check, *end);
     } catch (const Gone&) {
         // With the updater everybody is gone who would want to know.
     }

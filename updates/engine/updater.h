@@ -38,7 +38,7 @@ public:
     void setAutomaticallyChecksForUpdates(bool /*automatic*/) override {}
     void setAutomaticallyDownloadsUpdates(bool /*automatic*/) override {}
     void setSendsSystemProfile(bool /*sends*/) override {}
-    void setUserAgentString(const QString& userAgent) override { userAgent_ = userAgent; }
+    void setUserAgentString(const QString& text) override { userAgent_ = text; }
 
 private:
     /// How a session ends.

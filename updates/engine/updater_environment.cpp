@@ -1,8 +1,11 @@
 #include "updates/engine/updater_environment.h"
 
+#include "desktop/preferences.h"
 #include "remote/publisher.h"
 
 #include <QCoreApplication>
+
+#include <memory>
 
 namespace ovrel {
 
@@ -15,6 +18,9 @@ UpdaterEnvironment environmentOf(const PortableStart& start) {
     environment.installation = start.installation();
     environment.directory = start.directory();
     environment.startEnvironment = start.environment();
+    environment.language = [preferences = std::shared_ptr<Preferences>(Preferences::ofUser())] {
+        return savedLanguage(*preferences);
+    };
     environment.quit = [] { QCoreApplication::quit(); };
     return environment;
 }

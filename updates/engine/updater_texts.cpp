@@ -57,6 +57,11 @@ UpdateError otherUpdateError() {
                  u"This copy of Ovrel is already being updated by another window.");
 }
 
+UpdateError unexpectedError() {
+    return error(SUError::installation, u"Обновление прервалось из-за нехватки ресурсов компьютера.",
+                 u"The update was interrupted because the computer ran short of resources.");
+}
+
 UpdateError installerGoneError() {
     return error(SUError::installation, u"Программа установки обновления не запустилась или завершилась.",
                  u"The program that installs the update did not start or has ended.");

@@ -19,6 +19,9 @@ UpdateError managedInstallationError(const QString& owner);
 UpdateError unwritableInstallationError();
 UpdateError stagingError();
 UpdateError otherUpdateError();
+
+/// When memory ran out, for example.
+UpdateError unexpectedError();
 UpdateError installerGoneError();
 
 } // namespace ovrel

@@ -1,0 +1,239 @@
+"""A program finds an update on a publisher's server, installs it, and is started again: real programs from end to end.
+
+    update_test.py PROGRAMS PUBLISHER HOST APPLICATION
+
+PROGRAMS holds the played programs and the installer, PUBLISHER the publisher's tools.
+"""
+
+import functools
+import io
+import json
+import os
+import pathlib
+import platform
+import re
+import subprocess
+import sys
+import tarfile
+import tempfile
+import time
+import unittest
+
+PROGRAMS, PUBLISHER, HOST, APPLICATION = (
+    pathlib.Path(sys.argv[1]), pathlib.Path(sys.argv[2]), sys.argv[3], sys.argv[4])
+# Root's own installations are an administrator's, so that nothing there updates itself.
+NOBODY = 65534 if os.geteuid() == 0 else None
+LIMIT_SECONDS = 20
+
+
+def run(*command):
+    return subprocess.run([sys.executable, "-B", *map(str, command)], check=True, capture_output=True, text=True).stdout
+
+
+@functools.cache
+def program(name):
+    """Without what only a debugger reads, most of the bytes."""
+    with tempfile.TemporaryDirectory() as folder:
+        stripped = pathlib.Path(folder) / name
+        subprocess.run(["strip", "-o", stripped, PROGRAMS / name], check=True)
+        return stripped.read_bytes()
+
+
+def files_of(version, program_name):
+    """An installation's files: name, content, whether it is a program."""
+    facts = {"application": APPLICATION, "version": version, "system": "linux", "architecture": platform.machine()}
+    files = {
+        "bin/ovrel": program(program_name),
+        "bin/ovrel-installer": program("ovrel-installer"),
+        "manifest.json": json.dumps(facts).encode(),
+        "portable-installation": APPLICATION.encode() + b"\n",
+    }
+    names = [*files, "installed-files.txt"]
+    files["installed-files.txt"] = "".join(f"{name}\n" for name in names).encode()
+    return files
+
+
+def add(archive, name, content=None, kind=tarfile.REGTYPE, target=""):
+    entry = tarfile.TarInfo(name)
+    entry.type = tarfile.DIRTYPE if content is None and kind == tarfile.REGTYPE else kind
+    entry.mode = 0o755 if content is None or "/bin/" in name else 0o644
+    entry.linkname = target
+    entry.size = len(content or b"")
+    archive.addfile(entry, io.BytesIO(content or b""))
+
+
+class UpdateTest(unittest.TestCase):
+    def setUp(self):
+        temporary = tempfile.TemporaryDirectory()
+        self.addCleanup(temporary.cleanup)
+        self.folder = pathlib.Path(temporary.name)
+        self.parent = self.folder / "user"
+        self.installation = self.parent / "ovrel"
+        for name, content in files_of("2.3", "played-ovrel-2.3").items():
+            path = self.installation / name
+            path.parent.mkdir(parents=True, exist_ok=True)
+            path.write_bytes(content)
+            path.chmod(0o755 if path.parent.name == "bin" else 0o644)
+        self.folder.chmod(0o755)
+        self.log = self.parent / "log"
+        self.own(self.parent)
+        self.start_publisher()
+
+    def own(self, path):
+        if NOBODY is not None:
+            for each in [path, *path.rglob("*")]:
+                os.chown(each, NOBODY, NOBODY)
+
+    def start_publisher(self):
+        self.site = self.folder / "site"
+        (self.site / "updates").mkdir(parents=True)
+        (self.site / "app_settings.txt").write_text(
+            "enabled = false\nversion = 1\nupdates_enabled = true\n"
+            f"update_feed_url = https://{HOST}/app/updates/appcast.xml\n")
+        server = subprocess.Popen(
+            [sys.executable, "-B", PUBLISHER / "serve.py", self.site, self.folder / "certificates", "--host", HOST,
+             "--port", "0", "--proxy-port", "0"], stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
+        self.addCleanup(server.stdout.close)
+        self.addCleanup(server.wait)
+        self.addCleanup(server.kill)
+        said = "".join(server.stdout.readline() for _ in range(4))
+        self.proxy = re.search(r"Proxy: +(\S+)", said)[1]
+        self.authority = self.folder / "authority.pem"
+        self.authority.write_bytes(pathlib.Path(re.search(r"Trust: +(\S+)", said)[1]).read_bytes())
+        self.authority.chmod(0o644)
+        self.key = self.folder / "key"
+        self.public_key = run(PUBLISHER / "publish.py", "key", self.key).split()[-1]
+
+    def publish(self, files, version="2.4", entries=()):
+        """Puts an archive of these files, and further entries, on the server."""
+        archive = self.site / "updates" / "ovrel.tar.xz"
+        with tarfile.open(archive, "w:xz", preset=0) as tar:
+            top = f"ovrel-{version}"
+            add(tar, top)
+            add(tar, f"{top}/bin")
+            for name, content in files.items():
+                add(tar, f"{top}/{name}", content)
+            for entry in entries:
+                add(tar, **entry)
+        notes = [self.folder / "ru.txt", self.folder / "en.txt"]
+        notes[0].write_text("Новое.")
+        notes[1].write_text("News.")
+        run(PUBLISHER / "publish.py", "add", self.feed, self.key, archive, "--url",
+            f"https://{HOST}/app/updates/ovrel.tar.xz", "--version", version, "--notes-ru", notes[0],
+            "--notes-en", notes[1])
+        return archive
+
+    @property
+    def feed(self):
+        return self.site / "updates" / "appcast.xml"
+
+    def start(self):
+        environment = {**os.environ, "HOME": str(self.parent), "XDG_STATE_HOME": str(self.parent / "state"),
+                       "XDG_CONFIG_HOME": str(self.parent / "config"), "LD_LIBRARY_PATH": "/nowhere",
+                       "https_proxy": self.proxy, "OVREL_PLAYED_LOG": str(self.log),
+                       "OVREL_PLAYED_AUTHORITY": str(self.authority), "OVREL_PLAYED_KEY": self.public_key}
+        subprocess.run([self.installation / "bin" / "ovrel"], env=environment, cwd=self.parent, timeout=LIMIT_SECONDS,
+                       user=NOBODY, group=NOBODY, extra_groups=None if NOBODY is None else [])
+
+    def lines(self):
+        return self.log.read_text().splitlines() if self.log.exists() else []
+
+    def wait_for(self, last):
+        """What was logged, once this line stands there."""
+        end = time.monotonic() + LIMIT_SECONDS
+        while last not in self.lines() and time.monotonic() < end:
+            time.sleep(0.02)
+        return self.lines()
+
+    def version(self):
+        return json.loads((self.installation / "manifest.json").read_text())["version"]
+
+    def wait_until_only(self, *names):
+        """Names beside the installation, once only these are left, or what is there after a while."""
+        end = time.monotonic() + LIMIT_SECONDS
+        expected = sorted(["ovrel", ".ovrel-lock", "log", *names])
+        while True:
+            found = sorted(path.name for path in self.parent.iterdir() if path.name not in ("state", "config"))
+            if found == expected or time.monotonic() > end:
+                self.assertEqual(found, expected)
+                return
+            time.sleep(0.02)
+
+    def test_installs_the_new_version_and_starts_it(self):
+        self.publish(files_of("2.4", "played-ovrel-2.4"))
+        self.start()
+        self.assertEqual(self.wait_for("2.4 confirmed"),
+                         ["2.3 started: ", "2.3 offered: News.", "2.4 started: --relaunched-after-update=2.4",
+                          "2.4 confirmed"])
+        self.assertEqual(self.version(), "2.4")
+        self.wait_until_only()
+
+    def test_takes_back_a_version_that_crashes_at_once(self):
+        self.publish(files_of("2.4", "played-ovrel-2.4-that-crashes"))
+        self.start()
+        self.assertEqual(self.wait_for("2.3 knows that this failed: 2.4"),
+                         ["2.3 started: ", "2.3 offered: News.", "2.4 started: --relaunched-after-update=2.4",
+                          "2.3 started: ", "2.3 knows that this failed: 2.4"])
+        self.assertEqual(self.version(), "2.3")
+        self.wait_until_only()
+
+    def refuses(self, *, asked=True):
+        self.start()
+        lines = self.lines()
+        self.assertEqual(lines[0], "2.3 started: ")
+        self.assertEqual(lines[1:-1], ["2.3 offered: News."] if asked else [])
+        self.assertRegex(lines[-1], "^2[.]3 ended: Unable to update Ovrel: .")
+        self.assertEqual(self.version(), "2.3")
+        self.wait_until_only()
+
+    def test_refuses_a_flipped_byte(self):
+        archive = self.publish(files_of("2.4", "played-ovrel-2.4"))
+        content = bytearray(archive.read_bytes())
+        content[len(content) // 2] ^= 1
+        archive.write_bytes(content)
+        self.refuses()
+
+    def test_refuses_another_key(self):
+        self.publish(files_of("2.4", "played-ovrel-2.4"))
+        self.public_key = run(PUBLISHER / "publish.py", "key", self.folder / "other").split()[-1]
+        self.refuses()
+
+    def test_refuses_an_archive_without_a_signature(self):
+        self.publish(files_of("2.4", "played-ovrel-2.4"))
+        text, count = re.subn(r' sparkle:edSignature="[^"]*"', "", self.feed.read_text())
+        self.assertEqual(count, 1)
+        self.feed.write_text(text)
+        self.refuses()
+
+    def test_refuses_an_older_version_under_a_newer_number(self):
+        self.publish(files_of("2.2", "played-ovrel-2.3"))
+        self.refuses()
+
+    def test_refuses_archives_that_reach_outside(self):
+        outside = self.parent / "outside"
+        for entries in [
+            [{"name": "../outside", "content": b"x"}],
+            [{"name": "ovrel-2.4/../../../outside", "content": b"x"}],
+            [{"name": "ovrel-2.4/link", "kind": tarfile.SYMTYPE, "target": str(self.parent)},
+             {"name": "ovrel-2.4/link/outside", "content": b"x"}],
+            [{"name": "ovrel-2.4/hard", "kind": tarfile.LNKTYPE, "target": str(self.log)}],
+        ]:
+            with self.subTest(entries=entries):
+                self.log.unlink(missing_ok=True)
+                self.feed.unlink(missing_ok=True)
+                self.publish(files_of("2.4", "played-ovrel-2.4"), entries=entries)
+                self.refuses()
+                self.assertFalse(outside.exists())
+
+    @unittest.skipIf(NOBODY is None, "only root can play another owner")
+    def test_leaves_an_installation_of_another_owner_alone(self):
+        self.publish(files_of("2.4", "played-ovrel-2.4"))
+        os.chown(self.installation, 0, 0)
+        self.start()
+        self.assertRegex(self.lines()[-1], "^2[.]3 ended: Unable to update Ovrel: .*system")
+        self.assertEqual(self.version(), "2.3")
+        self.assertFalse((self.parent / ".ovrel-lock").exists())
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1], verbosity=2)
