@@ -170,7 +170,7 @@ TEST(UpdateDeferral, HasForgottenAStepWhenItRuns) {
     EXPECT_THAT(fixture.takeCalls(), ElementsAre("second: called"));
 }
 
-TEST(UpdateDeferral, MayBePutOffAgainByADroppedReply) {
+TEST(UpdateDeferral, HasForgottenAStepWhenItsReplyIsDropped) {
     UpdateFixture fixture;
     fixture.manager().setProcessing(true);
     EXPECT_TRUE(fixture.manager().shouldPostponeRelaunchForUpdate(installableItem(),

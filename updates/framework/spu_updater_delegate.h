@@ -57,6 +57,7 @@ public:
     /// Asked once in a session.
     /// \param untilInvokingBlock continues; dropped, it ends the session as a dismissal would
     /// \return true to wait for that
+    // NOLINTNEXTLINE(performance-unnecessary-value-param): who waits keeps it
     virtual bool shouldPostponeRelaunchForUpdate(const SUAppcastItem&, OneShot<> /*untilInvokingBlock*/) {
         return false;
     }
