@@ -1,5 +1,6 @@
 #include "desktop/sleep_inhibitor.h"
 
+#include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusObjectPath>
 #include <QDBusPendingCallWatcher>
@@ -106,6 +107,10 @@ private:
 };
 
 } // namespace
+
+SleepInhibitor desktopSleepInhibitor() {
+    return desktopSleepInhibitor(QDBusConnection::sessionBus());
+}
 
 SleepInhibitor desktopSleepInhibitor(const QDBusConnection& bus) {
     return [bus](const QString& reason) {

@@ -2,11 +2,12 @@
 /// Keeping the computer awake while it works.
 #pragma once
 
-#include <QDBusConnection>
 #include <QString>
 
 #include <functional>
 #include <memory>
+
+class QDBusConnection;
 
 namespace ovrel {
 
@@ -17,6 +18,8 @@ using SleepInhibitor = std::function<std::shared_ptr<void>(const QString& reason
 
 /// Asks the services of the desktop one after the other, until one of them agrees: the portal, then power management,
 /// then the screen saver, whose own measure also keeps the computer awake.
-SleepInhibitor desktopSleepInhibitor(const QDBusConnection& bus = QDBusConnection::sessionBus());
+SleepInhibitor desktopSleepInhibitor();
+/// The same with another bus than that of the user's session.
+SleepInhibitor desktopSleepInhibitor(const QDBusConnection& bus);
 
 } // namespace ovrel
