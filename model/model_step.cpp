@@ -42,7 +42,7 @@ bool Model::Step::tell() {
                     &Model::finishedChanged, &Model::messageKeyChanged, &Model::languageChanged})) {
         derived.push_back(&Model::messageChanged);
     }
-    return emitAll(changed_) && emitStatuses() && emitAll(derived);
+    return emitStatuses() && emitAll(changed_) && emitAll(derived);
 }
 
 bool Model::Step::hasChanged(std::initializer_list<Signal> signals) const {
@@ -62,7 +62,7 @@ bool Model::Step::emitAll(const std::vector<Signal>& signals) {
 }
 
 bool Model::Step::emitStatuses() {
-    if (clearedStatuses_) {
+    if (model_ && clearedStatuses_) {
         Q_EMIT model_->statusesCleared();
     }
     for (const std::string& id : changedStatuses_) {

@@ -32,7 +32,8 @@ public:
     void setStatus(const std::string& id, FileStatus status);
     void clearStatuses();
 
-    /// Emits the signals, first of all what the update manager has to know. To be called once, at the end.
+    /// Lets the update manager know what it has to, then emits the signals, those of single items first. To be called
+    /// once, at the end.
     /// \return false when a listener has ended the model
     bool tell();
 
