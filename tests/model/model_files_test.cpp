@@ -133,24 +133,26 @@ TEST(ModelFiles, ConvertsATreeWithWhateverIsInIt) {
 TEST(ModelFiles, WordsAFolderThatCannotBeWritten) {
     TemporaryFolder folder;
     ASSERT_EQ(::chmod(folder.path().c_str(), 0755), 0);
-    const fs::path source = folder.write("in/a.png", png());
+    const fs::path copied = folder.write("in/a.avif", writeAvif(smooth(8, 8)));
+    const fs::path encoded = folder.write("in/b.png", png());
     fs::create_directory(folder / "out");
     ASSERT_EQ(::chmod((folder / "out").c_str(), 0555), 0);
     // Threads have the rights of the one that starts them, so the pool's must be started afresh.
     QThreadPool::globalInstance()->waitForDone();
     const bool hasRun = runUnprivileged([&] {
         Session unprivileged;
-        unprivileged.add({source});
+        unprivileged.add({folder / "in"});
         unprivileged.run(folder / "out");
-        EXPECT_EQ(unprivileged.status(source),
+        EXPECT_EQ(unprivileged.status(copied),
                   "Error: Access to the file or folder was denied. Check its permissions.");
-        EXPECT_EQ(unprivileged.status(source, AppLanguage::russian),
+        EXPECT_EQ(unprivileged.status(copied, AppLanguage::russian),
                   "Ошибка: Нет доступа к файлу или папке. Проверьте разрешения.");
-        EXPECT_EQ(unprivileged.fixture.message(), "Done: 0 successful, 1 failed");
+        EXPECT_EQ(unprivileged.status(encoded), "Error: AVIF error: Cannot create output file");
+        EXPECT_EQ(unprivileged.fixture.message(), "Done: 0 successful, 2 failed");
     });
     QThreadPool::globalInstance()->waitForDone();
     EXPECT_TRUE(hasRun);
-    EXPECT_THAT(folder.listing(), ElementsAre("in", "in/a.png", "out"));
+    EXPECT_THAT(folder.listing(), ElementsAre("in", "in/a.avif", "in/b.png", "out"));
 }
 
 TEST(ModelFiles, FailsEachItemWhenTheOutputFolderIsAFile) {

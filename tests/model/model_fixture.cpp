@@ -3,6 +3,7 @@
 #include "model/path_text.h"
 
 #include <QCoreApplication>
+#include <QEventLoop>
 #include <QThreadPool>
 
 #include <gtest/gtest.h>
@@ -118,15 +119,16 @@ std::string ModelFixture::statusOf(const std::string& name, AppLanguage language
 }
 
 void waitUntil(const std::function<bool()>& condition) {
+    QEventLoop events; // also on a thread that has had none so far
     while (!condition()) {
-        QCoreApplication::processEvents();
+        events.processEvents();
         std::this_thread::sleep_for(std::chrono::microseconds(100));
     }
 }
 
 void drain() {
     QThreadPool::globalInstance()->waitForDone();
-    QCoreApplication::processEvents();
+    QEventLoop().processEvents();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }
 
