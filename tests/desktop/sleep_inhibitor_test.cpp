@@ -15,6 +15,7 @@
 
 #include <gmock/gmock.h>
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -35,7 +36,8 @@ public:
                         "\"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\">"
                         "<busconfig><type>session</type><listen>unix:dir=" +
                             folder_.path().native() +
-                            "</listen><policy context=\"default\"><allow send_destination=\"*\"/><allow own=\"*\"/>"
+                            "</listen><policy context=\"default\"><allow send_destination=\"*\"/><allow "
+                            "own=\"*\"/><allow receive_sender=\"*\"/>"
                             "</policy></busconfig>");
         daemon_.start(QStringLiteral("dbus-daemon"),
                       {QStringLiteral("--nofork"), QStringLiteral("--print-address"),
@@ -52,23 +54,30 @@ public:
     PrivateBus(const PrivateBus&) = delete;
     PrivateBus& operator=(const PrivateBus&) = delete;
 
-    QDBusConnection connect(const QString& name) const { return QDBusConnection::connectToBus(address_, name); }
+    /// A connection of its own, which lives as long as the process.
+    QDBusConnection connect() {
+        return QDBusConnection::connectToBus(address_, QStringLiteral("test %1").arg(++connections_));
+    }
 
 private:
     TemporaryFolder folder_;
     QProcess daemon_;
     QString address_;
+    int connections_ = 0;
 };
 
 /// Plays every object of one service, and remembers what it was asked.
 class FakeService : public QDBusVirtualObject {
 public:
-    FakeService(const PrivateBus& bus, const QString& name, std::vector<std::string>& calls)
-        : connection_(bus.connect(name)), calls_(calls) {
+    FakeService(PrivateBus& bus, const QString& name, std::vector<std::string>& calls)
+        : connection_(bus.connect()), name_(name), calls_(calls) {
         EXPECT_TRUE(connection_.registerVirtualObject(QStringLiteral("/"), this, QDBusConnection::SubPath));
         EXPECT_TRUE(connection_.registerService(name)) << name.toStdString();
     }
-    ~FakeService() override { QDBusConnection::disconnectFromBus(connection_.name()); }
+    ~FakeService() override {
+        connection_.unregisterService(name_);
+        connection_.unregisterObject(QStringLiteral("/"), QDBusConnection::UnregisterTree);
+    }
 
     bool refuses = false; ///< as a portal without a backend does
     bool waits = false;   ///< keeps the answer until answer()
@@ -115,6 +124,7 @@ private:
     }
 
     QDBusConnection connection_;
+    QString name_;
     std::vector<std::string>& calls_;
     QDBusMessage kept_;
 };
@@ -127,7 +137,9 @@ const QString reason = QStringLiteral("Converting images");
 class SleepInhibitorTest : public testing::Test {
 protected:
     SleepInhibitorTest() { EXPECT_TRUE(connection_.isConnected()); }
-    ~SleepInhibitorTest() override { QDBusConnection::disconnectFromBus(connection_.name()); }
+
+    static void SetUpTestSuite() { bus_ = std::make_unique<PrivateBus>(); }
+    static void TearDownTestSuite() { bus_.reset(); }
 
     std::shared_ptr<void> keepAwake() { return desktopSleepInhibitor(connection_)(reason); }
 
@@ -148,11 +160,16 @@ protected:
         }
     }
 
-    PrivateBus bus;
     std::vector<std::string> calls;
 
 private:
-    QDBusConnection connection_ = bus.connect(QStringLiteral("inhibitor"));
+    static inline std::unique_ptr<PrivateBus> bus_;
+
+protected:
+    PrivateBus& bus = *bus_;
+
+private:
+    QDBusConnection connection_ = bus.connect();
 };
 
 TEST_F(SleepInhibitorTest, AsksThePortalFirst) {
