@@ -2,6 +2,7 @@
 
 #include "bench/bare_encode.h"
 #include "bench/measure.h"
+#include "bench/queue.h"
 #include "conversion/converter.h"
 #include "platform/bitmap.h"
 #include "platform/image_source.h"
@@ -229,6 +230,7 @@ int main(int count, char** arguments) {
         requireSameFile(photos.front());
         compareEncoding(photos);
         compareJobs(std::filesystem::path(arguments[0]).parent_path() / "ovrel-cli", photos);
+        compareQueues();
     } catch (const std::exception& error) {
         std::fprintf(stderr, "ovrel-bench: %s\n", error.what());
         return 1;

@@ -19,12 +19,12 @@ public:
     }
 
     void setText(const QString& key, const QString& text) override {
-        if (this->text(key) == text) {
-            return;
-        }
+        const bool changes = this->text(key) != text;
         settings_.setValue(key, text);
         settings_.sync(); // a choice outlives a crash
-        Q_EMIT changed(key);
+        if (changes) {
+            Q_EMIT changed(key);
+        }
     }
 
 private:

@@ -28,7 +28,7 @@ public:
 
     virtual std::optional<QString> text(const QString& key) const = 0;
 
-    /// Emits `changed` when the text becomes another one.
+    /// Writes the text in any case, and emits `changed` when it has become another one.
     virtual void setText(const QString& key, const QString& text) = 0;
 
 Q_SIGNALS:

@@ -24,8 +24,9 @@ public:
     /// The name under which the choice is stored.
     static constexpr QLatin1StringView preferenceKey{"OvrelLanguage"};
 
+    /// Russian unless another is named, as where nothing has been chosen.
     // NOLINTNEXTLINE(google-explicit-constructor): a case is a language
-    constexpr AppLanguage(Case value) : case_(value) {}
+    constexpr AppLanguage(Case value = russian) : case_(value) {}
     constexpr operator Case() const { return case_; }
 
     /// \return "ru" or "en"

@@ -68,6 +68,14 @@ TEST_F(PreferencesTest, TellAtOnceOfAChangeAndOnlyOfThat) {
     EXPECT_THAT(seen, ElementsAre("OvrelLanguage=en", "OvrelLanguage=ru"));
 }
 
+TEST_F(PreferencesTest, WriteATextAgainThatIsTheSame) {
+    const auto preferences = Preferences::ofUser();
+    saveLanguage(*preferences, AppLanguage::english);
+    fs::remove(home_ / "Ovrel/Ovrel.conf");
+    saveLanguage(*preferences, AppLanguage::english);
+    EXPECT_EQ(contentOf(home_ / "Ovrel/Ovrel.conf"), "[General]\nOvrelLanguage=en\n");
+}
+
 TEST_F(PreferencesTest, RememberForAsLongAsTheyLiveWhereNothingCanBeWritten) {
     home_.write("Ovrel", "a file where the folder should be");
     const auto preferences = Preferences::ofUser();

@@ -1,0 +1,235 @@
+// How the list of images comes to be, and how it is edited.
+
+#include "model/model.h"
+#include "model/model_step.h"
+
+#include <qcoro/qcorofuture.h>
+
+#include <algorithm>
+#include <iterator>
+#include <system_error>
+#include <utility>
+
+namespace ovrel {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// A path by which one file is recognised, however it was written.
+std::string standardised(const fs::path& path) {
+    std::error_code error;
+    const fs::path absolute = fs::absolute(path, error);
+    return (error ? path : absolute).lexically_normal().native();
+}
+
+QString keyOfList(bool isEmpty) {
+    return isEmpty ? QStringLiteral("Добавьте изображения или папку") : QStringLiteral("queue");
+}
+
+} // namespace
+
+void Model::chooseFiles() {
+    const FileRequest request{.kind = FileRequest::Kind::files,
+                              .title = t(QStringLiteral("Добавить файлы…")),
+                              .confirmText = t(QStringLiteral("Добавить")),
+                              .multiple = true,
+                              .canCreateFolders = false,
+                              .filterName = t(QStringLiteral("Изображения")),
+                              .extensions = {QStringLiteral("jpg"), QStringLiteral("jpeg"), QStringLiteral("png"),
+                                             QStringLiteral("gif"), QStringLiteral("webp"), QStringLiteral("avif")}};
+    services_.chooser->choose(request, [self = QPointer(this)](const Paths& chosen) {
+        if (self && !chosen.empty()) {
+            self->add(chosen);
+        }
+    });
+}
+
+void Model::chooseFolder() {
+    const FileRequest request{.kind = FileRequest::Kind::folder,
+                              .title = {},
+                              .confirmText = t(QStringLiteral("Добавить папку")),
+                              .multiple = false,
+                              .canCreateFolders = false,
+                              .filterName = {},
+                              .extensions = {}};
+    services_.chooser->choose(request, [self = QPointer(this)](const Paths& chosen) {
+        if (self && !chosen.empty()) {
+            self->add(chosen);
+        }
+    });
+}
+
+void Model::chooseOutput() {
+    const FileRequest request{.kind = FileRequest::Kind::folder,
+                              .title = {},
+                              .confirmText = t(QStringLiteral("Сохранять сюда")),
+                              .multiple = false,
+                              .canCreateFolders = true,
+                              .filterName = {},
+                              .extensions = {}};
+    services_.chooser->choose(request, [self = QPointer(this)](const Paths& chosen) {
+        if (self && !chosen.empty()) {
+            self->setOutput(chosen.front());
+        }
+    });
+}
+
+void Model::setSelection(Ids ids) {
+    if (ids.empty() && selection_.empty()) {
+        return;
+    }
+    Step step(*this);
+    selection_ = std::move(ids);
+    step.note(&Model::selectionChanged);
+    step.tell();
+}
+
+void Model::select(const std::vector<std::string>& ids, bool selected) {
+    const std::size_t before = selection_.size();
+    for (const std::string& id : ids) {
+        if (selected) {
+            selection_.insert(id);
+        } else {
+            selection_.erase(id);
+        }
+    }
+    Step step(*this);
+    if (selection_.size() != before) {
+        step.note(&Model::selectionChanged);
+    }
+    step.tell();
+}
+
+void Model::add(const Paths& paths) {
+    if (!canEditQueue()) {
+        return;
+    }
+    Step step(*this);
+    std::unordered_set<std::string> known;
+    for (const fs::path& root : roots_) {
+        known.insert(root.native());
+    }
+    for (const fs::path& path : paths) {
+        excluded_.erase(standardised(path));
+        if (known.insert(path.native()).second) {
+            roots_.push_back(path);
+            step.note(&Model::rootsChanged);
+        }
+    }
+    if (step.tell()) {
+        rescan();
+    }
+}
+
+void Model::rescan() {
+    if (!canEditQueue()) {
+        return;
+    }
+    gather();
+}
+
+QCoro::Task<void> Model::gather() {
+    const QPointer<Model> self(this);
+    QFuture<Scanned> future = inBackground(
+        [scan = services_.scan, roots = roots_, recursive = recursive_] { return scan(roots, recursive); });
+    Step step(*this);
+    step.set(scanning_, true, &Model::scanningChanged);
+    step.set(finished_, false, &Model::finishedChanged);
+    step.set(activeItem_, std::nullopt, &Model::activeItemChanged);
+    step.set(messageKey_, QStringLiteral("Читаю список файлов…"), &Model::messageKeyChanged);
+    if (!step.tell()) {
+        co_return;
+    }
+    Scanned scanned = co_await future;
+    if (self) {
+        self->applyScan(std::move(scanned));
+    }
+}
+
+void Model::applyScan(Scanned scanned) {
+    Step step(*this);
+    step.set(scanning_, false, &Model::scanningChanged);
+    step.note(&Model::itemsChanged);
+    items_.clear();
+    if (auto* const found = std::get_if<std::vector<InputItem>>(&scanned)) {
+        items_.reserve(static_cast<qsizetype>(found->size()));
+        std::copy_if(
+            std::move_iterator(found->begin()), std::move_iterator(found->end()), std::back_inserter(items_),
+            [this](const InputItem& item) { return excluded_.empty() || !excluded_.contains(standardised(item.url)); });
+        resetQueueStatus(step);
+        if (items_.isEmpty()) {
+            step.set(messageKey_, QStringLiteral("В выбранных папках нет JPG, JPEG, WebP, PNG, GIF или AVIF"),
+                     &Model::messageKeyChanged);
+        }
+    } else {
+        if (!selection_.empty()) {
+            selection_.clear();
+            step.note(&Model::selectionChanged);
+        }
+        step.set(error_, std::get<std::exception_ptr>(scanned), &Model::errorChanged);
+        step.set(messageKey_, QStringLiteral("Не удалось прочитать файлы"), &Model::messageKeyChanged);
+    }
+    step.tell();
+}
+
+void Model::removeSelected() {
+    if (!canEditQueue() || selection_.empty()) {
+        return;
+    }
+    Ids removed;
+    const auto isRemoved = [&](const InputItem& item) {
+        if (!selection_.contains(item.id())) {
+            return false;
+        }
+        removed.insert(standardised(item.url));
+        return true;
+    };
+    items_.removeIf(isRemoved);
+    Step step(*this);
+    step.note(&Model::itemsChanged);
+    if (std::erase_if(roots_, [&](const fs::path& root) { return removed.contains(standardised(root)); }) > 0) {
+        step.note(&Model::rootsChanged);
+    }
+    excluded_.merge(removed);
+    resetQueueStatus(step);
+    step.tell();
+}
+
+void Model::clearQueue() {
+    if (!canEditQueue()) {
+        return;
+    }
+    Step step(*this);
+    items_.clear();
+    step.note(&Model::itemsChanged);
+    if (!roots_.empty()) {
+        roots_.clear();
+        step.note(&Model::rootsChanged);
+    }
+    excluded_.clear();
+    resetQueueStatus(step);
+    step.tell();
+}
+
+void Model::resetQueueStatus() {
+    Step step(*this);
+    resetQueueStatus(step);
+    step.tell();
+}
+
+void Model::resetQueueStatus(Step& step) {
+    if (!selection_.empty()) {
+        selection_.clear();
+        step.note(&Model::selectionChanged);
+    }
+    step.clearStatuses();
+    step.set(completed_, 0, &Model::completedChanged);
+    step.set(successes_, 0, &Model::successesChanged);
+    step.set(failures_, 0, &Model::failuresChanged);
+    step.set(finished_, false, &Model::finishedChanged);
+    step.set(activeItem_, std::nullopt, &Model::activeItemChanged);
+    step.set(messageKey_, keyOfList(items_.isEmpty()), &Model::messageKeyChanged);
+}
+
+} // namespace ovrel

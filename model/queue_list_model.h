@@ -1,0 +1,61 @@
+/// \file queue_list_model.h
+/// The list of images as a view shows it.
+#pragma once
+
+#include "model/model.h"
+
+#include <QAbstractListModel>
+
+#include <cstdint>
+#include <string_view>
+#include <unordered_map>
+
+namespace ovrel {
+
+/// One row for each item of a model, in its order. Main thread.
+class QueueListModel final : public QAbstractListModel {
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(QueueListModel)
+
+public:
+    /// The display role is the file's name, too, and the tool tip role the tool tip.
+    enum Role : int {
+        fileName = Qt::UserRole, ///< text: the source without its folders
+        kind,                    ///< a Kind
+        note,                    ///< text under the file's name; often empty
+        state,                   ///< a State
+        text,                    ///< the status in words; empty before a run
+        toolTip,                 ///< the whole path, and what went wrong in full
+        id,                      ///< QByteArray: InputItem::id
+    };
+    enum class Kind : std::uint8_t { image, animation, copy }; ///< animation: a GIF; copy: an AVIF
+    Q_ENUM(Kind)
+    enum class State : std::uint8_t { waiting, processing, success, failure };
+    Q_ENUM(State)
+
+    /// \param model outlives this
+    explicit QueueListModel(const Model& model, QObject* parent = nullptr);
+    ~QueueListModel() override;
+
+    int rowCount(const QModelIndex& parent = {}) const override;
+    QVariant data(const QModelIndex& index, int role) const override;
+    QHash<int, QByteArray> roleNames() const override;
+
+    /// \return -1 for an id that is not in the list. In constant time.
+    int rowOf(std::string_view id) const;
+
+private:
+    void takeItems();
+    void tellOfStatus(const std::string& id);
+    void tellOfAll(const QList<int>& roles);
+
+    const FileStatus* statusOf(const InputItem& item) const;
+    QString noteOf(const InputItem& item) const;
+    QString toolTipOf(const InputItem& item) const;
+
+    const Model& model_;
+    Model::Items items_;                             ///< never written, so that it shares the model's content
+    std::unordered_map<std::string_view, int> rows_; ///< by ids in items_
+};
+
+} // namespace ovrel

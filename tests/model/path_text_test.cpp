@@ -1,0 +1,33 @@
+#include "model/path_text.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace ovrel::test {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+TEST(PathText, ComesBackAsItWasForEveryNameInUtf8) {
+    for (const std::string name : {"/a b/photo.png", "/снимок.png", "/100%25.png", "/e\u0301.png", "/\uFEFFbom.png",
+                                   "/line\nbreak", "/😀.gif", ""}) {
+        EXPECT_EQ(pathOf(textOf(fs::path(name))).native(), name);
+        EXPECT_EQ(pathOf(QUrl::fromLocalFile(textOf(fs::path(name)))).native(), name);
+    }
+}
+
+TEST(PathText, ShowsBytesThatAreNoTextAsReplacements) {
+    EXPECT_EQ(textOf(fs::path("/a\xFF.png")).toStdString(), "/a\uFFFD.png");
+}
+
+TEST(PathText, TakesAddressesByTheByte) {
+    EXPECT_EQ(pathOf(QUrl(QStringLiteral("file:///a%FF%20b/%2525.png"))).native(), "/a\xFF b/%25.png");
+    EXPECT_EQ(pathOf(QUrl(QStringLiteral("file:///a#b"))).native(), "/a");
+    EXPECT_EQ(pathOf(QUrl(QStringLiteral("file:///a%23b%3Fc"))).native(), "/a#b?c");
+}
+
+} // namespace
+
+} // namespace ovrel::test

@@ -1,0 +1,132 @@
+#include "model/queue_list_model.h"
+#include "tests/model/model_fixture.h"
+
+#include <QAbstractItemModelTester>
+#include <QSignalSpy>
+
+#include <gmock/gmock.h>
+
+namespace ovrel::test {
+
+namespace {
+
+using Kind = QueueListModel::Kind;
+using State = QueueListModel::State;
+
+/// A list under the eyes of Qt's own judge, who ends the program when it breaks a rule of item models.
+struct Fixture : ModelFixture {
+    QueueListModel rows{model()};
+    QAbstractItemModelTester judge{&rows, QAbstractItemModelTester::FailureReportingMode::Fatal};
+
+    QVariant at(int row, int role) const { return rows.data(rows.index(row), role); }
+    std::string textAt(int row, int role) const { return at(row, role).toString().toStdString(); }
+    State stateAt(int row) const { return at(row, QueueListModel::state).value<State>(); }
+};
+
+TEST(QueueListModel, HasARowForEachItem) {
+    Fixture fixture;
+    EXPECT_EQ(fixture.rows.rowCount(), 0);
+    fixture.list({"a.png", "b.GIF", "c.avif"});
+    ASSERT_EQ(fixture.rows.rowCount(), 3);
+    EXPECT_EQ(fixture.rows.rowCount(fixture.rows.index(0)), 0);
+    EXPECT_EQ(fixture.textAt(1, Qt::DisplayRole), "b.GIF");
+    EXPECT_EQ(fixture.textAt(1, QueueListModel::fileName), "b.GIF");
+    EXPECT_EQ(fixture.at(0, QueueListModel::kind).value<Kind>(), Kind::image);
+    EXPECT_EQ(fixture.at(1, QueueListModel::kind).value<Kind>(), Kind::animation);
+    EXPECT_EQ(fixture.at(2, QueueListModel::kind).value<Kind>(), Kind::copy);
+    EXPECT_EQ(fixture.at(2, QueueListModel::id).toByteArray(), "/in/c.avif");
+    EXPECT_EQ(fixture.textAt(0, Qt::ToolTipRole), "/in/a.png");
+    EXPECT_FALSE(fixture.at(0, Qt::DecorationRole).isValid());
+    fixture.model().clearQueue();
+    EXPECT_EQ(fixture.rows.rowCount(), 0);
+}
+
+TEST(QueueListModel, TakesTheItemsThatAreThereBeforeIt) {
+    ModelFixture fixture;
+    fixture.list({"a.png"});
+    EXPECT_EQ(QueueListModel(fixture.model()).rowCount(), 1);
+}
+
+TEST(QueueListModel, NotesWhatIsSpecialAboutAFile) {
+    Fixture fixture;
+    fixture.list({"a.png", "b.gif", "c.avif"});
+    EXPECT_EQ(fixture.textAt(0, QueueListModel::note), "");
+    EXPECT_EQ(fixture.textAt(1, QueueListModel::note), "Preserve animation");
+    EXPECT_EQ(fixture.textAt(2, QueueListModel::note), "Copy without changes");
+    QSignalSpy changes(&fixture.rows, &QueueListModel::dataChanged);
+    fixture.model().setLanguage(AppLanguage::russian);
+    EXPECT_EQ(changes.count(), 1);
+    EXPECT_EQ(fixture.textAt(1, QueueListModel::note), "С сохранением анимации");
+    EXPECT_EQ(fixture.textAt(2, QueueListModel::note), "Копирование без изменений");
+}
+
+TEST(QueueListModel, FollowsARun) {
+    Fixture fixture;
+    fixture.prepare({"a.png", "b.png", "c.png"});
+    EXPECT_EQ(fixture.stateAt(0), State::waiting);
+    EXPECT_EQ(fixture.textAt(0, QueueListModel::text), "");
+    fixture.model().start();
+    fixture.awaitConversions(1);
+    EXPECT_EQ(fixture.stateAt(0), State::processing);
+    EXPECT_EQ(fixture.textAt(0, QueueListModel::text), "Converting…");
+    fixture.convert("a.avif");
+    fixture.failToConvert();
+    fixture.awaitConversions(3);
+    EXPECT_EQ(fixture.stateAt(0), State::success);
+    EXPECT_EQ(fixture.textAt(0, QueueListModel::text), "✓ a.avif");
+    EXPECT_EQ(fixture.textAt(0, QueueListModel::toolTip), "/in/a.png");
+    EXPECT_EQ(fixture.stateAt(1), State::failure);
+    EXPECT_EQ(fixture.textAt(1, QueueListModel::text), "Error: Trouble");
+    EXPECT_EQ(fixture.textAt(1, Qt::ToolTipRole), "/in/b.png\nError: Trouble");
+    fixture.model().setLanguage(AppLanguage::russian);
+    EXPECT_EQ(fixture.textAt(1, Qt::ToolTipRole), "/in/b.png\nОшибка: Беда");
+    EXPECT_EQ(fixture.stateAt(2), State::processing);
+    fixture.convert();
+    fixture.awaitIdle();
+
+    QSignalSpy changes(&fixture.rows, &QueueListModel::dataChanged);
+    fixture.model().resetQueueStatus();
+    EXPECT_EQ(changes.count(), 1);
+    EXPECT_EQ(fixture.stateAt(1), State::waiting);
+}
+
+TEST(QueueListModel, TellsOfOneRowWhenOneItemChanges) {
+    Fixture fixture;
+    fixture.prepare({"a.png", "b.png", "c.png"});
+    fixture.convert();
+    fixture.model().start();
+    fixture.awaitConversions(2);
+    QSignalSpy changes(&fixture.rows, &QueueListModel::dataChanged);
+    QSignalSpy resets(&fixture.rows, &QueueListModel::modelReset);
+    fixture.convert();
+    fixture.awaitConversions(3);
+    ASSERT_EQ(changes.count(), 2);
+    for (int change = 0; change < 2; ++change) {
+        EXPECT_EQ(changes.at(change).at(0).toModelIndex().row(), change + 1);
+        EXPECT_EQ(changes.at(change).at(1).toModelIndex().row(), change + 1);
+    }
+    EXPECT_EQ(resets.count(), 0);
+    fixture.convert();
+    fixture.awaitIdle();
+}
+
+TEST(QueueListModel, FindsARowByItsId) {
+    Fixture fixture;
+    fixture.list({"a.png", "b.png", "c.png"});
+    EXPECT_EQ(fixture.rows.rowOf("/in/c.png"), 2);
+    fixture.model().setSelection({"/in/a.png"});
+    fixture.model().removeSelected();
+    EXPECT_EQ(fixture.rows.rowOf("/in/c.png"), 1);
+    EXPECT_EQ(fixture.rows.rowOf("/in/a.png"), -1);
+}
+
+TEST(QueueListModel, NamesItsRoles) {
+    ModelFixture fixture;
+    const QHash<int, QByteArray> names = QueueListModel(fixture.model()).roleNames();
+    EXPECT_EQ(names.value(QueueListModel::note), "note");
+    EXPECT_EQ(names.value(QueueListModel::toolTip), "toolTip");
+}
+
+} // namespace
+
+} // namespace ovrel::test
