@@ -21,10 +21,11 @@ foreach(folder IN LISTS plugin_folders)
 endforeach()
 
 file(GLOB programs "${ROOT}/bin/*")
+list(FILTER programs EXCLUDE REGEX "[.]conf$")
 # Qt's TLS plug-in loads OpenSSL by name, so that nothing tells of it.
 set(loaded_by_name "")
 foreach(name ssl crypto)
-  find_library(${name} NAMES lib${name}.so.3 REQUIRED NO_CACHE)
+  find_library(${name} NAMES lib${name}.so.3 PATHS "${QT_PLUGINS}/../.." REQUIRED NO_CACHE)
   list(APPEND loaded_by_name "${${name}}")
 endforeach()
 
@@ -44,6 +45,7 @@ list(APPEND libraries ${loaded_by_name})
 list(REMOVE_DUPLICATES libraries)
 list(SORT libraries)
 
+file(MAKE_DIRECTORY "${ROOT}/lib" "${ROOT}/share/licenses")
 foreach(library IN LISTS libraries)
   get_filename_component(name "${library}" NAME)
   file(REAL_PATH "${library}" real)
