@@ -4,6 +4,7 @@
 #include "updates/installation/exchange.h"
 #include "updates/installation/journal.h"
 #include "updates/installation/lock_file.h"
+#include "updates/installation/open_folder.h"
 #include "updates/installation/program_start.h"
 #include "updates/installation/recovery.h"
 
@@ -59,7 +60,7 @@ private:
 };
 
 /// Waits for the program's end, or for the word to give up.
-Wish awaitWish(const OwnedDescriptor& pipe, const OwnedDescriptor& program) {
+Wish awaitWish(const FileDescriptor& pipe, const FileDescriptor& program) {
     Words words(pipe.get());
     bool isOpen = true;
     for (;;) {
@@ -121,7 +122,7 @@ void installGuarded(TreeCalls& calls, const InstallationPlace& place, const Inst
 
 pid_t startInstalled(const InstallationPlace& place, const InstallerOrder& order,
                      const std::vector<std::string>& environment, std::vector<std::string> arguments) {
-    const OwnedDescriptor tree = openFolder(place.parent(), place.name());
+    const FileDescriptor tree = openFolder(place.parent(), place.name());
     return startProgram({.tree = tree.get(),
                          .program = order.program,
                          .path = pathOf(tree.get()) + "/" + order.program,
@@ -166,8 +167,8 @@ std::optional<Journal> installAlone(TreeCalls& calls, const InstallationPlace& p
 }
 
 /// A descriptor at its number, kept from programs that are started.
-OwnedDescriptor inheritedAt(InstallerDescriptor number) {
-    OwnedDescriptor descriptor(static_cast<int>(number));
+FileDescriptor inheritedAt(InstallerDescriptor number) {
+    FileDescriptor descriptor(static_cast<int>(number));
     if (::fcntl(descriptor.get(), F_SETFD, FD_CLOEXEC) != 0) {
         static_cast<void>(descriptor.release());
     }
@@ -206,7 +207,7 @@ int installerMain(TreeCalls& calls, int argumentCount, char** arguments) {
     constexpr int refused = 2;
     const std::vector<std::string> words(arguments + (argumentCount > 0 ? 1 : 0), arguments + argumentCount);
     const std::optional<InstallerOrder> order = parseInstallerOrder(words);
-    OwnedDescriptor parent = inheritedAt(InstallerDescriptor::parent);
+    FileDescriptor parent = inheritedAt(InstallerDescriptor::parent);
     InstallerInheritance inherited = {.lock = inheritedAt(InstallerDescriptor::lock),
                                       .words = inheritedAt(InstallerDescriptor::words),
                                       .program = inheritedAt(InstallerDescriptor::program),

@@ -170,7 +170,7 @@ std::optional<Journal> parseJournal(std::string_view text) {
 }
 
 std::optional<Journal> readJournal(const InstallationPlace& place) {
-    const OwnedDescriptor file(
+    const FileDescriptor file(
         ::openat(place.parent(), place.journalName().c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     struct stat facts = {};
     if (!file || ::fstat(file.get(), &facts) != 0 || !S_ISREG(facts.st_mode) || facts.st_uid != ::geteuid()) {

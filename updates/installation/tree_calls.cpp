@@ -1,6 +1,6 @@
 #include "updates/installation/tree_calls.h"
 
-#include "updates/installation/owned_descriptor.h"
+#include "platform/linux/file_descriptor.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -54,7 +54,7 @@ int TreeCalls::replace(int folder, const std::string& from, const std::string& t
 
 int TreeCalls::create(int folder, const std::string& name, const std::string& content) {
     constexpr mode_t ownerOnly = 0600;
-    const OwnedDescriptor file(
+    const FileDescriptor file(
         ::openat(folder, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, ownerOnly));
     if (!file) {
         return errno;

@@ -418,6 +418,24 @@ TEST_F(UpdaterInstallation, IsLeftToOneUpdaterAtATime) {
     waitForEnd();
 }
 
+TEST_F(UpdaterInstallation, KeepsItsFolderFromOtherStartsForAsLongAsAnInstallerLives) {
+    const InstallationPlace place(installation());
+    prepare();
+    EXPECT_FALSE(UpdateLock::tryAcquire(place));
+    updater_.reset();
+    EXPECT_FALSE(UpdateLock::tryAcquire(place)) << "the installer waits for the end of the program";
+    EXPECT_EQ(stagingCount(), 1);
+}
+
+TEST_F(UpdaterInstallation, OfAnInstallerThatGaveUpLeavesTheLockFree) {
+    recorder_.readyAnswer = Choice::skip;
+    checkAsked();
+    const InstallationPlace place(installation());
+    const std::optional<UpdateLock> lock = UpdateLock::acquireSoon(place);
+    ASSERT_TRUE(lock);
+    EXPECT_TRUE(becomesUnchanged());
+}
+
 TEST_F(UpdaterInstallation, OffersAVersionThatDidNotStartOnlyWhenAsked) {
     ASSERT_TRUE(environment_.state.recordFailed("1.1"));
     recorder_.readyAnswer = Choice::skip;
