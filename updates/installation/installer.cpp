@@ -6,6 +6,7 @@
 #include "updates/installation/lock_file.h"
 #include "updates/installation/open_folder.h"
 #include "updates/installation/program_start.h"
+#include "updates/installation/read_file.h"
 #include "updates/installation/recovery.h"
 
 #include <array>
@@ -79,23 +80,6 @@ Wish awaitWish(const FileDescriptor& pipe, const FileDescriptor& program) {
     }
 }
 
-std::vector<std::string> readEnvironment(int file) {
-    std::string bytes(environmentLimitBytes, '\0');
-    std::size_t filled = 0;
-    while (filled < bytes.size()) {
-        const ssize_t count = ::read(file, bytes.data() + filled, bytes.size() - filled);
-        if (count < 0 && errno == EINTR) {
-            continue;
-        }
-        if (count <= 0) {
-            break;
-        }
-        filled += static_cast<std::size_t>(count);
-    }
-    bytes.resize(filled);
-    return parseEnvironment(bytes);
-}
-
 std::string pathOf(int folder) {
     std::string path(4096, '\0');
     const std::string link = "/proc/self/fd/" + std::to_string(folder);
@@ -116,7 +100,8 @@ void installGuarded(TreeCalls& calls, const InstallationPlace& place, const Inst
         }
         ::_exit(status);
     }
-    while (worker > 0 && ::waitpid(worker, nullptr, 0) < 0 && errno == EINTR) {
+    if (worker > 0) {
+        static_cast<void>(uninterrupted([&] { return ::waitpid(worker, nullptr, 0); }));
     }
 }
 
@@ -180,7 +165,8 @@ FileDescriptor inheritedAt(InstallerDescriptor number) {
 void runInstaller(TreeCalls& calls, const InstallationPlace& place, const InstallerOrder& order,
                   InstallerInheritance inherited) {
     const Wish wish = awaitWish(inherited.words, inherited.program);
-    const std::vector<std::string> environment = readEnvironment(inherited.environment.get());
+    const std::vector<std::string> environment =
+        parseEnvironment(readWhole(inherited.environment.get(), environmentLimitBytes).value_or(""));
     if (wish == Wish::cancel) {
         removeStaging(place, order, inherited.staging.get());
         return;

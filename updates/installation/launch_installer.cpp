@@ -43,8 +43,8 @@ void copyInstaller(const InstallationPlace& place, int staging) {
     require(::fchmod(target.get(), ownerOnly) == 0 ? 0 : errno, "cannot copy the installer");
     ssize_t count = 0;
     do {
-        count = ::sendfile(target.get(), source.get(), nullptr, stepBytes);
-    } while (count > 0 || (count < 0 && errno == EINTR));
+        count = uninterrupted([&] { return ::sendfile(target.get(), source.get(), nullptr, stepBytes); });
+    } while (count > 0);
     require(count < 0 ? errno : 0, "cannot copy the installer");
 }
 
@@ -143,10 +143,7 @@ pid_t spawnInstaller(const SpawnActions& actions, std::vector<std::string> words
 /// The installer goes on in a process of its own as soon as it has accepted its order.
 void awaitAcceptance(pid_t process) {
     int status = 0;
-    pid_t ended = -1;
-    do {
-        ended = ::waitpid(process, &status, 0);
-    } while (ended < 0 && errno == EINTR);
+    const pid_t ended = uninterrupted([&] { return ::waitpid(process, &status, 0); });
     require(ended == process && WIFEXITED(status) && WEXITSTATUS(status) == 0 ? 0 : EINVAL,
             "the installer refuses its order");
 }

@@ -21,11 +21,12 @@ int errorOf(int result) {
 int writeAll(int descriptor, const std::string& content) {
     std::size_t written = 0;
     while (written < content.size()) {
-        const ssize_t count = ::write(descriptor, content.data() + written, content.size() - written);
-        if (count < 0 && errno != EINTR) {
+        const ssize_t count =
+            uninterrupted([&] { return ::write(descriptor, content.data() + written, content.size() - written); });
+        if (count < 0) {
             return errno;
         }
-        written += count < 0 ? 0 : static_cast<std::size_t>(count);
+        written += static_cast<std::size_t>(count);
     }
     return errorOf(::fsync(descriptor));
 }

@@ -2,6 +2,7 @@
 
 #include "updates/installation/installed_layout.h"
 #include "updates/installation/open_folder.h"
+#include "updates/installation/read_file.h"
 
 #include "updates/installation/file_identity.h"
 
@@ -55,10 +56,7 @@ TreeKind treeKind(int folder, const std::string& name, const std::string& token)
         return TreeKind::none;
     }
     const FileDescriptor file(::openat(tree.get(), treeMarkName, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
-    std::array<char, tokenBytes* 2 + 1> content = {};
-    const ssize_t count = file ? ::read(file.get(), content.data(), content.size()) : 0;
-    const bool marked = count > 0 && std::string_view(content.data(), static_cast<std::size_t>(count)) == token;
-    return marked ? TreeKind::marked : TreeKind::unmarked;
+    return file && readWhole(file.get(), token.size()) == token ? TreeKind::marked : TreeKind::unmarked;
 }
 
 } // namespace ovrel

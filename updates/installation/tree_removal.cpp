@@ -3,6 +3,7 @@
 #include "updates/installation/file_identity.h"
 #include "updates/installation/installed_layout.h"
 #include "updates/installation/open_folder.h"
+#include "updates/installation/read_file.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -103,20 +104,10 @@ private:
 std::optional<std::string> readList(int tree) {
     const FileDescriptor file(::openat(tree, installedFilesName, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     struct stat facts = {};
-    if (!file || ::fstat(file.get(), &facts) != 0 || !S_ISREG(facts.st_mode) || facts.st_size < 0 ||
-        static_cast<std::size_t>(facts.st_size) > limitListBytes) {
+    if (!file || ::fstat(file.get(), &facts) != 0 || !S_ISREG(facts.st_mode)) {
         return std::nullopt;
     }
-    std::string text(static_cast<std::size_t>(facts.st_size), '\0');
-    std::size_t filled = 0;
-    while (filled < text.size()) {
-        const ssize_t count = ::read(file.get(), text.data() + filled, text.size() - filled);
-        if (count <= 0) {
-            return std::nullopt;
-        }
-        filled += static_cast<std::size_t>(count);
-    }
-    return text;
+    return readWhole(file.get(), limitListBytes);
 }
 
 std::set<std::string> linesOf(const std::string& text) {

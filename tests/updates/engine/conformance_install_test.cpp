@@ -178,15 +178,7 @@ TEST_F(UpdaterInstallation, EndsWithTheUpdaterAtAnyStep) {
         recorder_.during.clear();
         recorder_.readyAnswer = Choice::install;
         start();
-        recorder_.during[when] = [this] {
-            QMetaObject::invokeMethod(
-                QCoreApplication::instance(), [this] { updater_.reset(); }, Qt::QueuedConnection);
-        };
-        updater_->checkForUpdates();
-        turnUntil([this] { return !updater_; });
-        const Calls before = recorder_.calls;
-        EXPECT_TRUE(networkEnds());
-        EXPECT_EQ(recorder_.calls, before);
+        checkUntilTheUpdaterGoes(when);
         QThreadPool::globalInstance()->waitForDone();
         for (const std::filesystem::directory_entry& entry : std::filesystem::directory_iterator(parent())) {
             if (entry.path().filename().native().starts_with(".ovrel-")) {
