@@ -62,7 +62,7 @@ private:
         }
         bool isEmpty = true;
         for (const std::string& name : names) {
-            isEmpty = removeEntry(folder, name, path.empty() ? name : path + "/" + name, depth) && isEmpty;
+            isEmpty = removeEntry(folder, name, inFolder(path, name), depth) && isEmpty;
         }
         return isEmpty;
     }
@@ -77,6 +77,13 @@ private:
             return keep(path);
         }
         return empty(folder.get(), path, depth + 1) && unlink(parent, name, AT_REMOVEDIR);
+    }
+
+    static std::string inFolder(std::string path, const std::string& name) {
+        if (!path.empty()) {
+            path += '/';
+        }
+        return path += name;
     }
 
     bool keep(const std::string& path) {
