@@ -18,10 +18,11 @@ public:
     ~FileDescriptor() { close(); }
     FileDescriptor(FileDescriptor&& other) noexcept : descriptor_(other.release()) {}
     FileDescriptor& operator=(FileDescriptor&& other) noexcept {
-        close();
-        descriptor_ = other.release();
+        const FileDescriptor before(std::exchange(descriptor_, other.release()));
         return *this;
     }
+    FileDescriptor(const FileDescriptor&) = delete;
+    FileDescriptor& operator=(const FileDescriptor&) = delete;
 
     explicit operator bool() const { return descriptor_ >= 0; }
     int get() const { return descriptor_; }

@@ -2,6 +2,7 @@
 
 #include "platform/linux/file_descriptor.h"
 #include "updates/engine/installation_error.h"
+#include "updates/installation/installed_layout.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -61,7 +62,7 @@ Manifest parseManifest(const QByteArray& json) {
 
 Manifest readManifest(int topFolder) {
     const FileDescriptor file(
-        ::openat(topFolder, Manifest::fileName, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+        ::openat(topFolder, manifestName, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     struct stat facts {};
     if (!file || ::fstat(file.get(), &facts) != 0 || !S_ISREG(facts.st_mode) || facts.st_size > Manifest::limitBytes) {
         throw damaged();

@@ -12,16 +12,15 @@
 
 namespace ovrel {
 
-/// The file "manifest.json" in the top folder of an archive: a JSON object (RFC 8259) with these four texts.
+/// The file manifestName in the top folder of an archive: a JSON object (RFC 8259) with these four texts.
 struct Manifest {
-    static constexpr const char* fileName = "manifest.json";
     static constexpr qint64 limitBytes = 65536;
     static constexpr qsizetype limitCharacters = 128; ///< of each text; none is empty or has control characters
 
     QString application;  ///< "application"
     QString version;      ///< "version", as in the feed
     QString system;       ///< "system": "linux"
-    QString architecture; ///< "architecture", as in program_check.h
+    QString architecture; ///< "architecture", as in machine.h
 };
 
 /// Other keys are ignored.

@@ -9,7 +9,6 @@
 #include <QString>
 #include <QtGlobal>
 
-#include <chrono>
 #include <system_error>
 
 #include <fcntl.h>
@@ -22,7 +21,7 @@ namespace {
 PortableStart* ofProgram = nullptr;
 
 FileIdentity identityOfFolder(const std::filesystem::path& folder) {
-    const OwnedDescriptor descriptor(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    const FileDescriptor descriptor(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
     const std::optional<FileIdentity> identity = identityOf(descriptor.get());
     if (!identity) {
         throw std::system_error(errno, std::generic_category(), "the program's folder");
@@ -79,7 +78,10 @@ void PortableStart::recover(char** arguments) {
         ::execv(program.c_str(), arguments);
         throw std::system_error(errno, std::generic_category(), program.native());
     }
-    removeStaleStaging(directory_, std::chrono::system_clock::now());
+    // The installer of an update that waits or works holds the lock, and needs its folder.
+    if (const std::optional<UpdateLock> lock = UpdateLock::tryAcquire(*place_)) {
+        removeStaleStaging(*place_, *lock);
+    }
 }
 
 void PortableStart::remember(const EngineState& state) {

@@ -15,10 +15,6 @@ namespace ovrel {
 
 namespace {
 
-/// Where they lie in every version, whatever an archive says.
-constexpr const char* installerProgram = "bin/ovrel-installer";
-constexpr const char* program = "bin/ovrel";
-
 constexpr QLatin1StringView systemName("linux");
 
 UpdateLock lockFor(const InstallationPlace& place) {
@@ -79,7 +75,7 @@ void Preparation::verify() {
 }
 
 void Preparation::unpack(const std::function<void(double)>& progress, const std::stop_token& stop) {
-    staging_ = Staging::create(environment_.directory);
+    staging_ = Staging::create(place_);
     tree_ = ovrel::unpack(*archive_, staging_->tree(), progress, stop);
     archive_.reset();
 }
@@ -100,11 +96,9 @@ void Preparation::check() const {
 
 PendingInstallation Preparation::launch() && {
     InstallerLaunch launch;
-    launch.installerProgram = installerProgram;
-    launch.staging = staging_->path().filename().native();
+    launch.staging = staging_->name();
     launch.top = tree_->name;
     launch.version = item_.item.versionString.toStdString();
-    launch.program = program;
     launch.environment = environment_.startEnvironment;
     try {
         WaitingInstaller installer = launchInstaller(place_, lock_, launch);

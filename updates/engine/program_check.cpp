@@ -1,9 +1,9 @@
 #include "updates/engine/program_check.h"
 
-#include "updates/engine/directory_walk.h"
 #include "updates/engine/installation_error.h"
+#include "updates/installation/installed_layout.h"
+#include "updates/installation/open_folder.h"
 
-#include <QSysInfo>
 #include <QtEndian>
 
 #include <algorithm>
@@ -42,7 +42,7 @@ static_assert(typeAt == offsetof(Elf32_Ehdr, e_type) && machineAt == offsetof(El
               versionAt == offsetof(Elf32_Ehdr, e_version));
 
 std::optional<Header> programHeader(int topFolder) {
-    const FileDescriptor folder = openDirectoryIn(topFolder, programFolder);
+    const FileDescriptor folder = openFolder(topFolder, programFolder);
     if (!folder) {
         return std::nullopt;
     }
@@ -70,11 +70,6 @@ bool isProgramFor(const Header& header, QStringView name) {
 }
 
 } // namespace
-
-QString ownArchitecture() {
-    const QString name = QSysInfo::buildCpuArchitecture();
-    return name == QLatin1StringView("arm64") ? QStringLiteral("aarch64") : name;
-}
 
 void checkProgram(int topFolder, QStringView architecture) {
     const std::optional<Header> header = programHeader(topFolder);

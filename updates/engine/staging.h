@@ -3,59 +3,50 @@
 #pragma once
 
 #include "platform/linux/file_descriptor.h"
+#include "updates/framework/update_error.h"
+#include "updates/installation/installation_place.h"
+#include "updates/installation/lock_file.h"
 
-#include <chrono>
-#include <filesystem>
 #include <string>
 #include <utility>
 
 namespace ovrel {
 
-/// A folder ".NAME-update-RANDOM" beside the folder NAME, for its owner alone, with a file "lock" and an empty folder
-/// "tree" in it. It is removed at the end, whatever has become of its name's surroundings: everything is reached
-/// through descriptors. Movable; one thread at a time.
+/// A folder beside the installation, for its owner alone, with an empty folder stagedTreeFolder in it. Its name is the
+/// place's stagingPrefix() and a token. It is removed at the end, whatever has become of its name's surroundings:
+/// everything is reached through descriptors. Whoever makes one holds the UpdateLock for as long as it is needed.
+/// Movable; one thread at a time.
 class Staging {
 public:
-    /// \param installation the installed program's folder, absolute
-    /// \throws UpdateError temporaryDirectory when there can be no such folder on the installation's file system
-    static Staging create(const std::filesystem::path& installation);
+    /// \throws UpdateError as stagingError() when there can be no such folder on the installation's file system
+    static Staging create(const InstallationPlace& place);
 
     ~Staging() { remove(); }
     Staging(Staging&& other) noexcept { *this = std::move(other); }
     Staging& operator=(Staging&& other) noexcept;
 
-    const std::filesystem::path& path() const { return path_; }
-    int parent() const { return parent_.get(); } ///< the folder that holds the installation too
-    int directory() const { return directory_.get(); }
+    const std::string& name() const { return name_; } ///< beside the installation; empty when it was given away
     int tree() const { return tree_.get(); }
 
-    /// The lock, held (flock) until the last copy of this descriptor is closed, also by a process that inherited it.
-    int lock() const { return lock_.get(); }
-
-    /// Leaves the folder to whoever inherited the lock.
+    /// Leaves the folder to whoever has the UpdateLock.
     void keep() { name_.clear(); }
 
 private:
     Staging() = default;
-
-    /// \return false when somebody took the folder for a stale one meanwhile
-    bool prepare();
     void remove() noexcept;
 
-    std::filesystem::path path_;
     std::string name_; // empty when there is nothing to remove
     FileDescriptor parent_;
     FileDescriptor directory_;
-    FileDescriptor lock_;
     FileDescriptor tree_;
 };
 
-/// How long a folder without a lock may lie there: its program may be about to make one.
-inline constexpr std::chrono::days unlockedStagingLife{10};
+/// Removes this user's staging folders beside the installation. Nobody needs them, because every update that is at work
+/// holds the lock; only the one that a journal names is left to the recovery. Failures stay for the next time.
+/// \param lock the installation's, as the right to do so
+void removeStaleStaging(const InstallationPlace& place, const UpdateLock& lock);
 
-/// Removes the staging folders beside `installation` that nobody uses: those whose lock nobody holds, and those of the
-/// same user that have had no lock for unlockedStagingLife. Failures stay for the next time.
-/// \param now against which the age of a folder counts
-void removeStaleStaging(const std::filesystem::path& installation, std::chrono::system_clock::time_point now);
+/// Temporary directory: nothing can be made beside the program.
+UpdateError stagingError();
 
 } // namespace ovrel

@@ -1,8 +1,9 @@
 #include "updates/engine/tree_writer.h"
 
-#include "updates/engine/directory_walk.h"
 #include "updates/framework/update_error.h"
+#include "updates/installation/open_folder.h"
 
+#include <optional>
 #include <system_error>
 
 #include <fcntl.h>
@@ -35,12 +36,12 @@ namespace {
     failForDisk();
 }
 
-std::pair<dev_t, ino_t> identityOf(int file) {
-    struct stat facts {};
-    if (::fstat(file, &facts) != 0) {
+FileIdentity identityOfOpen(int folder) {
+    const std::optional<FileIdentity> identity = identityOf(folder);
+    if (!identity) {
         failForDisk();
     }
-    return {facts.st_dev, facts.st_ino};
+    return *identity;
 }
 
 void flush(int file) {
@@ -52,7 +53,7 @@ void flush(int file) {
 } // namespace
 
 TreeWriter::TreeWriter(int root) : root_(root) {
-    folders_[{}] = {identityOf(root), {}};
+    folders_[{}] = {identityOfOpen(root), {}};
 }
 
 FileDescriptor TreeWriter::make(const AcceptedEntry& entry) {
@@ -62,13 +63,13 @@ FileDescriptor TreeWriter::make(const AcceptedEntry& entry) {
         if (::mkdirat(parent.get(), entry.name.c_str(), 0755) != 0) {
             failForName();
         }
-        const FileDescriptor directory = openDirectoryIn(parent.get(), entry.name);
+        const FileDescriptor directory = openFolder(parent.get(), entry.name);
         if (!directory) {
             failForName();
         }
         Path path = entry.folders;
         path.push_back(entry.name);
-        folders_[path] = {identityOf(directory.get()), {}};
+        folders_[path] = {identityOfOpen(directory.get()), {}};
     } else if (entry.kind == EntryKind::symbolicLink) {
         if (::symlinkat(entry.linkTarget.c_str(), parent.get(), entry.name.c_str()) != 0) {
             failForName();
@@ -119,13 +120,13 @@ void TreeWriter::finish() {
 }
 
 FileDescriptor TreeWriter::open(const std::vector<std::string>& folders) const {
-    FileDescriptor directory = openDirectoryIn(root_, ".");
+    FileDescriptor directory = openFolder(root_, ".");
     Path path;
     for (const std::string& name : folders) {
         if (!directory) {
             failForName();
         }
-        directory = openDirectoryIn(directory.get(), name);
+        directory = openFolder(directory.get(), name);
         path.push_back(name);
         const auto made = folders_.find(path);
         if (!directory || made == folders_.end() || identityOf(directory.get()) != made->second.identity) {

@@ -4,16 +4,14 @@
 
 #include "platform/linux/file_descriptor.h"
 #include "updates/engine/entry_policy.h"
+#include "updates/installation/file_identity.h"
 
 #include <cstddef>
 #include <map>
 #include <set>
 #include <span>
 #include <string>
-#include <utility>
 #include <vector>
-
-#include <sys/types.h>
 
 namespace ovrel {
 
@@ -43,7 +41,7 @@ public:
 private:
     using Path = std::vector<std::string>;
     struct Folder {
-        std::pair<dev_t, ino_t> identity;
+        FileIdentity identity;
         std::set<std::string> names;
     };
 

@@ -347,7 +347,7 @@ QCoro::Task<Updater::End> Updater::prepared(SPUUpdateCheck check, AppcastItem it
             Qt::QueuedConnection);
     };
     const auto installation = std::make_shared<std::optional<PendingInstallation>>();
-    // Named, because GCC 12 destroys such a temporary twice.
+    // Named, because GCC 12 destroys a lambda, or an aggregate in braces, twice where it is made within co_await.
     const std::function<void()> work = [preparation, report, gone, installation] {
         preparation->verify();
         preparation->unpack(report, gone);

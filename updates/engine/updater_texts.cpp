@@ -47,11 +47,6 @@ UpdateError unwritableInstallationError() {
                  u"The program's folder cannot be changed. Move it to a place where files belong to you.");
 }
 
-UpdateError stagingError() {
-    return error(SUError::temporaryDirectory, u"Рядом с программой не удалось создать временную папку.",
-                 u"A temporary folder could not be made beside the program.");
-}
-
 UpdateError otherUpdateError() {
     return error(SUError::temporaryDirectory, u"Эту копию Ovrel уже обновляет другое окно.",
                  u"This copy of Ovrel is already being updated by another window.");

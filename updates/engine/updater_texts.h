@@ -17,7 +17,6 @@ UpdateError wrongArchiveLengthError();
 /// \param owner the package manager, where it is known
 UpdateError managedInstallationError(const QString& owner);
 UpdateError unwritableInstallationError();
-UpdateError stagingError();
 UpdateError otherUpdateError();
 
 /// When memory ran out, for example.

@@ -1,5 +1,9 @@
 #include "updates/engine/worker.h"
 
+#include <QtConcurrentRun>
+
+#include <qcoro/qcorofuture.h>
+
 #include <utility>
 
 namespace ovrel {

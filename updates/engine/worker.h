@@ -4,9 +4,6 @@
 
 #include "updates/framework/update_error.h"
 
-#include <QtConcurrentRun>
-
-#include <qcoro/qcorofuture.h>
 #include <qcoro/qcorotask.h>
 
 #include <functional>

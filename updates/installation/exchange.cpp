@@ -1,5 +1,7 @@
 #include "updates/installation/exchange.h"
 
+#include "updates/installation/installed_layout.h"
+#include "updates/installation/open_folder.h"
 #include "updates/installation/tree_mark.h"
 
 #include <cerrno>
@@ -68,9 +70,9 @@ void takePlace(TreeCalls& calls, const InstallationPlace& place, const FileIdent
 
 KeptFiles install(TreeCalls& calls, const InstallationPlace& place, const InstallOrder& order) {
     require(readJournal(place) ? EBUSY : 0, "an update has not ended yet");
-    const OwnedDescriptor staging = openFolder(place.parent(), order.staging);
-    const OwnedDescriptor folder = staging ? openFolder(staging.get(), stagedTreeFolder) : OwnedDescriptor();
-    const OwnedDescriptor tree = folder ? openFolder(folder.get(), order.top) : OwnedDescriptor();
+    const FileDescriptor staging = openFolder(place.parent(), order.staging);
+    const FileDescriptor folder = staging ? openFolder(staging.get(), stagedTreeFolder) : FileDescriptor();
+    const FileDescriptor tree = folder ? openFolder(folder.get(), order.top) : FileDescriptor();
     require(tree && identityOf(tree.get()) == order.staged ? 0 : ESTALE, "the new tree is not the verified one");
     requireIdentity(place.parent(), place.name(), order.installed);
 

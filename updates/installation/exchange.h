@@ -12,9 +12,6 @@
 
 namespace ovrel {
 
-/// Name of the folder in an update's private folder that holds the new tree.
-inline constexpr const char* stagedTreeFolder = "tree";
-
 /// A tree that shall take the installation's place.
 struct IncomingTree {
     int folder = -1;       ///< the open folder that holds it

@@ -32,10 +32,6 @@ std::optional<FileIdentity> identityOf(int descriptor) {
     return folderIdentity(facts);
 }
 
-OwnedDescriptor openFolder(int folder, const std::string& name) {
-    return OwnedDescriptor(::openat(folder, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-}
-
 bool isPlainName(const std::string& name) {
     constexpr std::size_t longestName = 255;
     return !name.empty() && name.size() <= longestName && name != "." && name != ".." &&

@@ -2,8 +2,6 @@
 /// Which folder stands under a name, so that one put in its place is told from it.
 #pragma once
 
-#include "updates/installation/owned_descriptor.h"
-
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -24,10 +22,6 @@ std::optional<FileIdentity> identityOf(int folder, const std::string& name);
 
 /// \return nothing when the descriptor is none of a folder
 std::optional<FileIdentity> identityOf(int descriptor);
-
-/// Opens a folder without following a symbolic link.
-/// \return none when it does not exist or is no folder
-OwnedDescriptor openFolder(int folder, const std::string& name);
 
 /// Whether `name` is one step of a path: not empty, no slash, no NUL, neither "." nor "..", at most 255 bytes.
 bool isPlainName(const std::string& name);

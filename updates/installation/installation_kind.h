@@ -8,12 +8,6 @@
 
 namespace ovrel {
 
-/// Name of the file beside the program by which a packager says that updates come from them; its first line says who.
-inline constexpr const char* packagerMarkerName = "managed-by";
-
-/// Name of the file in the folder of a portable installation; its first line is the application's identifier.
-inline constexpr const char* portableMarkerName = "portable-installation";
-
 enum class InstallationKind {
     portable,    ///< the user's own folder, unpacked from an archive: it may update itself
     managed,     ///< a package manager, an administrator or another user keeps it

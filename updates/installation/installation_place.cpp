@@ -31,7 +31,7 @@ InstallationPlace::InstallationPlace(const std::filesystem::path& tree)
     }
 }
 
-InstallationPlace::InstallationPlace(OwnedDescriptor parent, std::string name)
+InstallationPlace::InstallationPlace(FileDescriptor parent, std::string name)
     : parent_(std::move(parent)), name_(std::move(name)) {}
 
 } // namespace ovrel

@@ -2,8 +2,8 @@
 /// Where an installation lies, and the names of what an update puts beside it.
 #pragma once
 
+#include "platform/linux/file_descriptor.h"
 #include "updates/installation/file_identity.h"
-#include "updates/installation/owned_descriptor.h"
 
 #include <filesystem>
 #include <string>
@@ -18,7 +18,7 @@ public:
     ///        an interrupted update has left under the name of the previous tree stands for the installation itself
     /// Throws std::system_error when the folder around it cannot be opened.
     explicit InstallationPlace(const std::filesystem::path& tree);
-    InstallationPlace(OwnedDescriptor parent, std::string name);
+    InstallationPlace(FileDescriptor parent, std::string name);
 
     int parent() const { return parent_.get(); }
     const std::string& name() const { return name_; }
@@ -34,7 +34,7 @@ public:
     std::string stagingPrefix() const { return "." + name_ + "-update-"; }
 
 private:
-    OwnedDescriptor parent_;
+    FileDescriptor parent_;
     std::string name_;
 };
 

@@ -1,6 +1,7 @@
 #include "updates/installation/installation_snapshot.h"
 
-#include "updates/installation/owned_descriptor.h"
+#include "platform/linux/file_descriptor.h"
+#include "updates/installation/installed_layout.h"
 
 #include <array>
 #include <cstdlib>
@@ -26,7 +27,7 @@ constexpr std::size_t accountBytes = 1U << 16U;
 
 /// The first line of a small file, printable ASCII only.
 std::optional<std::string> firstLineOf(const std::filesystem::path& file) {
-    const OwnedDescriptor open(::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    const FileDescriptor open(::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     if (!open) {
         return std::nullopt;
     }

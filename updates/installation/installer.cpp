@@ -4,7 +4,9 @@
 #include "updates/installation/exchange.h"
 #include "updates/installation/journal.h"
 #include "updates/installation/lock_file.h"
+#include "updates/installation/open_folder.h"
 #include "updates/installation/program_start.h"
+#include "updates/installation/read_file.h"
 #include "updates/installation/recovery.h"
 
 #include <array>
@@ -59,7 +61,7 @@ private:
 };
 
 /// Waits for the program's end, or for the word to give up.
-Wish awaitWish(const OwnedDescriptor& pipe, const OwnedDescriptor& program) {
+Wish awaitWish(const FileDescriptor& pipe, const FileDescriptor& program) {
     Words words(pipe.get());
     bool isOpen = true;
     for (;;) {
@@ -76,23 +78,6 @@ Wish awaitWish(const OwnedDescriptor& pipe, const OwnedDescriptor& program) {
             return words.contain(relaunchWord) ? Wish::installAndRelaunch : Wish::install;
         }
     }
-}
-
-std::vector<std::string> readEnvironment(int file) {
-    std::string bytes(environmentLimitBytes, '\0');
-    std::size_t filled = 0;
-    while (filled < bytes.size()) {
-        const ssize_t count = ::read(file, bytes.data() + filled, bytes.size() - filled);
-        if (count < 0 && errno == EINTR) {
-            continue;
-        }
-        if (count <= 0) {
-            break;
-        }
-        filled += static_cast<std::size_t>(count);
-    }
-    bytes.resize(filled);
-    return parseEnvironment(bytes);
 }
 
 std::string pathOf(int folder) {
@@ -115,13 +100,14 @@ void installGuarded(TreeCalls& calls, const InstallationPlace& place, const Inst
         }
         ::_exit(status);
     }
-    while (worker > 0 && ::waitpid(worker, nullptr, 0) < 0 && errno == EINTR) {
+    if (worker > 0) {
+        static_cast<void>(uninterrupted([&] { return ::waitpid(worker, nullptr, 0); }));
     }
 }
 
 pid_t startInstalled(const InstallationPlace& place, const InstallerOrder& order,
                      const std::vector<std::string>& environment, std::vector<std::string> arguments) {
-    const OwnedDescriptor tree = openFolder(place.parent(), place.name());
+    const FileDescriptor tree = openFolder(place.parent(), place.name());
     return startProgram({.tree = tree.get(),
                          .program = order.program,
                          .path = pathOf(tree.get()) + "/" + order.program,
@@ -166,8 +152,8 @@ std::optional<Journal> installAlone(TreeCalls& calls, const InstallationPlace& p
 }
 
 /// A descriptor at its number, kept from programs that are started.
-OwnedDescriptor inheritedAt(InstallerDescriptor number) {
-    OwnedDescriptor descriptor(static_cast<int>(number));
+FileDescriptor inheritedAt(InstallerDescriptor number) {
+    FileDescriptor descriptor(static_cast<int>(number));
     if (::fcntl(descriptor.get(), F_SETFD, FD_CLOEXEC) != 0) {
         static_cast<void>(descriptor.release());
     }
@@ -179,7 +165,8 @@ OwnedDescriptor inheritedAt(InstallerDescriptor number) {
 void runInstaller(TreeCalls& calls, const InstallationPlace& place, const InstallerOrder& order,
                   InstallerInheritance inherited) {
     const Wish wish = awaitWish(inherited.words, inherited.program);
-    const std::vector<std::string> environment = readEnvironment(inherited.environment.get());
+    const std::vector<std::string> environment =
+        parseEnvironment(readWhole(inherited.environment.get(), environmentLimitBytes).value_or(""));
     if (wish == Wish::cancel) {
         removeStaging(place, order, inherited.staging.get());
         return;
@@ -206,7 +193,7 @@ int installerMain(TreeCalls& calls, int argumentCount, char** arguments) {
     constexpr int refused = 2;
     const std::vector<std::string> words(arguments + (argumentCount > 0 ? 1 : 0), arguments + argumentCount);
     const std::optional<InstallerOrder> order = parseInstallerOrder(words);
-    OwnedDescriptor parent = inheritedAt(InstallerDescriptor::parent);
+    FileDescriptor parent = inheritedAt(InstallerDescriptor::parent);
     InstallerInheritance inherited = {.lock = inheritedAt(InstallerDescriptor::lock),
                                       .words = inheritedAt(InstallerDescriptor::words),
                                       .program = inheritedAt(InstallerDescriptor::program),

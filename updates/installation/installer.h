@@ -3,20 +3,20 @@
 /// the new version back when it does not start.
 #pragma once
 
+#include "platform/linux/file_descriptor.h"
 #include "updates/installation/installation_place.h"
 #include "updates/installation/installer_order.h"
-#include "updates/installation/owned_descriptor.h"
 #include "updates/installation/tree_calls.h"
 
 namespace ovrel {
 
 /// What the installer has inherited.
 struct InstallerInheritance {
-    OwnedDescriptor lock;        ///< the lock file with the update's lock
-    OwnedDescriptor words;       ///< the reading end of the pipe
-    OwnedDescriptor program;     ///< a pidfd
-    OwnedDescriptor environment; ///< a file
-    OwnedDescriptor staging;     ///< the update's private folder
+    FileDescriptor lock;        ///< the lock file with the update's lock
+    FileDescriptor words;       ///< the reading end of the pipe
+    FileDescriptor program;     ///< a pidfd
+    FileDescriptor environment; ///< a file
+    FileDescriptor staging;     ///< the update's private folder
 };
 
 /// Does an order to its end and returns. The trees are exchanged by a child process: should it be killed in the middle,

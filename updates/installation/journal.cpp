@@ -1,5 +1,6 @@
 #include "updates/installation/journal.h"
 
+#include "updates/installation/read_file.h"
 #include "updates/installation/tree_mark.h"
 
 #include <algorithm>
@@ -108,23 +109,6 @@ bool isSound(const Journal& journal) {
            isPlainName(journal.staging) && isPlainName(journal.top) && journal.startCount <= limitStarts;
 }
 
-std::string readBounded(int descriptor) {
-    std::string text(limitBytes + 1, '\0');
-    std::size_t filled = 0;
-    while (filled < text.size()) {
-        const ssize_t count = ::read(descriptor, text.data() + filled, text.size() - filled);
-        if (count < 0 && errno == EINTR) {
-            continue;
-        }
-        if (count <= 0) {
-            break;
-        }
-        filled += static_cast<std::size_t>(count);
-    }
-    text.resize(filled);
-    return text;
-}
-
 } // namespace
 
 std::string formatJournal(const Journal& journal) {
@@ -170,13 +154,14 @@ std::optional<Journal> parseJournal(std::string_view text) {
 }
 
 std::optional<Journal> readJournal(const InstallationPlace& place) {
-    const OwnedDescriptor file(
+    const FileDescriptor file(
         ::openat(place.parent(), place.journalName().c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     struct stat facts = {};
     if (!file || ::fstat(file.get(), &facts) != 0 || !S_ISREG(facts.st_mode) || facts.st_uid != ::geteuid()) {
         return std::nullopt;
     }
-    return parseJournal(readBounded(file.get()));
+    const std::optional<std::string> text = readWhole(file.get(), limitBytes);
+    return text ? parseJournal(*text) : std::nullopt;
 }
 
 void writeJournal(TreeCalls& calls, const InstallationPlace& place, const Journal& journal) {

@@ -1,6 +1,7 @@
 #include "updates/installation/launch_installer.h"
 
 #include "updates/installation/clean_environment.h"
+#include "updates/installation/open_folder.h"
 
 #include <array>
 #include <cerrno>
@@ -24,34 +25,33 @@ namespace {
 constexpr const char* copiedInstaller = "installer";
 constexpr int firstFree = static_cast<int>(InstallerDescriptor::end);
 
-OwnedDescriptor opened(int descriptor, const char* what) {
+FileDescriptor opened(int descriptor, const char* what) {
     require(descriptor < 0 ? errno : 0, what);
-    return OwnedDescriptor(descriptor);
+    return FileDescriptor(descriptor);
 }
 
-void copyInstaller(const InstallationPlace& place, const std::string& program, int staging) {
+void copyInstaller(const InstallationPlace& place, int staging) {
     constexpr mode_t ownerOnly = 0700;
     constexpr std::size_t stepBytes = 1U << 20U;
-    require(isPlainPath(program) ? 0 : EINVAL, "the installer has no plain path");
-    const OwnedDescriptor tree = openFolder(place.parent(), place.name());
-    const OwnedDescriptor source =
-        opened(::openat(tree.get(), program.c_str(), O_RDONLY | O_CLOEXEC), "cannot open the installer");
+    const FileDescriptor tree = openFolder(place.parent(), place.name());
+    const FileDescriptor source =
+        opened(::openat(tree.get(), installerPath, O_RDONLY | O_CLOEXEC), "cannot open the installer");
     static_cast<void>(::unlinkat(staging, copiedInstaller, 0));
-    const OwnedDescriptor target =
+    const FileDescriptor target =
         opened(::openat(staging, copiedInstaller, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, ownerOnly),
                "cannot copy the installer");
     require(::fchmod(target.get(), ownerOnly) == 0 ? 0 : errno, "cannot copy the installer");
     ssize_t count = 0;
     do {
-        count = ::sendfile(target.get(), source.get(), nullptr, stepBytes);
-    } while (count > 0 || (count < 0 && errno == EINTR));
+        count = uninterrupted([&] { return ::sendfile(target.get(), source.get(), nullptr, stepBytes); });
+    } while (count > 0);
     require(count < 0 ? errno : 0, "cannot copy the installer");
 }
 
-OwnedDescriptor environmentFile(const std::vector<std::string>& environment) {
+FileDescriptor environmentFile(const std::vector<std::string>& environment) {
     const std::string bytes = formatEnvironment(environment);
     require(bytes.size() > environmentLimitBytes ? E2BIG : 0, "too large an environment");
-    OwnedDescriptor file = opened(::memfd_create("environment", MFD_CLOEXEC | MFD_ALLOW_SEALING), "no memory file");
+    FileDescriptor file = opened(::memfd_create("environment", MFD_CLOEXEC | MFD_ALLOW_SEALING), "no memory file");
     const ssize_t written = ::write(file.get(), bytes.data(), bytes.size());
     require(written == static_cast<ssize_t>(bytes.size()) ? 0 : ENOSPC, "cannot hand over the environment");
     require(::lseek(file.get(), 0, SEEK_SET) == 0 ? 0 : errno, "cannot hand over the environment");
@@ -73,7 +73,7 @@ public:
         require(::posix_spawn_file_actions_addopen(&actions_, stream, "/dev/null", O_RDWR, 0), "no standard streams");
     }
     void hand(int descriptor, InstallerDescriptor as) {
-        OwnedDescriptor& copy = copies_.at(static_cast<std::size_t>(as));
+        FileDescriptor& copy = copies_.at(static_cast<std::size_t>(as));
         copy = opened(::fcntl(descriptor, F_DUPFD_CLOEXEC, firstFree), "cannot hand over a descriptor");
         require(::posix_spawn_file_actions_adddup2(&actions_, copy.get(), static_cast<int>(as)),
                 "cannot hand over a descriptor");
@@ -85,7 +85,7 @@ public:
 
 private:
     posix_spawn_file_actions_t actions_ = {};
-    std::array<OwnedDescriptor, firstFree> copies_;
+    std::array<FileDescriptor, firstFree> copies_;
 };
 
 /// A session of its own, so that neither a terminal nor the end of a session of the program's reaches it.
@@ -143,10 +143,7 @@ pid_t spawnInstaller(const SpawnActions& actions, std::vector<std::string> words
 /// The installer goes on in a process of its own as soon as it has accepted its order.
 void awaitAcceptance(pid_t process) {
     int status = 0;
-    pid_t ended = -1;
-    do {
-        ended = ::waitpid(process, &status, 0);
-    } while (ended < 0 && errno == EINTR);
+    const pid_t ended = uninterrupted([&] { return ::waitpid(process, &status, 0); });
     require(ended == process && WIFEXITED(status) && WEXITSTATUS(status) == 0 ? 0 : EINVAL,
             "the installer refuses its order");
 }
@@ -193,20 +190,20 @@ bool WaitingInstaller::say(const char* word) {
 
 WaitingInstaller launchInstaller(const InstallationPlace& place, const UpdateLock& lock,
                                  const InstallerLaunch& launch) {
-    const OwnedDescriptor staging = openFolder(place.parent(), launch.staging);
-    const OwnedDescriptor staged = staging ? openFolder(staging.get(), stagedTreeFolder) : OwnedDescriptor();
+    const FileDescriptor staging = openFolder(place.parent(), launch.staging);
+    const FileDescriptor staged = staging ? openFolder(staging.get(), stagedTreeFolder) : FileDescriptor();
     const std::optional<FileIdentity> installed = identityOf(place.parent(), place.name());
     const std::optional<FileIdentity> incoming = staged ? identityOf(staged.get(), launch.top) : std::nullopt;
     require(installed && incoming ? 0 : ENOENT, "no trees to exchange");
 
-    copyInstaller(place, launch.installerProgram, staging.get());
-    const OwnedDescriptor environment = environmentFile(launch.environment);
-    const OwnedDescriptor self =
+    copyInstaller(place, staging.get());
+    const FileDescriptor environment = environmentFile(launch.environment);
+    const FileDescriptor self =
         opened(static_cast<int>(::syscall(SYS_pidfd_open, ::getpid(), 0)), "no handle of this process");
     std::array<int, 2> ends = {-1, -1};
     require(::pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK) == 0 ? 0 : errno, "no pipe");
-    const OwnedDescriptor reading(ends[0]);
-    OwnedDescriptor writing(ends[1]);
+    const FileDescriptor reading(ends[0]);
+    FileDescriptor writing(ends[1]);
 
     SpawnActions actions;
     actions.leadNowhere(STDIN_FILENO);

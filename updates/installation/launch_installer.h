@@ -3,6 +3,7 @@
 #pragma once
 
 #include "updates/installation/installation_place.h"
+#include "updates/installation/installed_layout.h"
 #include "updates/installation/installer_order.h"
 #include "updates/installation/lock_file.h"
 
@@ -13,12 +14,10 @@ namespace ovrel {
 
 /// What the installer is to be told.
 struct InstallerLaunch {
-    std::string
-        installerProgram; ///< path of the installer within the installation, for example "libexec/ovrel-installer"
-    std::string staging;  ///< name of the update's private folder beside the installation; holds `tree`
-    std::string top;      ///< name of the verified tree in the folder `tree`
-    std::string version;  ///< of the new tree, 1 … 64 bytes without a slash
-    std::string program;  ///< path of the program in the installation and in the new tree
+    std::string staging;                  ///< name of the update's private folder beside the installation; holds `tree`
+    std::string top;                      ///< name of the verified tree in the folder `tree`
+    std::string version;                  ///< of the new tree, 1 … 64 bytes without a slash
+    std::string program = programPath;    ///< in the installation and in the new tree
     std::vector<std::string> environment; ///< for the next start, as currentEnvironment() gave it; at most 1 MiB
     unsigned watchMilliseconds = 10000;   ///< how long the new version is watched, 0 … 600000
 };
@@ -41,10 +40,10 @@ public:
 private:
     friend WaitingInstaller launchInstaller(const InstallationPlace& place, const UpdateLock& lock,
                                             const InstallerLaunch& launch);
-    explicit WaitingInstaller(OwnedDescriptor words) : words_(std::move(words)) {}
+    explicit WaitingInstaller(FileDescriptor words) : words_(std::move(words)) {}
     bool say(const char* word);
 
-    OwnedDescriptor words_;
+    FileDescriptor words_;
 };
 
 /// Copies the installer from the installation into the update's private folder and starts it. The folders that stand at

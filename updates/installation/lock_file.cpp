@@ -19,11 +19,7 @@ int setLock(int file, int command, short type, LockFile::Part part) {
     lock.l_whence = SEEK_SET;
     lock.l_start = static_cast<int>(part);
     lock.l_len = 1;
-    int result = 0;
-    do {
-        result = ::fcntl(file, command, &lock);
-    } while (result != 0 && errno == EINTR);
-    return result == 0 ? 0 : errno;
+    return uninterrupted([&] { return ::fcntl(file, command, &lock); }) == 0 ? 0 : errno;
 }
 
 bool tryLock(int file, short type, LockFile::Part part) {
@@ -45,7 +41,7 @@ void waitLock(int file, short type, LockFile::Part part) {
 
 LockFile::LockFile(const InstallationPlace& place) {
     constexpr mode_t ownerOnly = 0600;
-    file_ = OwnedDescriptor(
+    file_ = FileDescriptor(
         ::openat(place.parent(), place.lockName().c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, ownerOnly));
     if (!file_) {
         throw std::system_error(errno, std::generic_category(), "cannot open the lock file");

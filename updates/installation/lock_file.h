@@ -2,8 +2,8 @@
 /// The lock file beside an installation. Who holds it dies with the last copy of the descriptor, so nothing goes stale.
 #pragma once
 
+#include "platform/linux/file_descriptor.h"
 #include "updates/installation/installation_place.h"
-#include "updates/installation/owned_descriptor.h"
 
 #include <optional>
 
@@ -20,7 +20,7 @@ public:
 
     /// Creates the file, mode 0600, where it is missing. Throws std::system_error; also when it is another user's.
     explicit LockFile(const InstallationPlace& place);
-    explicit LockFile(OwnedDescriptor file) : file_(std::move(file)) {}
+    explicit LockFile(FileDescriptor file) : file_(std::move(file)) {}
 
     int descriptor() const { return file_.get(); }
 
@@ -35,7 +35,7 @@ public:
     void unlock(Part part);
 
 private:
-    OwnedDescriptor file_;
+    FileDescriptor file_;
 };
 
 /// The right to update an installation; there is one at a time. Ends with the object and all copies of its descriptor.

@@ -75,7 +75,7 @@ pid_t startProgram(const ProgramStart& start) {
 }
 
 ProgramEnd waitForEnd(pid_t process, unsigned limitMilliseconds) {
-    const OwnedDescriptor handle(static_cast<int>(::syscall(SYS_pidfd_open, process, 0)));
+    const FileDescriptor handle(static_cast<int>(::syscall(SYS_pidfd_open, process, 0)));
     pollfd ended = {.fd = handle.get(), .events = POLLIN, .revents = 0};
     if (!handle || ::poll(&ended, 1, static_cast<int>(limitMilliseconds)) <= 0) {
         return ProgramEnd::none;

@@ -2,7 +2,7 @@
 /// Starts the program again after an update, as a desktop would.
 #pragma once
 
-#include "updates/installation/owned_descriptor.h"
+#include "platform/linux/file_descriptor.h"
 
 #include <string>
 #include <vector>

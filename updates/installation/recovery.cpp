@@ -1,6 +1,8 @@
 #include "updates/installation/recovery.h"
 
 #include "updates/installation/exchange.h"
+#include "updates/installation/installed_layout.h"
+#include "updates/installation/open_folder.h"
 #include "updates/installation/tree_mark.h"
 
 #include <cerrno>
@@ -15,9 +17,9 @@ TreeKind kindAt(const InstallationPlace& place, const std::string& name, const J
 }
 
 /// The folder that held the new tree before the exchange, and the previous one for a moment after it.
-OwnedDescriptor openStagedFolder(const InstallationPlace& place, const Journal& journal) {
-    const OwnedDescriptor staging = openFolder(place.parent(), journal.staging);
-    return staging ? openFolder(staging.get(), stagedTreeFolder) : OwnedDescriptor();
+FileDescriptor openStagedFolder(const InstallationPlace& place, const Journal& journal) {
+    const FileDescriptor staging = openFolder(place.parent(), journal.staging);
+    return staging ? openFolder(staging.get(), stagedTreeFolder) : FileDescriptor();
 }
 
 /// The private folder of an update that has ended.
@@ -33,7 +35,7 @@ void write(TreeCalls& calls, const InstallationPlace& place, Journal& journal, J
 }
 
 std::optional<Journal> settleExchange(TreeCalls& calls, const InstallationPlace& place, Journal journal) {
-    const OwnedDescriptor staged = openStagedFolder(place, journal);
+    const FileDescriptor staged = openStagedFolder(place, journal);
     const std::string previous = place.previousName();
     TreeKind inPlace = kindAt(place, place.name(), journal);
     if (inPlace == TreeKind::none && kindAt(place, previous, journal) == TreeKind::unmarked) {
@@ -193,7 +195,7 @@ KeptFiles confirmHealthyStart(TreeCalls& calls, const InstallationPlace& place) 
     const std::optional<UpdateLock> lock = UpdateLock::acquireSoon(place);
     require(lock ? 0 : EBUSY, "an update is at work");
     std::optional<Journal> journal = readJournal(place);
-    const OwnedDescriptor tree = openFolder(place.parent(), place.name());
+    const FileDescriptor tree = openFolder(place.parent(), place.name());
     if (!tree || (journal && journal->state != JournalState::installed && journal->state != JournalState::confirmed)) {
         return {};
     }

@@ -1,6 +1,6 @@
 #include "updates/installation/tree_calls.h"
 
-#include "updates/installation/owned_descriptor.h"
+#include "platform/linux/file_descriptor.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -21,11 +21,12 @@ int errorOf(int result) {
 int writeAll(int descriptor, const std::string& content) {
     std::size_t written = 0;
     while (written < content.size()) {
-        const ssize_t count = ::write(descriptor, content.data() + written, content.size() - written);
-        if (count < 0 && errno != EINTR) {
+        const ssize_t count =
+            uninterrupted([&] { return ::write(descriptor, content.data() + written, content.size() - written); });
+        if (count < 0) {
             return errno;
         }
-        written += count < 0 ? 0 : static_cast<std::size_t>(count);
+        written += static_cast<std::size_t>(count);
     }
     return errorOf(::fsync(descriptor));
 }
@@ -54,7 +55,7 @@ int TreeCalls::replace(int folder, const std::string& from, const std::string& t
 
 int TreeCalls::create(int folder, const std::string& name, const std::string& content) {
     constexpr mode_t ownerOnly = 0600;
-    const OwnedDescriptor file(
+    const FileDescriptor file(
         ::openat(folder, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, ownerOnly));
     if (!file) {
         return errno;

@@ -1,5 +1,9 @@
 #include "updates/installation/tree_mark.h"
 
+#include "updates/installation/installed_layout.h"
+#include "updates/installation/open_folder.h"
+#include "updates/installation/read_file.h"
+
 #include "updates/installation/file_identity.h"
 
 #include <array>
@@ -47,15 +51,12 @@ void unmarkTree(TreeCalls& calls, int tree) {
 }
 
 TreeKind treeKind(int folder, const std::string& name, const std::string& token) {
-    const OwnedDescriptor tree = openFolder(folder, name);
+    const FileDescriptor tree = openFolder(folder, name);
     if (!tree) {
         return TreeKind::none;
     }
-    const OwnedDescriptor file(::openat(tree.get(), treeMarkName, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
-    std::array<char, tokenBytes* 2 + 1> content = {};
-    const ssize_t count = file ? ::read(file.get(), content.data(), content.size()) : 0;
-    const bool marked = count > 0 && std::string_view(content.data(), static_cast<std::size_t>(count)) == token;
-    return marked ? TreeKind::marked : TreeKind::unmarked;
+    const FileDescriptor file(::openat(tree.get(), treeMarkName, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    return file && readWhole(file.get(), token.size()) == token ? TreeKind::marked : TreeKind::unmarked;
 }
 
 } // namespace ovrel

@@ -8,9 +8,6 @@
 
 namespace ovrel {
 
-/// Name of the file in the new tree's folder that carries the mark.
-inline constexpr const char* treeMarkName = ".update-mark";
-
 /// A token that no other update has: 32 lower-case hexadecimal digits. Throws std::system_error without randomness.
 std::string newToken();
 bool isToken(const std::string& text);

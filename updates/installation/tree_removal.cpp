@@ -1,18 +1,20 @@
 #include "updates/installation/tree_removal.h"
 
 #include "updates/installation/file_identity.h"
-#include "updates/installation/tree_mark.h"
+#include "updates/installation/installed_layout.h"
+#include "updates/installation/open_folder.h"
+#include "updates/installation/read_file.h"
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
+#include <exception>
 #include <functional>
-#include <memory>
 #include <optional>
 #include <set>
 #include <system_error>
 #include <utility>
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -23,109 +25,96 @@ namespace {
 
 constexpr std::size_t limitListBytes = 4U << 20U;
 constexpr std::size_t limitReportedFiles = 1000;
-constexpr int limitDepth = 64; // each level holds two descriptors
-
-struct CloseFolder {
-    void operator()(DIR* folder) const { static_cast<void>(::closedir(folder)); }
-};
-
-struct Entry {
-    std::string name;
-    bool isFolder = false;
-    bool sameVolume = false;
-};
-
-std::vector<Entry> entriesOf(int folder) {
-    std::vector<Entry> entries;
-    OwnedDescriptor again = openFolder(folder, ".");
-    const std::unique_ptr<DIR, CloseFolder> stream(again ? ::fdopendir(again.get()) : nullptr);
-    const std::optional<FileIdentity> self = identityOf(folder);
-    if (!stream || !self) {
-        return entries;
-    }
-    static_cast<void>(again.release());
-    while (const dirent* found = ::readdir(stream.get())) {
-        Entry entry{.name = found->d_name};
-        struct stat facts = {};
-        if (!isPlainName(entry.name) || ::fstatat(folder, entry.name.c_str(), &facts, AT_SYMLINK_NOFOLLOW) != 0) {
-            continue;
-        }
-        entry.isFolder = S_ISDIR(facts.st_mode);
-        entry.sameVolume = facts.st_dev == self->device;
-        entries.push_back(std::move(entry));
-    }
-    return entries;
-}
+constexpr int limitDepth = 128; // each level holds a descriptor, and no tree of ours comes near it
 
 /// Removes the files of a tree that `mayGo`, and the folders that are empty then.
 class Remover {
 public:
     using Decision = std::function<bool(const std::string& path)>;
 
-    explicit Remover(Decision mayGo) : mayGo_(std::move(mayGo)) {}
+    /// \param folder what stands at `name` in `parent`, open; outlives this
+    Remover(int parent, std::string name, int folder, Decision mayGo)
+        : parent_(parent)
+        , name_(std::move(name))
+        , folder_(folder)
+        , volume_(identityOf(folder).value_or(FileIdentity()).device)
+        , mayGo_(std::move(mayGo)) {}
 
     /// \return whether the folder is gone
-    bool removeFolder(int parent, const std::string& name, const std::string& prefix, int depth = 0) {
-        const OwnedDescriptor folder = openFolder(parent, name);
-        if (!folder || depth > limitDepth) {
-            kept_.push_back(prefix);
-            return false;
-        }
-        // Trees may hold folders without the right to write; they are the user's own, so a failure shows below.
-        static_cast<void>(::fchmod(folder.get(), S_IRWXU));
-        bool isEmpty = true;
-        for (const Entry& entry : entriesOf(folder.get())) {
-            isEmpty = removeEntry(folder.get(), entry, prefix, depth) && isEmpty;
-        }
-        return isEmpty && unlink(parent, name, AT_REMOVEDIR);
-    }
+    bool remove() { return empty(folder_, "", 0) && unlink(parent_, name_, AT_REMOVEDIR); }
 
     std::vector<std::string> kept() && { return std::move(kept_); }
     int error() const { return error_; }
 
 private:
-    bool removeEntry(int folder, const Entry& entry, const std::string& prefix, int depth) {
-        const std::string path = prefix.empty() ? entry.name : prefix + "/" + entry.name;
-        if (entry.isFolder && entry.sameVolume) {
-            return removeFolder(folder, entry.name, path, depth + 1);
+    /// \return whether nothing is in the folder any more
+    bool empty(int folder, const std::string& path, int depth) {
+        if (depth > limitDepth) {
+            return keep(path);
         }
-        if (entry.isFolder || !mayGo_(path)) {
-            kept_.push_back(path);
-            return false;
+        // Trees may hold folders without the right to write; they are the user's own, so a failure shows below.
+        static_cast<void>(::fchmod(folder, S_IRWXU));
+        std::vector<std::string> names;
+        try {
+            names = namesIn(folder);
+        } catch (const std::system_error&) {
+            return keep(path);
         }
-        return unlink(folder, entry.name, 0);
+        bool isEmpty = true;
+        for (const std::string& name : names) {
+            isEmpty = removeEntry(folder, name, inFolder(path, name), depth) && isEmpty;
+        }
+        return isEmpty;
     }
 
-    bool unlink(int folder, const std::string& name, int flags) {
-        if (::unlinkat(folder, name.c_str(), flags) == 0 || errno == ENOENT) {
+    bool removeEntry(int parent, const std::string& name, const std::string& path, int depth) {
+        const std::optional<FileIdentity> identity = identityOf(parent, name);
+        if (!identity) {
+            return mayGo_(path) ? unlink(parent, name, 0) : keep(path);
+        }
+        const FileDescriptor folder = openFolder(parent, name);
+        if (!folder || identity->device != volume_ || identityOf(folder.get()) != identity) {
+            return keep(path);
+        }
+        return empty(folder.get(), path, depth + 1) && unlink(parent, name, AT_REMOVEDIR);
+    }
+
+    static std::string inFolder(std::string path, const std::string& name) {
+        if (!path.empty()) {
+            path += '/';
+        }
+        return path += name;
+    }
+
+    bool keep(const std::string& path) {
+        kept_.push_back(path);
+        return false;
+    }
+
+    bool unlink(int parent, const std::string& name, int flags) {
+        if (::unlinkat(parent, name.c_str(), flags) == 0 || errno == ENOENT) {
             return true;
         }
         error_ = errno;
         return false;
     }
 
+    int parent_;
+    std::string name_;
+    int folder_;
+    std::uint64_t volume_;
     Decision mayGo_;
     std::vector<std::string> kept_;
     int error_ = 0;
 };
 
 std::optional<std::string> readList(int tree) {
-    const OwnedDescriptor file(::openat(tree, installedFilesName, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    const FileDescriptor file(::openat(tree, installedFilesName, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     struct stat facts = {};
-    if (!file || ::fstat(file.get(), &facts) != 0 || !S_ISREG(facts.st_mode) || facts.st_size < 0 ||
-        static_cast<std::size_t>(facts.st_size) > limitListBytes) {
+    if (!file || ::fstat(file.get(), &facts) != 0 || !S_ISREG(facts.st_mode)) {
         return std::nullopt;
     }
-    std::string text(static_cast<std::size_t>(facts.st_size), '\0');
-    std::size_t filled = 0;
-    while (filled < text.size()) {
-        const ssize_t count = ::read(file.get(), text.data() + filled, text.size() - filled);
-        if (count <= 0) {
-            return std::nullopt;
-        }
-        filled += static_cast<std::size_t>(count);
-    }
-    return text;
+    return readWhole(file.get(), limitListBytes);
 }
 
 std::set<std::string> linesOf(const std::string& text) {
@@ -156,7 +145,7 @@ std::string keepUnderFreeName(TreeCalls& calls, int parent, const std::string& n
 } // namespace
 
 KeptFiles removeInstalledTree(TreeCalls& calls, int parent, const std::string& name, const std::string& keptName) {
-    const OwnedDescriptor tree = openFolder(parent, name);
+    const FileDescriptor tree = openFolder(parent, name);
     if (!tree) {
         return {};
     }
@@ -166,8 +155,8 @@ KeptFiles removeInstalledTree(TreeCalls& calls, int parent, const std::string& n
     if (listed) {
         known.insert(treeMarkName);
     }
-    Remover remover([&](const std::string& path) { return known.contains(path); });
-    static_cast<void>(remover.removeFolder(parent, name, ""));
+    Remover remover(parent, name, tree.get(), [&](const std::string& path) { return known.contains(path); });
+    static_cast<void>(remover.remove());
     require(remover.error() == ENOTEMPTY ? 0 : remover.error(), "cannot remove a tree");
     std::vector<std::string> kept = std::move(remover).kept();
     if (listed) {
@@ -182,11 +171,20 @@ KeptFiles removeInstalledTree(TreeCalls& calls, int parent, const std::string& n
     return {.folder = keepUnderFreeName(calls, parent, name, keptName), .files = std::move(kept)};
 }
 
-bool removeTree(int parent, const std::string& name) {
+bool removeTree(int parent, const std::string& name) noexcept {
     if (!identityOf(parent, name)) {
         return true;
     }
-    return Remover([](const std::string&) { return true; }).removeFolder(parent, name, "");
+    const FileDescriptor folder = openFolder(parent, name);
+    return folder && removeTree(parent, name, folder.get());
+}
+
+bool removeTree(int parent, const std::string& name, int folder) noexcept {
+    try {
+        return Remover(parent, name, folder, [](const std::string&) { return true; }).remove();
+    } catch (const std::exception&) { // no memory
+        return false;
+    }
 }
 
 } // namespace ovrel

@@ -9,10 +9,6 @@
 
 namespace ovrel {
 
-/// Name of the file in an installation's folder that lists what the installation brought: paths of files and symbolic
-/// links relative to the folder, one a line, itself included. At most 4 MiB.
-inline constexpr const char* installedFilesName = "installed-files.txt";
-
 /// What a removed tree held that no installation had brought.
 struct KeptFiles {
     std::string folder;             ///< its name beside the installation now; empty when nothing had to be kept
@@ -29,9 +25,14 @@ struct KeptFiles {
 /// Throws std::system_error when something of the installation's cannot be removed; the tree may be removed again then.
 KeptFiles removeInstalledTree(TreeCalls& calls, int parent, const std::string& name, const std::string& keptName);
 
-/// Removes a folder with all that it holds, following no symbolic link and crossing to no other volume. What does not
-/// exist is removed already.
+/// Removes a folder with all that it holds, following no symbolic link and crossing to no other volume. Goes on after a
+/// failure. What does not exist is removed already.
 /// \return false when something remains
-bool removeTree(int parent, const std::string& name);
+bool removeTree(int parent, const std::string& name) noexcept;
+
+/// \param folder what `name` was opened as: only this is emptied, whatever bears the name by now, and the name goes
+/// only
+///     if it is that of an empty folder then
+bool removeTree(int parent, const std::string& name, int folder) noexcept;
 
 } // namespace ovrel

@@ -53,10 +53,10 @@ protected:
     ArchiveTest() {
         folder_.write("Ovrel/bin/ovrel", "old program");
         folder_.write("precious/file", "precious");
-        staging_ = Staging::create(folder_ / "Ovrel");
+        staging_ = Staging::create(InstallationPlace(folder_ / "Ovrel"));
     }
 
-    fs::path tree() const { return staging_->path() / "tree"; }
+    fs::path tree() const { return folder_ / staging_->name() / "tree"; }
 
     std::string unpackInto(int directory, std::string_view bytes, const ArchiveLimits& limits = {}) const {
         return failureOf([&] {
@@ -71,7 +71,7 @@ protected:
 
     void startAfresh() {
         staging_.reset();
-        staging_ = Staging::create(folder_ / "Ovrel");
+        staging_ = Staging::create(InstallationPlace(folder_ / "Ovrel"));
     }
 
     /// Nothing but the staging folder has changed, and that goes.
@@ -392,7 +392,7 @@ TEST_F(ArchiveTest, ThatDoesNotFitOntoTheDiskLeavesNothing) {
         mountMemory(folder_ / "small", "size=2m,nr_inodes=100");
         folder_.write("small/Ovrel/bin/ovrel", "old program");
         {
-            const Staging staging = Staging::create(folder_ / "small/Ovrel");
+            const Staging staging = Staging::create(InstallationPlace(folder_ / "small/Ovrel"));
             EXPECT_EQ(unpackInto(staging.tree(), bytes), damaged);
         }
         EXPECT_EQ(std::distance(fs::directory_iterator(folder_ / "small"), fs::directory_iterator()), 1);
@@ -410,7 +410,7 @@ TEST_F(ArchiveTest, ThatNeedsMoreFilesThanTheDiskHasLeavesNothing) {
         mountMemory(folder_ / "small", "size=2m,nr_inodes=12");
         folder_.write("small/Ovrel/bin/ovrel", "old program");
         {
-            const Staging staging = Staging::create(folder_ / "small/Ovrel");
+            const Staging staging = Staging::create(InstallationPlace(folder_ / "small/Ovrel"));
             EXPECT_EQ(unpackInto(staging.tree(), bytes), damaged);
         }
         EXPECT_EQ(std::distance(fs::directory_iterator(folder_ / "small"), fs::directory_iterator()), 1);

@@ -423,15 +423,7 @@ TEST_F(UpdaterCheck, EndsSilentlyWithTheUpdater) {
         recorder_.calls.clear();
         recorder_.offerAnswer = SPUUserUpdateChoice::dismiss;
         start();
-        recorder_.during[when] = [this] {
-            QMetaObject::invokeMethod(
-                QCoreApplication::instance(), [this] { updater_.reset(); }, Qt::QueuedConnection);
-        };
-        updater_->checkForUpdates();
-        turnUntil([this] { return !updater_; });
-        const Calls before = recorder_.calls;
-        EXPECT_TRUE(networkEnds());
-        EXPECT_EQ(recorder_.calls, before);
+        checkUntilTheUpdaterGoes(when);
     }
 }
 

@@ -178,15 +178,7 @@ TEST_F(UpdaterInstallation, EndsWithTheUpdaterAtAnyStep) {
         recorder_.during.clear();
         recorder_.readyAnswer = Choice::install;
         start();
-        recorder_.during[when] = [this] {
-            QMetaObject::invokeMethod(
-                QCoreApplication::instance(), [this] { updater_.reset(); }, Qt::QueuedConnection);
-        };
-        updater_->checkForUpdates();
-        turnUntil([this] { return !updater_; });
-        const Calls before = recorder_.calls;
-        EXPECT_TRUE(networkEnds());
-        EXPECT_EQ(recorder_.calls, before);
+        checkUntilTheUpdaterGoes(when);
         QThreadPool::globalInstance()->waitForDone();
         for (const std::filesystem::directory_entry& entry : std::filesystem::directory_iterator(parent())) {
             if (entry.path().filename().native().starts_with(".ovrel-")) {
@@ -416,6 +408,24 @@ TEST_F(UpdaterInstallation, IsLeftToOneUpdaterAtATime) {
     EXPECT_EQ(other.count("U.showUpdaterError 2000"), 1) << testing::PrintToString(other.calls);
     (*recorder_.ready)(Choice::skip);
     waitForEnd();
+}
+
+TEST_F(UpdaterInstallation, KeepsItsFolderFromOtherStartsForAsLongAsAnInstallerLives) {
+    const InstallationPlace place(installation());
+    prepare();
+    EXPECT_FALSE(UpdateLock::tryAcquire(place));
+    updater_.reset();
+    EXPECT_FALSE(UpdateLock::tryAcquire(place)) << "the installer waits for the end of the program";
+    EXPECT_EQ(stagingCount(), 1);
+}
+
+TEST_F(UpdaterInstallation, OfAnInstallerThatGaveUpLeavesTheLockFree) {
+    recorder_.readyAnswer = Choice::skip;
+    checkAsked();
+    const InstallationPlace place(installation());
+    const std::optional<UpdateLock> lock = UpdateLock::acquireSoon(place);
+    ASSERT_TRUE(lock);
+    EXPECT_TRUE(becomesUnchanged());
 }
 
 TEST_F(UpdaterInstallation, OffersAVersionThatDidNotStartOnlyWhenAsked) {

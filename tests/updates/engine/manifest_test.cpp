@@ -1,6 +1,6 @@
+#include "platform/linux/file_descriptor.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/updates/engine/update_failure.h"
-#include "updates/engine/directory_walk.h"
 #include "updates/engine/manifest.h"
 
 #include <gtest/gtest.h>

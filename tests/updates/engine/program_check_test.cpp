@@ -1,5 +1,6 @@
 #include "tests/support/temporary_folder.h"
 #include "tests/updates/engine/update_failure.h"
+#include "updates/engine/machine.h"
 #include "updates/engine/program_check.h"
 
 #include "platform/linux/file_descriptor.h"
@@ -50,7 +51,7 @@ protected:
 TEST_F(ProgramCheckTest, TakesWhatRunsHere) {
     fs::create_directory(folder_ / "bin");
     fs::copy_file("/proc/self/exe", folder_ / "bin/ovrel");
-    EXPECT_EQ(check(ownArchitecture()), "");
+    EXPECT_EQ(check(Machine::thisOne().architecture), "");
 }
 
 TEST_F(ProgramCheckTest, KnowsTheProcessor) {

@@ -153,6 +153,18 @@ void UpdaterTest::checkInBackground() {
     waitForEnd();
 }
 
+void UpdaterTest::checkUntilTheUpdaterGoes(const std::string& after) {
+    recorder_.during[after] = [this] {
+        QMetaObject::invokeMethod(
+            QCoreApplication::instance(), [this] { updater_.reset(); }, Qt::QueuedConnection);
+    };
+    updater_->checkForUpdates();
+    turnUntil([this] { return !updater_; });
+    const Calls before = recorder_.calls;
+    EXPECT_TRUE(networkEnds());
+    EXPECT_EQ(recorder_.calls, before);
+}
+
 std::string UpdaterTest::contentOfInstallation() const {
     std::map<std::string, std::string> files;
     for (const fs::directory_entry& entry : fs::recursive_directory_iterator(installation())) {

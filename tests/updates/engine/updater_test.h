@@ -56,6 +56,8 @@ protected:
     void checkAsked();
     void checkInBackground();
     void waitForEnd();
+    /// A session during which the updater goes away, after this call; nothing may be called then.
+    void checkUntilTheUpdaterGoes(const std::string& after);
     void waitFor(const std::string& call);
     /// Whether every download ends within ten seconds.
     static bool networkEnds();

@@ -3,6 +3,7 @@
 #include "tests/support/private_mounts.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/support/unprivileged.h"
+#include "updates/installation/installed_layout.h"
 
 #include <filesystem>
 #include <fstream>

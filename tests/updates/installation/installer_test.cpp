@@ -3,6 +3,7 @@
 #include "tests/updates/installation/played_installation.h"
 #include "tests/updates/installation/test_trees.h"
 #include "updates/installation/clean_environment.h"
+#include "updates/installation/installed_layout.h"
 #include "updates/installation/instance_lock.h"
 #include "updates/installation/launch_installer.h"
 #include "updates/installation/recovery.h"
@@ -214,12 +215,7 @@ int errorOfLaunch(const InstallationPlace& place, const InstallerLaunch& launch)
 }
 
 InstallerLaunch someLaunch() {
-    return {.installerProgram = "libexec/ovrel-installer",
-            .staging = PlayedInstallation::staging,
-            .top = "ovrel",
-            .version = "2.4",
-            .program = "bin/ovrel",
-            .environment = {}};
+    return {.staging = PlayedInstallation::staging, .top = "ovrel", .version = "2.4", .environment = {}};
 }
 
 TEST(LaunchInstaller, SaysWhatIsWrong) {
@@ -231,17 +227,13 @@ TEST(LaunchInstaller, SaysWhatIsWrong) {
     launch.program = "../bin/ovrel";
     EXPECT_EQ(errorOfLaunch(played.place(), launch), EINVAL);
     launch = someLaunch();
-    launch.installerProgram = "/bin/sh";
-    EXPECT_EQ(errorOfLaunch(played.place(), launch), EINVAL);
-    launch = someLaunch();
-    launch.installerProgram = "libexec/missing";
-    EXPECT_EQ(errorOfLaunch(played.place(), launch), ENOENT);
-    launch = someLaunch();
-    launch.installerProgram = "version";
-    EXPECT_EQ(errorOfLaunch(played.place(), launch), ENOEXEC);
-    launch = someLaunch();
     launch.top = "missing";
     EXPECT_EQ(errorOfLaunch(played.place(), launch), ENOENT);
+    const fs::path installer = played.tree() / installerPath;
+    fs::remove(installer);
+    EXPECT_EQ(errorOfLaunch(played.place(), someLaunch()), ENOENT);
+    std::ofstream(installer) << "no program";
+    EXPECT_EQ(errorOfLaunch(played.place(), someLaunch()), ENOEXEC);
     EXPECT_TRUE(UpdateLock::tryAcquire(played.place()));
 }
 

@@ -36,11 +36,11 @@ TEST(LockFile, KeepsAnotherProcessOut) {
 
 TEST(LockFile, StaysLockedWhileAChildHasTheDescriptor) {
     const TestTrees trees;
-    OwnedDescriptor inherited;
+    FileDescriptor inherited;
     {
         const auto lock = UpdateLock::tryAcquire(trees.place());
         ASSERT_TRUE(lock);
-        inherited = OwnedDescriptor(::dup(lock->descriptor()));
+        inherited = FileDescriptor(::dup(lock->descriptor()));
     }
     EXPECT_FALSE(UpdateLock::tryAcquire(trees.place()));
     inherited.close();

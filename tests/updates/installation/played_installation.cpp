@@ -1,6 +1,6 @@
 #include "tests/updates/installation/played_installation.h"
 
-#include "updates/installation/tree_removal.h"
+#include "updates/installation/installed_layout.h"
 
 #include <algorithm>
 #include <array>
@@ -21,15 +21,14 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::array<const char*, 5> playedFiles = {"behaviour", "bin/ovrel", installedFilesName,
-                                                    "libexec/ovrel-installer", "version"};
+constexpr std::array<const char*, 5> playedFiles = {"behaviour", programPath, installerPath, installedFilesName,
+                                                    "version"};
 
 void makePlayedTree(const fs::path& tree, const std::string& version, const std::string& installer,
                     const std::string& behaviour) {
     fs::create_directories(tree / "bin");
-    fs::create_directories(tree / "libexec");
-    fs::copy_file(OVREL_TEST_PROGRAM, tree / "bin" / "ovrel");
-    fs::copy_file(installer, tree / "libexec" / "ovrel-installer");
+    fs::copy_file(OVREL_TEST_PROGRAM, tree / programPath);
+    fs::copy_file(installer, tree / installerPath);
     std::ofstream(tree / "version") << version;
     std::ofstream(tree / "behaviour") << behaviour;
     std::ofstream list(tree / installedFilesName);
@@ -38,12 +37,12 @@ void makePlayedTree(const fs::path& tree, const std::string& version, const std:
     }
 }
 
-std::pair<OwnedDescriptor, OwnedDescriptor> newPipe() {
+std::pair<FileDescriptor, FileDescriptor> newPipe() {
     std::array<int, 2> ends = {-1, -1};
     if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
         throw std::runtime_error("no pipe");
     }
-    return {OwnedDescriptor(ends[0]), OwnedDescriptor(ends[1])};
+    return {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
 }
 
 std::vector<char*> pointersTo(std::vector<std::string>& words) {

@@ -2,9 +2,9 @@
 /// An installation of a real program on the disk, an update to it, and the processes of both.
 #pragma once
 
+#include "platform/linux/file_descriptor.h"
 #include "tests/support/temporary_folder.h"
 #include "updates/installation/installation_place.h"
-#include "updates/installation/owned_descriptor.h"
 
 #include <filesystem>
 #include <string>
@@ -37,8 +37,8 @@ public:
 
 private:
     friend class PlayedInstallation;
-    OwnedDescriptor input_;
-    OwnedDescriptor output_;
+    FileDescriptor input_;
+    FileDescriptor output_;
 };
 
 /// "ovrel" of version 2.3, with a verified update to 2.4 beside it.

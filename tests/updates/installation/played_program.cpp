@@ -33,7 +33,7 @@ std::ofstream newRecord() {
     const fs::path folder = std::getenv("OVREL_TEST_RECORD");
     for (int number = 100;; ++number) {
         const fs::path file = folder / ("start-" + std::to_string(number));
-        const OwnedDescriptor created(::open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+        const FileDescriptor created(::open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
         if (created) {
             return std::ofstream(file);
         }
@@ -89,13 +89,9 @@ int play(const std::vector<std::string>& words, const InstallationPlace& place) 
     std::signal(SIGHUP, SIG_IGN);
     static_cast<void>(::fcntl(STDIN_FILENO, F_DUPFD, 100));
 
-    std::optional<WaitingInstaller> installer = launchInstaller(place, *lock,
-                                                                {.installerProgram = "libexec/ovrel-installer",
-                                                                 .staging = words.at(2),
-                                                                 .top = words.at(3),
-                                                                 .version = words.at(4),
-                                                                 .program = "bin/ovrel",
-                                                                 .environment = currentEnvironment()});
+    std::optional<WaitingInstaller> installer = launchInstaller(
+        place, *lock,
+        {.staging = words.at(2), .top = words.at(3), .version = words.at(4), .environment = currentEnvironment()});
     lock.reset();
     const bool said = (story == "relaunch" && installer->relaunch()) || (story == "cancel" && installer->cancel()) ||
                       (story == "relaunch, then cancel" && installer->relaunch() && installer->cancel()) ||

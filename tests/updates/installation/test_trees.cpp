@@ -1,6 +1,6 @@
 #include "tests/updates/installation/test_trees.h"
 
-#include "updates/installation/tree_removal.h"
+#include "updates/installation/installed_layout.h"
 
 #include <algorithm>
 #include <array>

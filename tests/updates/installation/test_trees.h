@@ -5,6 +5,7 @@
 #include "tests/support/temporary_folder.h"
 #include "updates/installation/exchange.h"
 #include "updates/installation/installation_place.h"
+#include "updates/installation/installed_layout.h"
 #include "updates/installation/tree_calls.h"
 
 #include <filesystem>

@@ -1,6 +1,7 @@
 #include "updates/installation/tree_removal.h"
 
 #include "tests/updates/installation/test_trees.h"
+#include "updates/installation/installed_layout.h"
 
 #include <cerrno>
 #include <filesystem>
