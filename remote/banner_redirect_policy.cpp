@@ -76,14 +76,33 @@ bool staysInside(QByteArray path) {
     });
 }
 
+bool isHexadecimal(char letter) {
+    return (letter >= '0' && letter <= '9') || (letter >= 'A' && letter <= 'F') || (letter >= 'a' && letter <= 'f');
+}
+
+/// Decodes once. A percent sign without two digits stays, with what follows it; Qt alone would make a letter of all
+/// three and so hide a slash or a dot.
+QByteArray decoded(const QByteArray& path) {
+    QByteArray encoded;
+    encoded.reserve(path.size());
+    for (qsizetype i = 0; i < path.size(); ++i) {
+        encoded += path[i];
+        const bool hasDigits = i + 2 < path.size() && isHexadecimal(path[i + 1]) && isHexadecimal(path[i + 2]);
+        if (path[i] == '%' && !hasDigits) {
+            encoded += "25";
+        }
+    }
+    return QByteArray::fromPercentEncoding(encoded);
+}
+
 /// The same however often somebody decodes the path on its way to a file.
 bool staysInsideWhenDecoded(QByteArray path) {
     for (int encodings = 0; encodings <= maximumEncodings && staysInside(path); ++encodings) {
-        const QByteArray decoded = QByteArray::fromPercentEncoding(path);
-        if (decoded == path) {
+        const QByteArray next = decoded(path);
+        if (next == path) {
             return true;
         }
-        path = decoded;
+        path = next;
     }
     return false;
 }

@@ -613,8 +613,4 @@ TEST(BannerModel, MayLoadAgainWhileItTellsThatABannerIsGone) {
     EXPECT_EQ(shownBy(fixture.model), "inner");
 }
 
-TEST(BannerModel, DownloadsFromThePublisherUnlessToldOtherwise) {
-    EXPECT_TRUE(BannerModel::defaultFetch());
-}
-
 } // namespace ovrel::test

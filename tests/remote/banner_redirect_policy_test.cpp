@@ -112,6 +112,13 @@ TEST(BannerRedirectPolicy, SeesThroughEncodedDotsSlashesAndBackslashes) {
                    "/app/%25%32%65%25%32%65/x"});
 }
 
+TEST(BannerRedirectPolicy, TakesAnEncodedPercentSignForItself) {
+    expectAllowed({"/app/100%25", "/app/100%25/x", "/app/a%25b/x.avif", "/app/a%25y/x", "/app/50%25%20off/x",
+                   "/app/%25/%25/x", "/app/%25%2520/x"});
+    // Decoded twice, "%t%" is no letter, so what comes behind it leaves the folder.
+    expectRefused({"/app/%25t%252f..%252f..%252fx", "/app/%25T%255c..%252F..%252Fx", "/app/%25t%252f%252e%252e/../x"});
+}
+
 TEST(BannerRedirectPolicy, RefusesWhatServersMayTakeForDots) {
     expectRefused({"/app/..;/x", "/app/..;a=b/x", "/app/..%3B/x", "/app/.%2e;x/y", "/app/..%20/x", "/app/%20../x"});
     expectRefused({"/app/%c0%ae%c0%ae/x", "/app/..%c0%afx", "/app/%ff", "/app/%ed%a0%80"}); // no UTF-8

@@ -1,3 +1,4 @@
+#include "remote/banner_redirect_policy.h"
 #include "tests/remote/settings_text.h"
 
 #include <gtest/gtest.h>
@@ -219,10 +220,13 @@ TEST(BannerEntry, HasItsImageInTheFolderOfBanners) {
         {"the port of https", OVREL_HOST ":443/app/b/", OVREL_HOST ":443/app/b/en_banner.avif?v=1"},
         {"encoded characters", OVREL_HOST "/app/%D1%8F%20b/", OVREL_HOST "/app/%D1%8F%20b/en_banner.avif?v=1"},
         {"an encoded percent sign", OVREL_HOST "/app/a%25b", OVREL_HOST "/app/a%25b/en_banner.avif?v=1"},
+        {"an encoded percent sign at the end", OVREL_HOST "/app/100%25", OVREL_HOST "/app/100%25/en_banner.avif?v=1"},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.what);
-        EXPECT_EQ(imageOf(bannerWith(QByteArray("banner_base_url=") + row.folder)), row.image);
+        const BannerSettings settings = bannerWith(QByteArray("banner_base_url=") + row.folder);
+        EXPECT_EQ(imageOf(settings), row.image);
+        EXPECT_TRUE(BannerRedirectPolicy::allowed(settings.entry(english).image));
     }
 }
 
