@@ -35,6 +35,8 @@ void prepare(QFileDialog& dialog, const FileRequest& request) {
     dialog.setOption(QFileDialog::ShowDirsOnly, request.kind == FileRequest::Kind::folder);
     dialog.setOption(QFileDialog::ReadOnly, !request.canCreateFolders);
     dialog.setOption(QFileDialog::HideNameFilterDetails);
+    // Some dialogs reach other machines, whose paths would name something else on this one.
+    dialog.setSupportedSchemes({QStringLiteral("file")});
     dialog.setLabelText(QFileDialog::Accept, request.confirmText);
     if (!request.extensions.isEmpty()) {
         dialog.setNameFilter(nameFilter(request));
@@ -45,7 +47,9 @@ std::vector<std::filesystem::path> chosenIn(const QFileDialog& dialog, int resul
     std::vector<std::filesystem::path> chosen;
     if (result == QDialog::Accepted) {
         for (const QUrl& url : dialog.selectedUrls()) {
-            chosen.push_back(pathOf(url));
+            if (url.isLocalFile()) { // not every dialog keeps to the schemes
+                chosen.push_back(pathOf(url));
+            }
         }
     }
     return chosen;

@@ -121,7 +121,8 @@ public:
     void chooseFolder();
     /// Adds files and folders, and rescans. What was removed before comes back when it is named here itself.
     void add(const Paths& paths);
-    /// Makes the list anew of the roots. A failure empties it and sets `error`.
+    /// Makes the list anew of the roots, beginning with the next turn of the event loop. A failure empties it and sets
+    /// `error`.
     void rescan();
     /// Removes what is selected, for later scans too.
     void removeSelected();
@@ -234,7 +235,7 @@ private:
         int speed = 0;
     };
 
-    QCoro::Task<void> gather();
+    QCoro::Task<void> gather(Paths roots, bool recursive);
     void applyScan(Scanned scanned);
     void resetQueueStatus(Step& step);
 

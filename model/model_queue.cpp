@@ -3,6 +3,8 @@
 #include "model/model.h"
 #include "model/model_step.h"
 
+#include <QMetaObject>
+
 #include <qcoro/qcorofuture.h>
 
 #include <algorithm>
@@ -126,21 +128,23 @@ void Model::rescan() {
     if (!canEditQueue()) {
         return;
     }
-    gather();
-}
+    // Posted before anybody hears of it, and forgotten if the model ends first. A scan that is faster than whoever
+    // listens must not end within this call.
+    QMetaObject::invokeMethod(
+        this, [this, roots = roots_, recursive = recursive_] { gather(roots, recursive); }, Qt::QueuedConnection);
 
-QCoro::Task<void> Model::gather() {
-    const QPointer<Model> self(this);
-    QFuture<Scanned> future = inBackground(
-        [scan = services_.scan, roots = roots_, recursive = recursive_] { return scan(roots, recursive); });
     Step step(*this);
     step.set(scanning_, true, &Model::scanningChanged);
     step.set(finished_, false, &Model::finishedChanged);
     step.set(activeItem_, std::nullopt, &Model::activeItemChanged);
     step.set(messageKey_, QStringLiteral("Читаю список файлов…"), &Model::messageKeyChanged);
-    if (!step.tell()) {
-        co_return;
-    }
+    step.tell();
+}
+
+QCoro::Task<void> Model::gather(Paths roots, bool recursive) {
+    const QPointer<Model> self(this);
+    QFuture<Scanned> future =
+        inBackground([scan = services_.scan, roots = std::move(roots), recursive] { return scan(roots, recursive); });
     Scanned scanned = co_await future;
     if (self) {
         self->applyScan(std::move(scanned));

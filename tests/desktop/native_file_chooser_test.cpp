@@ -107,6 +107,15 @@ TEST_F(NativeFileChooserTest, AnswersWithWhatWasChosen) {
     EXPECT_THAT(dialogs(), IsEmpty());
 }
 
+TEST_F(NativeFileChooserTest, OffersOnlyWhatLiesOnThisMachine) {
+    for (const FileRequest& request : {filesRequest(), folderRequest()}) {
+        choose(request);
+        EXPECT_EQ(dialogs().front()->supportedSchemes(), QStringList{QStringLiteral("file")});
+        QMetaObject::invokeMethod(dialogs().front(), "reject");
+        settle();
+    }
+}
+
 TEST_F(NativeFileChooserTest, AnswersWithNothingWhenTheUserCancels) {
     choose(folderRequest());
     QMetaObject::invokeMethod(dialogs().front(), "reject");

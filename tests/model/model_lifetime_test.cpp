@@ -11,10 +11,19 @@ namespace {
 TEST(ModelLifetime, MayEndWhileItScans) {
     ModelFixture fixture;
     fixture.model().add({"/in"});
+    waitUntil([&] { return fixture.scans->count() == 1; });
     fixture.destroyModel();
     fixture.scans->succeed({{"/in/a.png", ""}});
     drain();
-    EXPECT_FALSE(fixture.hasModel());
+    EXPECT_EQ(fixture.scans->count(), 1U);
+}
+
+TEST(ModelLifetime, MayEndBeforeItsScanBegins) {
+    ModelFixture fixture;
+    fixture.model().add({"/in"});
+    fixture.destroyModel();
+    drain();
+    EXPECT_EQ(fixture.scans->count(), 0U);
 }
 
 TEST(ModelLifetime, MayEndBeforeTheFirstImageOfARun) {

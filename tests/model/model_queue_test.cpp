@@ -1,6 +1,8 @@
 #include "tests/model/model_fixture.h"
 #include "tests/support/temporary_folder.h"
 
+#include <QThreadPool>
+
 #include <gmock/gmock.h>
 
 namespace ovrel::test {
@@ -99,6 +101,33 @@ TEST(ModelQueue, ScansItsRootsInTheBackgroundAndReadsFilesMeanwhile) {
     EXPECT_EQ(fixture.model().messageKey(), QStringLiteral("queue"));
     EXPECT_EQ(fixture.message(), "Files queued: 2");
     EXPECT_EQ(fixture.model().error(), nullptr);
+}
+
+TEST(ModelQueue, GoesOnScanningAfterTheCallHoweverFastTheScanIs) {
+    ModelFixture fixture;
+    fixture.scans->succeed({{"/in/a.png", ""}});
+    QObject::connect(&fixture.model(), &Model::scanningChanged, [] { QThreadPool::globalInstance()->waitForDone(); });
+    fixture.model().add({"/in"});
+    EXPECT_TRUE(fixture.model().scanning());
+    fixture.model().clearQueue();
+    fixture.awaitIdle();
+    EXPECT_THAT(fixture.listed(), ElementsAre("a.png"));
+}
+
+TEST(ModelQueue, ReadsFilesInPlaceOfTheLastSummary) {
+    ModelFixture fixture;
+    fixture.prepare({"a.png"});
+    fixture.convert();
+    fixture.model().start();
+    fixture.awaitIdle();
+    ASSERT_EQ(fixture.message(), "Done: 1 successful, 0 failed");
+    fixture.model().rescan();
+    EXPECT_FALSE(fixture.model().finished());
+    EXPECT_EQ(fixture.message(), "Reading files…");
+    fixture.scans->fail(std::make_exception_ptr(FileError(FileError::readNoSuchFile, "/in")));
+    fixture.awaitIdle();
+    EXPECT_FALSE(fixture.model().finished());
+    EXPECT_EQ(fixture.message(), "Unable to read files");
 }
 
 TEST(ModelQueue, SaysSoWhenNothingWasFound) {

@@ -89,6 +89,10 @@ TEST(ModelRun, TellsWhenItsStartBecomesPossibleOrImpossible) {
     EXPECT_EQ(changes.take(), 1);
     fixture.updates.authorize();
     EXPECT_EQ(changes.take(), 1);
+    EXPECT_FALSE(fixture.model().canStart());
+    fixture.updates.manager().dismissUpdateInstallation();
+    EXPECT_EQ(changes.take(), 1);
+    EXPECT_TRUE(fixture.model().canStart());
     fixture.model().setQuality(1);
     fixture.model().setSelection({"/in/a.png"});
     EXPECT_EQ(changes.take(), 0);
