@@ -8,7 +8,8 @@
 namespace ovrel {
 
 bool canBeOffered(const SUAppcastItem& item) {
-    return !item.isInformationOnlyUpdate && item.fileURL && BannerRedirectPolicy::allowed(*item.fileURL);
+    return !item.isInformationOnlyUpdate && item.fileURL && BannerRedirectPolicy::allowed(*item.fileURL) &&
+           (item.fileAddress.isEmpty() || BannerRedirectPolicy::allowed(item.fileAddress));
 }
 
 QString releaseNotes(const QString& description, AppLanguage language) {

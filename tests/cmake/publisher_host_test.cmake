@@ -22,3 +22,17 @@ foreach(host IN ITEMS "" ovrel Ovrel.example ovrel.example. .ovrel.example ovrel
     message(SEND_ERROR "\"${host}\" is accepted, or refused for another reason: ${message}")
   endif()
 endforeach()
+
+# Names that no server of names holds.
+string(REPEAT a 63 longest_label)
+string(REPEAT a. 122 longest_host)
+configure("${longest_label}.example")
+if(NOT result EQUAL 0)
+  message(SEND_ERROR "63 characters are refused: ${message}")
+endif()
+foreach(host IN ITEMS "a${longest_label}.example" "${longest_host}examples.a")
+  configure("${host}")
+  if(result EQUAL 0 OR NOT message MATCHES "OVREL_PUBLISHER_HOST is")
+    message(SEND_ERROR "\"${host}\" is accepted, or refused for another reason: ${message}")
+  endif()
+endforeach()

@@ -49,6 +49,17 @@ TEST(UpdateOffer, NeedsAnArchiveAtAnAddressOfThePublisher) {
     }
 }
 
+TEST(UpdateOffer, LooksAtTheAddressAsItIsWritten) {
+    SUAppcastItem item = installableItem();
+    item.fileAddress = "https://" OVREL_PUBLISHER_HOST "/app/ovrel-2.4.tar.xz";
+    EXPECT_TRUE(canBeOffered(item));
+    for (const QString written : {"HTTPS://" OVREL_PUBLISHER_HOST "/app/x", "https://Ovrel.example/app/x",
+                                  "https://" OVREL_PUBLISHER_HOST "/app/../app/x"}) {
+        item.fileAddress = written;
+        EXPECT_FALSE(canBeOffered(item)) << written.toStdString();
+    }
+}
+
 TEST(UpdateOffer, TakesTheNotesInItsLanguage) {
     struct Row {
         const char* what;

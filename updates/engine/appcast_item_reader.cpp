@@ -55,6 +55,7 @@ public:
         AppcastItem result;
         result.item.infoURL = address(text(Name("link")));
         result.item.fileURL = archive(result.item.infoURL.has_value());
+        result.item.fileAddress = authorityAsWritten();
         result.item.versionString = version(result.item.fileURL);
         result.item.displayVersionString = displayVersion(result.item.versionString);
         if (!isCompleteArchive()) {
@@ -97,6 +98,15 @@ private:
         const QUrl url = feedUrl_.resolved(relative);
         const bool isWeb = url.scheme() == QLatin1StringView("https") || url.scheme() == QLatin1StringView("http");
         return relative.isValid() && isWeb && !url.host().isEmpty() ? std::optional(url) : std::nullopt;
+    }
+
+    /// The archive's address where the feed names its host, as it does so.
+    QString authorityAsWritten() const {
+        const QString written = enclosureAttribute(Name("url")).replace(u' ', QLatin1StringView("%20"));
+        if (written.startsWith(QLatin1StringView("//"))) {
+            return feedUrl_.scheme() + u':' + written;
+        }
+        return QUrl(written).isRelative() ? QString() : written;
     }
 
     std::optional<QUrl> archive(bool hasLink) const {

@@ -18,8 +18,9 @@ struct SUAppcastItem {
     std::optional<QString> itemDescription; ///< release notes as they stand in the feed, blanks included
     std::optional<QUrl> infoURL;            ///< http or https
     std::optional<QUrl> fileURL;            ///< the archive; http or https
-    std::uint64_t contentLength = 0;        ///< bytes of the archive; 0 when the feed does not say
-    bool isInformationOnlyUpdate = false;   ///< something to read, nothing to install
+    QString fileAddress; ///< fileURL as the feed wrote it, if it did so in full; QUrl lowers host and scheme
+    std::uint64_t contentLength = 0;      ///< bytes of the archive; 0 when the feed does not say
+    bool isInformationOnlyUpdate = false; ///< something to read, nothing to install
 };
 
 } // namespace ovrel

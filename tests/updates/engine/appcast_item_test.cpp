@@ -197,6 +197,25 @@ TEST(Appcast, ResolvesAddressesToTheFeed) {
     }
 }
 
+TEST(Appcast, KeepsTheHostOfAnArchiveAsItIsWritten) {
+    struct Row {
+        const char* written;
+        const char* kept;
+    };
+    const Row rows[] = {
+        {"HTTPS://OVREL.example/app/a b", "HTTPS://OVREL.example/app/a%20b"},
+        {"//OVREL.example/app/a", "https://OVREL.example/app/a"},
+        {"a.tar.xz", ""},
+        {"/app/a.tar.xz", ""},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.written);
+        const AppcastItem read =
+            only(feed(item(versionElement + "<enclosure url='" + QByteArray(row.written) + "'/>")));
+        EXPECT_EQ(read.item.fileAddress.toStdString(), row.kept);
+    }
+}
+
 TEST(Appcast, TakesLengthsThatArePositiveNumbers) {
     struct Row {
         const char* written;
