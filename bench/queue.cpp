@@ -76,7 +76,7 @@ public:
     void changeStatuses() {
         model_->setOutput("/out");
         QObject::connect(model_.get(), &Model::completedChanged, [this] {
-            if (model_->completed() == static_cast<qint64>(statusChanges) - 1) {
+            if (model_->completed() == static_cast<qint64>(statusChanges)) {
                 model_->setCancelled(true);
             }
         });

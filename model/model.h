@@ -36,7 +36,8 @@ class UpdateManager;
 /// Main thread. Each step changes the state as a whole and tells of it afterwards; whoever listens may do anything,
 /// ending the model included. An item is known by InputItem::id, which is bytes and no text.
 ///
-/// A model may end at any moment. What is being converted then is finished in the background, nothing else is begun.
+/// A model may end at any moment. What is being converted then is finished in the background, nothing else is begun,
+/// and updates wait until the program ends, since nobody would tell them when the image is done.
 class Model : public QObject {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(Model)

@@ -60,13 +60,18 @@ QCoro::Task<void> Model::convert(Run run) {
     }
 }
 
-// The end of one image and the beginning of the next are one step, so that no message tells of an image that is done,
-// or of an eleventh of ten.
+// Who hears of an image's end may stop the run before the next one begins. No image is in hand in between, so that no
+// message tells of an eleventh of ten.
 bool Model::advance(const Run& run, qsizetype next, const std::optional<Converted>& previous) {
-    Step step(*this);
     if (previous) {
+        Step step(*this);
         endItem(step, run.items.at(next - 1), *previous);
+        step.set(activeItem_, std::nullopt, &Model::activeItemChanged);
+        if (!step.tell()) {
+            return false;
+        }
     }
+    Step step(*this);
     const bool goesOn = next < run.items.size() && !cancelled_;
     if (goesOn) {
         beginItem(step, run.items.at(next));

@@ -299,8 +299,22 @@ TEST(ModelRun, NeverTellsOfAnEleventhOfTen) {
     fixture.convert();
     fixture.model().start();
     fixture.awaitIdle();
-    EXPECT_THAT(messages, ElementsAre("Files queued: 2", "Converting 1 of 2: a.png", "Converting 2 of 2: b.png",
-                                      "Done: 2 successful, 0 failed"));
+    EXPECT_THAT(messages, ElementsAre("Files queued: 2", "Converting 1 of 2: a.png", "Files queued: 2",
+                                      "Converting 2 of 2: b.png", "Files queued: 2", "Done: 2 successful, 0 failed"));
+}
+
+TEST(ModelRun, StopsBeforeTheNextImageForWhoHearsOfTheEndOfOne) {
+    ModelFixture fixture;
+    fixture.prepare({"a.png", "b.png", "c.png"});
+    QObject::connect(&fixture.model(), &Model::completedChanged, [&] {
+        if (fixture.model().completed() == 1) {
+            fixture.model().setCancelled(true);
+        }
+    });
+    fixture.convert();
+    fixture.model().start();
+    fixture.awaitIdle();
+    EXPECT_EQ(fixture.message(), "Stopped: 1 successful, 0 failed, 2 remaining");
 }
 
 TEST(ModelRun, TellsOfEachStatusByItsItem) {
