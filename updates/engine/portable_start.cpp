@@ -20,13 +20,10 @@ namespace {
 
 PortableStart* ofProgram = nullptr;
 
+/// \return that of no folder when there is none any more
 FileIdentity identityOfFolder(const std::filesystem::path& folder) {
     const FileDescriptor descriptor(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-    const std::optional<FileIdentity> identity = identityOf(descriptor.get());
-    if (!identity) {
-        throw std::system_error(errno, std::generic_category(), "the program's folder");
-    }
-    return *identity;
+    return identityOf(descriptor.get()).value_or(FileIdentity());
 }
 
 void reportKept(const KeptFiles& kept) {
@@ -49,7 +46,7 @@ PortableStart::PortableStart(const std::string& application, char** arguments) :
     try {
         place_.emplace(directory_);
         instance_.emplace(*place_);
-        recover(arguments);
+        recover(snapshot.program.lexically_relative(directory_), arguments);
     } catch (const std::system_error& error) {
         // The program is whole, whatever an update has left half done: it runs.
         qWarning("Updates: %s", error.what());
@@ -64,19 +61,20 @@ PortableStart* PortableStart::ofThisProgram() {
     return ofProgram;
 }
 
-void PortableStart::recover(char** arguments) {
+void PortableStart::recover(const std::filesystem::path& program, char** arguments) {
     TreeCalls calls;
-    const StartReport report = recoverAtStart(calls, *place_, identityOfFolder(directory_), *instance_);
+    // While the lock was waited for, an update may have moved the tree of this program aside.
+    const std::filesystem::path tree = takeInstallationSnapshot(ownSources()).tree;
+    const StartReport report = recoverAtStart(calls, *place_, identityOfFolder(tree), *instance_);
     for (const KeptFiles& kept : report.kept) {
         reportKept(kept);
     }
     failedVersion_ = report.failedVersion;
     if (report.restart) {
-        const std::filesystem::path program =
-            directory_.parent_path() / place_->name() / std::filesystem::relative(ownSources().program, directory_);
+        const std::filesystem::path installed = directory_.parent_path() / place_->name() / program;
         instance_.reset();
-        ::execv(program.c_str(), arguments);
-        throw std::system_error(errno, std::generic_category(), program.native());
+        ::execv(installed.c_str(), arguments);
+        throw std::system_error(errno, std::generic_category(), installed.native());
     }
     // The installer of an update that waits or works holds the lock, and needs its folder.
     if (const std::optional<UpdateLock> lock = UpdateLock::tryAcquire(*place_)) {

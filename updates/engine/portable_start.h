@@ -47,7 +47,8 @@ public:
     void confirmHealthy() const;
 
 private:
-    void recover(char** arguments);
+    /// \param program its path in the installation's folder
+    void recover(const std::filesystem::path& program, char** arguments);
 
     std::vector<std::string> environment_;
     InstallationVerdict installation_;

@@ -118,6 +118,7 @@ void Updater::checkForUpdatesInBackground() {
 }
 
 QCoro::Task<void> Updater::session(SPUUpdateCheck check) {
+    const std::stop_token gone = gone_.get_token();
     sessionInProgress_ = true;
     canCheck_ = false;
     try {
@@ -127,6 +128,7 @@ QCoro::Task<void> Updater::session(SPUUpdateCheck check) {
         } catch (const std::exception& error) {
             qWarning("Updates: %s", error.what());
         }
+        requireAlive(gone);
         if (!end) {
             end = co_await failed(check, unexpectedError());
         }
@@ -173,7 +175,9 @@ QCoro::Task<Updater::End> Updater::checked(SPUUpdateCheck check) {
     note(environment_.state.recordCheck());
 
     std::optional<UpdateError> refusal;
-    if (!delegate_.mayPerformUpdateCheck(check, refusal)) {
+    const bool mayCheck = delegate_.mayPerformUpdateCheck(check, refusal);
+    requireAlive(gone);
+    if (!mayCheck) {
         if (!refusal) {
             co_return End{std::nullopt, asked};
         }
@@ -184,6 +188,7 @@ QCoro::Task<Updater::End> Updater::checked(SPUUpdateCheck check) {
         co_return co_await failed(check, *fixed);
     }
     const std::optional<QString> feed = delegate_.feedURLStringForUpdater();
+    requireAlive(gone);
     if (!feed || feed->isEmpty()) {
         co_return co_await failed(check, noFeedError());
     }
@@ -210,6 +215,7 @@ QCoro::Task<Updater::End> Updater::searched(SPUUpdateCheck check, QUrl address) 
     if (asked) {
         canCheck_ = true;
         driver_.showUserInitiatedUpdateCheckWithCancellation(search.cancellation());
+        requireAlive(gone);
     }
 
     ItemChoice choice = SPUNoUpdateFoundReason::unknown;
@@ -236,7 +242,9 @@ QCoro::Task<Updater::End> Updater::searched(SPUUpdateCheck check, QUrl address) 
     }
     const AppcastItem item = std::get<AppcastItem>(choice);
     std::optional<UpdateError> refusal;
-    if (!delegate_.shouldProceedWithUpdate(item.item, check, refusal)) {
+    const bool mayProceed = delegate_.shouldProceedWithUpdate(item.item, check, refusal);
+    requireAlive(gone);
+    if (!mayProceed) {
         if (!refusal) {
             co_return End{std::nullopt, asked};
         }
@@ -302,7 +310,8 @@ QCoro::Task<Updater::End> Updater::downloaded(SPUUpdateCheck check, AppcastItem 
         preparation = std::make_shared<Preparation>(environment_, item);
         ArchiveSink sink;
         sink.expected = [this](std::uint64_t bytes) { driver_.showDownloadDidReceiveExpectedContentLength(bytes); };
-        sink.receive = [this, preparation](QByteArrayView part) {
+        sink.receive = [this, gone, preparation](QByteArrayView part) {
+            requireAlive(gone); // what has come already is handed over before the download hears of the stop
             preparation->receive(part);
             driver_.showDownloadDidReceiveDataOfLength(static_cast<std::uint64_t>(part.size()));
         };
@@ -314,6 +323,7 @@ QCoro::Task<Updater::End> Updater::downloaded(SPUUpdateCheck check, AppcastItem 
     requireAlive(gone);
     if (download.isRequested()) {
         delegate_.userDidCancelDownload();
+        requireAlive(gone);
         co_return End{};
     }
     if (failure) {
@@ -374,20 +384,22 @@ QCoro::Task<Updater::End> Updater::prepared(SPUUpdateCheck check, AppcastItem it
 
 QCoro::Task<Updater::End> Updater::installed(SPUUpdateCheck check, SUAppcastItem item) {
     const std::stop_token gone = gone_.get_token();
-    if (!delegate_.updaterShouldRelaunchApplication()) {
+    const bool mayRelaunch = delegate_.updaterShouldRelaunchApplication();
+    requireAlive(gone);
+    if (!mayRelaunch) {
         co_return End{}; // it is installed when the program ends
     }
-    requireAlive(gone);
     Answer<bool> goOn(false, gone);
     const bool postponed =
         delegate_.shouldPostponeRelaunchForUpdate(item, OneShot<>([reply = goOn.reply()] { reply(true); }));
     requireAlive(gone);
     if (postponed) {
         const bool going = co_await goOn;
-        if (!going || !delegate_.updaterShouldRelaunchApplication()) {
+        const bool mayStillRelaunch = going && delegate_.updaterShouldRelaunchApplication();
+        requireAlive(gone);
+        if (!mayStillRelaunch) {
             co_return End{};
         }
-        requireAlive(gone);
     }
     note(environment_.state.recordCheck());
     delegate_.willInstallUpdate(item);

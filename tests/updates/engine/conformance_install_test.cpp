@@ -5,7 +5,9 @@
 #include <gmock/gmock.h>
 
 #include <QByteArray>
+#include <QCoreApplication>
 #include <QFile>
+#include <QThread>
 #include <QThreadPool>
 
 #include <algorithm>
@@ -188,6 +190,53 @@ TEST_F(UpdaterInstallation, EndsWithTheUpdaterAtAnyStep) {
     }
 }
 
+TEST_F(UpdaterInstallation, EndsWithAnUpdaterThatGoesWithinACall) {
+    for (const std::string& when :
+         {offered[0],  offered[1], offered[2],     offered[3],     offered[4],    offered[5],    begun[0],
+          begun[1],    begun[2],   received[1],    received[2],    extracting[0], extracting[1], extracting[2],
+          progress[0], ready[0],   relaunching[0], relaunching[1], installing[0], installing[1], installing[2]}) {
+        SCOPED_TRACE(when);
+        recorder_.during.clear();
+        recorder_.readyAnswer = Choice::install;
+        start();
+        recorder_.during[when] = [this] { updater_.reset(); };
+        updater_->checkForUpdates();
+        turnUntil([this] { return !updater_; });
+        EXPECT_EQ(recorder_.calls.back(), when);
+        EXPECT_TRUE(networkEnds());
+        QThreadPool::globalInstance()->waitForDone();
+        QCoreApplication::processEvents();
+        EXPECT_EQ(recorder_.calls.back(), when);
+        for (const std::filesystem::directory_entry& entry : std::filesystem::directory_iterator(parent())) {
+            if (entry.path().filename().native().starts_with(".ovrel-")) {
+                std::filesystem::remove_all(entry.path()); // what an installer would wait in
+            }
+        }
+    }
+}
+
+TEST_F(UpdaterInstallation, EndsWithTheUpdaterWhileMoreOfTheArchiveHasComeThanWasHandedOver) {
+    const std::string archive(4U << 20U, 'x');
+    publishArchive(archive);
+    std::uint64_t received = 0;
+    recorder_.during["U.showDownloadDidReceiveData"] = [&] {
+        QMetaObject::invokeMethod(
+            QCoreApplication::instance(),
+            [&] {
+                turnUntil([this] { return server_.requests().size() >= 2; });
+                QThread::msleep(200); // the network's thread goes on meanwhile
+                received = recorder_.receivedBytes;
+                updater_.reset();
+            },
+            Qt::QueuedConnection);
+    };
+    updater_->checkForUpdates();
+    turnUntil([this] { return !updater_; });
+    EXPECT_TRUE(networkEnds());
+    EXPECT_EQ(recorder_.receivedBytes, received);
+    EXPECT_LT(received, archive.size());
+}
+
 TEST_F(UpdaterInstallation, IsCancelledDuringTheDownload) {
     const std::string archive = writeTar(tree("1.1"));
     server_.answer("/app/releases/ovrel.tar.xz",
@@ -228,6 +277,7 @@ TEST_F(UpdaterInstallation, FailsWhereTheDownloadDoes) {
         {"longer, unannounced", Answer::head(200).send(bytes + "x").close(), true},
         {"endless", Answer::head(200).flood("x"), true},
         {"shorter", Answer::of(200, bytes.chopped(1)), true},
+        {"encoded", Answer::head(200, "Content-Encoding: gzip\r\n").send("\x1f\x8b\x08" + bytes).close(), true},
         {"a part", Answer::head(206, "Content-Range: bytes 0-3/4\r\n" + length).send(bytes), false},
     };
     for (const auto& row : rows) {

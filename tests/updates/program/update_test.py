@@ -5,6 +5,7 @@
 PROGRAMS holds the played programs and the installer, PUBLISHER the publisher's tools.
 """
 
+import fcntl
 import functools
 import io
 import json
@@ -12,6 +13,7 @@ import os
 import pathlib
 import platform
 import re
+import struct
 import subprocess
 import sys
 import tarfile
@@ -69,15 +71,32 @@ class UpdateTest(unittest.TestCase):
         self.folder = pathlib.Path(temporary.name)
         self.parent = self.folder / "user"
         self.installation = self.parent / "ovrel"
-        for name, content in files_of("2.3", "played-ovrel-2.3").items():
-            path = self.installation / name
-            path.parent.mkdir(parents=True, exist_ok=True)
-            path.write_bytes(content)
-            path.chmod(0o755 if path.parent.name == "bin" else 0o644)
+        self.unpack(self.installation, files_of("2.3", "played-ovrel-2.3"))
         self.folder.chmod(0o755)
         self.log = self.parent / "log"
         self.own(self.parent)
         self.start_publisher()
+
+    @staticmethod
+    def unpack(folder, files):
+        for name, content in files.items():
+            path = folder / name
+            path.parent.mkdir(parents=True, exist_ok=True)
+            path.write_bytes(content)
+            path.chmod(0o755 if path.parent.name == "bin" else 0o644)
+
+    def exchange(self, program_name, starts):
+        """What an installer leaves behind: version 2.4, which was started so often without success, in place of 2.3."""
+        token = "0123456789abcdef" * 2
+        new = self.parent / ".new"
+        self.unpack(new, files_of("2.4", program_name))
+        (new / ".update-mark").write_text(token)
+        journal = self.parent / ".ovrel-journal"
+        journal.write_text(f"ovrel update journal 1\nstate installed\ntoken {token}\nversion 2.4\n"
+                           f"staging .ovrel-update-{token}\ntop ovrel-2.4\nstarts {starts}\nend\n")
+        self.installation.rename(self.parent / ".ovrel-previous")
+        new.rename(self.installation)
+        self.own(self.parent)
 
     def own(self, path):
         if NOBODY is not None:
@@ -127,13 +146,20 @@ class UpdateTest(unittest.TestCase):
     def feed(self):
         return self.site / "updates" / "appcast.xml"
 
-    def start(self):
+    def start_in_background(self):
         environment = {**os.environ, "HOME": str(self.parent), "XDG_STATE_HOME": str(self.parent / "state"),
                        "XDG_CONFIG_HOME": str(self.parent / "config"), "LD_LIBRARY_PATH": "/nowhere",
                        "https_proxy": self.proxy, "OVREL_PLAYED_LOG": str(self.log),
                        "OVREL_PLAYED_AUTHORITY": str(self.authority), "OVREL_PLAYED_KEY": self.public_key}
-        subprocess.run([self.installation / "bin" / "ovrel"], env=environment, cwd=self.parent, timeout=LIMIT_SECONDS,
-                       user=NOBODY, group=NOBODY, extra_groups=None if NOBODY is None else [])
+        return subprocess.Popen([self.installation / "bin" / "ovrel"], env=environment, cwd=self.parent, user=NOBODY,
+                                group=NOBODY, extra_groups=None if NOBODY is None else [])
+
+    def start(self):
+        self.start_in_background().wait(LIMIT_SECONDS)
+
+    @staticmethod
+    def has_open(process, path):
+        return path in (os.readlink(link) for link in pathlib.Path(f"/proc/{process}/fd").iterdir())
 
     def lines(self):
         return self.log.read_text().splitlines() if self.log.exists() else []
@@ -176,6 +202,26 @@ class UpdateTest(unittest.TestCase):
                           "2.3 started: ", "2.3 knows that this failed: 2.4"])
         self.assertEqual(self.version(), "2.3")
         self.wait_until_only()
+
+    def test_takes_back_a_version_that_never_started_well(self):
+        self.exchange("played-ovrel-2.4", starts=2)
+        self.start()
+        self.assertEqual(self.lines(), ["2.3 started: ", "2.3 knows that this failed: 2.4"])
+        self.assertEqual(self.version(), "2.3")
+
+    def test_a_program_that_waits_for_an_installer_goes_on_as_the_new_one(self):
+        with open(self.parent / ".ovrel-lock", "w") as lock:
+            self.own(self.parent)
+            # One byte of the file stands for the running programs.
+            fcntl.fcntl(lock, fcntl.F_OFD_SETLK, struct.pack("hhqqi4x", fcntl.F_WRLCK, os.SEEK_SET, 1, 1, 0))
+            program = self.start_in_background()
+            end = time.monotonic() + LIMIT_SECONDS
+            while not self.has_open(program.pid, lock.name) and time.monotonic() < end:
+                time.sleep(0.02)
+            self.exchange("played-ovrel-2.4", starts=0)
+        program.wait(LIMIT_SECONDS)
+        self.assertEqual(self.lines()[0], "2.4 started: ")
+        self.assertTrue((self.parent / ".ovrel-previous").exists(), "an old version confirms nothing")
 
     def refuses(self, *, asked=True):
         self.start()
