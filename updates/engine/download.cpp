@@ -3,6 +3,7 @@
 #include "remote/banner_error.h"
 #include "remote/transfer.h"
 #include "remote/transport_error.h"
+#include "updates/engine/appcast.h"
 #include "updates/engine/updater_texts.h"
 
 #include <QLoggingCategory>
@@ -14,7 +15,6 @@ namespace ovrel {
 
 namespace {
 
-constexpr qint64 feedLimitBytes = qint64{1} << 20;
 constexpr int maximumRedirects = 5;
 
 /// An archive is kept in memory until it has been verified. Ovrel with all its libraries has a tenth of this.
@@ -66,11 +66,11 @@ QCoro::Task<QUrl> transfer(QUrl address, TransferRules rules, std::stop_token st
 
 QCoro::Task<Feed> downloadFeed(QUrl address, DownloadOptions options, std::stop_token stop) {
     Feed feed;
-    TransferRules rules = rulesFor(options, feedLimitBytes);
+    TransferRules rules = rulesFor(options, appcastLimitBytes);
     rules.accept = "application/rss+xml,*/*;q=0.1";
     rules.receive = [&feed](QByteArrayView part) { feed.bytes += part; };
     feed.address = co_await transfer(std::move(address), std::move(rules), std::move(stop), feedDownloadError(),
-                                     feedDownloadError());
+                                     feedTooLargeError());
     co_return feed;
 }
 

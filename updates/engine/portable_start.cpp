@@ -95,9 +95,13 @@ void PortableStart::remember(const EngineState& state) {
     }
 }
 
-void PortableStart::confirmHealthy() const {
+void PortableStart::confirmHealthy(const EngineState& state, const QString& version) const {
     if (!place_) {
         return;
+    }
+    // Not before: a version that is taken back may be installed again.
+    if (!state.recordInstalled(version)) {
+        qWarning("Updates: the installed version could not be remembered.");
     }
     try {
         TreeCalls calls;

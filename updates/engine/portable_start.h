@@ -7,6 +7,8 @@
 #include "updates/installation/installation_place.h"
 #include "updates/installation/instance_lock.h"
 
+#include <QString>
+
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -42,9 +44,9 @@ public:
     /// What the engine has to remember of a version that did not start. Call it once.
     void remember(const EngineState& state);
 
-    /// To be called once the main window has been shown: this version stays, and the one before it goes. Takes as long
-    /// as the removal of a tree; any thread.
-    void confirmHealthy() const;
+    /// To be called once the main window has been shown: this version stays, counts as installed, and the one before it
+    /// goes. Takes as long as the removal of a tree; any thread.
+    void confirmHealthy(const EngineState& state, const QString& version) const;
 
 private:
     /// \param program its path in the installation's folder

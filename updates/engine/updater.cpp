@@ -83,7 +83,6 @@ std::optional<UpdateError> Updater::startUpdater() {
         log(*error);
         return error;
     }
-    note(environment_.state.recordInstalled(environment_.version));
     started_ = true;
     canCheck_ = true;
     QMetaObject::invokeMethod(

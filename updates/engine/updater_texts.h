@@ -11,6 +11,7 @@ namespace ovrel {
 UpdateError noFeedError();
 UpdateError insecureFeedError();
 UpdateError feedDownloadError();
+UpdateError feedTooLargeError();
 UpdateError archiveDownloadError();
 UpdateError wrongArchiveLengthError();
 

@@ -221,7 +221,8 @@ void forgetFailedVersion(TreeCalls& calls, const InstallationPlace& place, const
 }
 
 std::optional<UpdateLock> lockForNewUpdate(const InstallationPlace& place) {
-    std::optional<UpdateLock> lock = UpdateLock::tryAcquire(place);
+    // An installer that was told to give up still cleans for a moment.
+    std::optional<UpdateLock> lock = UpdateLock::acquireSoon(place);
     if (lock && readJournal(place)) {
         return std::nullopt;
     }

@@ -261,7 +261,7 @@ TEST_F(UpdaterCheck, OfABadFeedFails) {
         {"an unknown way to install",
          feedOf({{"1.1", "", "<enclosure url=\"https://x/y\" sparkle:installationType=\"magic\"/>"}}), "1000"},
         {"a document type", doctype, "1000"},
-        {"2 MiB", feedOf({release("1.1", "<description>" + std::string(2U << 20U, 'x') + "</description>")}), "2001"},
+        {"2 MiB", feedOf({release("1.1", "<description>" + std::string(2U << 20U, 'x') + "</description>")}), "1000"},
     };
     start();
     for (const auto& row : rows) {

@@ -81,7 +81,7 @@ int main(int argc, char** argv) {
         return 0;
     }
     if (application.arguments().size() > 1) {
-        start.confirmHealthy();
+        start.confirmHealthy(state, QStringLiteral(OVREL_PLAYED_VERSION));
         log(QStringLiteral("confirmed"));
         return 0;
     }
