@@ -12,7 +12,6 @@ namespace ovrel::test {
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 const QString languageKey = QString(AppLanguage::preferenceKey);
 

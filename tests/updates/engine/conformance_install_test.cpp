@@ -218,14 +218,14 @@ TEST_F(UpdaterInstallation, EndsWithAnUpdaterThatGoesWithinACall) {
 TEST_F(UpdaterInstallation, EndsWithTheUpdaterWhileMoreOfTheArchiveHasComeThanWasHandedOver) {
     const std::string archive(4U << 20U, 'x');
     publishArchive(archive);
-    std::uint64_t received = 0;
+    std::uint64_t handedOver = 0;
     recorder_.during["U.showDownloadDidReceiveData"] = [&] {
         QMetaObject::invokeMethod(
             QCoreApplication::instance(),
             [&] {
                 turnUntil([this] { return server_.requests().size() >= 2; });
                 QThread::msleep(200); // the network's thread goes on meanwhile
-                received = recorder_.receivedBytes;
+                handedOver = recorder_.receivedBytes;
                 updater_.reset();
             },
             Qt::QueuedConnection);
@@ -233,8 +233,8 @@ TEST_F(UpdaterInstallation, EndsWithTheUpdaterWhileMoreOfTheArchiveHasComeThanWa
     updater_->checkForUpdates();
     turnUntil([this] { return !updater_; });
     EXPECT_TRUE(networkEnds());
-    EXPECT_EQ(recorder_.receivedBytes, received);
-    EXPECT_LT(received, archive.size());
+    EXPECT_EQ(recorder_.receivedBytes, handedOver);
+    EXPECT_LT(handedOver, archive.size());
 }
 
 TEST_F(UpdaterInstallation, IsCancelledDuringTheDownload) {
