@@ -7,19 +7,15 @@ namespace ovrel {
 
 namespace {
 
-QString toQString(std::u16string_view text) {
-    return QString(reinterpret_cast<const QChar*>(text.data()), static_cast<qsizetype>(text.size()));
-}
-
 QHash<QString, QString> makeEnglishText() {
     QHash<QString, QString> texts;
     texts.reserve(englishTextPairs.size());
     for (const TextPair& pair : englishTextPairs) {
-        const QString key = toQString(pair.russian);
+        const QString key = pair.in(AppLanguage::russian);
         if (texts.contains(key)) {
             programmingFault("the table of English texts holds a key twice");
         }
-        texts.insert(key, toQString(pair.english));
+        texts.insert(key, pair.in(AppLanguage::english));
     }
     return texts;
 }

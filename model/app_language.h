@@ -3,6 +3,7 @@
 #pragma once
 
 #include <QHash>
+#include <QList>
 #include <QString>
 
 #include <array>
@@ -12,6 +13,8 @@
 #include <optional>
 
 namespace ovrel {
+
+struct HelpSection;
 
 /// A value; comparable, hashable, usable in switch statements. Any thread.
 class AppLanguage {
@@ -52,6 +55,10 @@ public:
     /// domain and code. Errors without a code are named "std::exception" and 0.
     /// \param error not null
     QString describe(const std::exception_ptr& error) const;
+
+    /// The questions of the Help window with their answers, in the order in which they are shown. Whoever calls this
+    /// includes model/help_sections.h.
+    QList<HelpSection> helpSections() const;
 
 private:
     Case case_;

@@ -68,4 +68,9 @@ const std::array<TextPair, 53> englishTextPairs{{
     {u"Сохранять сюда", u"Save Here"},
 }};
 
+QString TextPair::in(AppLanguage language) const {
+    const std::u16string_view text = language == AppLanguage::english ? english : russian;
+    return QString(reinterpret_cast<const QChar*>(text.data()), static_cast<qsizetype>(text.size()));
+}
+
 } // namespace ovrel
