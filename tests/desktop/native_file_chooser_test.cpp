@@ -153,10 +153,3 @@ TEST_F(NativeFileChooserTest, MayEndWhileItAnswers) {
 } // namespace
 
 } // namespace ovrel::test
-
-int main(int count, char** arguments) {
-    testing::InitGoogleMock(&count, arguments);
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    const QApplication application(count, arguments);
-    return RUN_ALL_TESTS();
-}
