@@ -10,6 +10,8 @@
 
 #include <utility>
 
+#include <signal.h>
+
 namespace ovrel::test {
 
 namespace {
@@ -75,6 +77,14 @@ QDBusConnection PrivateBus::connect() {
     QDBusConnection connection = QDBusConnection::connectToBus(address_, QStringLiteral("test %1").arg(++connections));
     EXPECT_TRUE(connection.isConnected());
     return connection;
+}
+
+void PrivateBus::stop() const {
+    ::kill(static_cast<pid_t>(daemon_.processId()), SIGSTOP);
+}
+
+void PrivateBus::resume() const {
+    ::kill(static_cast<pid_t>(daemon_.processId()), SIGCONT);
 }
 
 FakeService::FakeService(PrivateBus& bus, const QString& name, BusCalls& calls)

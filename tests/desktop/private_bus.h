@@ -28,6 +28,10 @@ public:
     /// A connection of its own, which lives as long as the process.
     QDBusConnection connect();
 
+    /// Answers nothing until it is resumed.
+    void stop() const;
+    void resume() const;
+
 private:
     TemporaryFolder folder_;
     QProcess daemon_;
