@@ -49,4 +49,14 @@ void saveLanguage(Preferences& preferences, AppLanguage language) {
     preferences.setText(languageKey(), language.rawValue());
 }
 
+void followLanguage(const Preferences& preferences, const QObject* context,
+                    const std::function<void(AppLanguage)>& follower) {
+    QObject::connect(&preferences, &Preferences::changed, context, [&preferences, follower](const QString& key) {
+        if (key == languageKey()) {
+            follower(savedLanguage(preferences));
+        }
+    });
+    follower(savedLanguage(preferences));
+}
+
 } // namespace ovrel

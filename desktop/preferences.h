@@ -7,6 +7,7 @@
 #include <QObject>
 #include <QString>
 
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -40,5 +41,11 @@ AppLanguage savedLanguage(const Preferences& preferences);
 
 /// Stores the choice; whoever listens to `changed` learns of it before this returns.
 void saveLanguage(Preferences& preferences, AppLanguage language);
+
+/// Tells of the stored language now, and again whenever another text was stored as the language.
+/// \param preferences lives as long as `context`
+/// \param context nobody is told any more when it is gone
+void followLanguage(const Preferences& preferences, const QObject* context,
+                    const std::function<void(AppLanguage)>& follower);
 
 } // namespace ovrel

@@ -41,7 +41,7 @@ void Button::paintEvent(QPaintEvent* /*event*/) {
 }
 
 void Button::changeEvent(QEvent* event) {
-    if (event->type() == QEvent::ApplicationFontChange) {
+    if (event->type() == QEvent::StyleChange) {
         setFont(buttonFont(kind_));
         updateGeometry();
     }

@@ -83,7 +83,7 @@ void Pill::paintEvent(QPaintEvent* event) {
 }
 
 void Pill::changeEvent(QEvent* event) {
-    if (event->type() == QEvent::ApplicationPaletteChange || event->type() == QEvent::ApplicationFontChange)
+    if (event->type() == QEvent::StyleChange)
         takeTheme();
     QLabel::changeEvent(event);
 }

@@ -83,7 +83,7 @@ void QueueView::keyPressEvent(QKeyEvent* event) {
 }
 
 void QueueView::changeEvent(QEvent* event) {
-    if (event->type() == QEvent::ApplicationFontChange) {
+    if (event->type() == QEvent::StyleChange) {
         scheduleDelayedItemsLayout();
     }
     QListView::changeEvent(event);

@@ -35,7 +35,7 @@ protected:
     bool hitButton(const QPoint& where) const override { return rect().contains(where); }
 
     void changeEvent(QEvent* event) override {
-        if (event->type() == QEvent::ApplicationFontChange)
+        if (event->type() == QEvent::StyleChange)
             setFont(fontOf(TextStyle::controlTitle));
         QRadioButton::changeEvent(event);
     }

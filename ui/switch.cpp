@@ -72,7 +72,7 @@ void Switch::paintEvent(QPaintEvent* /*event*/) {
 }
 
 void Switch::changeEvent(QEvent* event) {
-    if (event->type() == QEvent::ApplicationFontChange)
+    if (event->type() == QEvent::StyleChange)
         setFont(fontOf(TextStyle::strong));
     QCheckBox::changeEvent(event);
 }

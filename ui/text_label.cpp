@@ -38,7 +38,7 @@ void TextLabel::setTextColor(TextColor color) {
 }
 
 void TextLabel::changeEvent(QEvent* event) {
-    if (event->type() == QEvent::ApplicationPaletteChange || event->type() == QEvent::ApplicationFontChange)
+    if (event->type() == QEvent::StyleChange)
         takeTheme();
     QLabel::changeEvent(event);
 }

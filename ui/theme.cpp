@@ -1,8 +1,10 @@
 #include "ui/theme.h"
 
 #include <QApplication>
+#include <QEvent>
 #include <QFontDatabase>
 #include <QToolTip>
+#include <QWidget>
 
 #include <algorithm>
 
@@ -140,6 +142,11 @@ void applyTheme(const Theme& theme) {
     QToolTip::setFont(fontOf(TextStyle::caption));
     QApplication::setFont(fontOf(TextStyle::body));
     QApplication::setPalette(paletteOf(theme.scheme));
+    // Of fonts and palettes Qt tells windows alone, and passes on only what a widget has not set itself.
+    for (QWidget* const widget : QApplication::allWidgets()) {
+        QEvent change(QEvent::StyleChange);
+        QCoreApplication::sendEvent(widget, &change);
+    }
 }
 
 QPalette paletteOf(ColorScheme scheme) {

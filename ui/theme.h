@@ -110,8 +110,8 @@ const Theme& theme();
 const Colors& colors();
 const Colors& colors(ColorScheme scheme);
 
-/// Takes on a theme: palettes and fonts of the application change, and every widget hears of it. The program's style
-/// has to be set before.
+/// Takes on a theme: palettes and fonts of the application change, and every widget hears of it by a change event of
+/// the type StyleChange. The program's style has to be set before.
 void applyTheme(const Theme& theme);
 
 /// The palette that stands for a theme where Qt's own controls are drawn.

@@ -43,7 +43,7 @@ void WordmarkButton::paintEvent(QPaintEvent* /*event*/) {
 }
 
 void WordmarkButton::changeEvent(QEvent* event) {
-    if (event->type() == QEvent::ApplicationFontChange) {
+    if (event->type() == QEvent::StyleChange) {
         setFont(fontOf(TextStyle::wordmark));
     }
     QToolButton::changeEvent(event);

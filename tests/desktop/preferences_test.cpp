@@ -68,6 +68,24 @@ TEST_F(PreferencesTest, TellAtOnceOfAChangeAndOnlyOfThat) {
     EXPECT_THAT(seen, ElementsAre("OvrelLanguage=en", "OvrelLanguage=ru"));
 }
 
+TEST_F(PreferencesTest, TellOfTheLanguageNowAndWhenItChanges) {
+    const auto preferences = Preferences::ofUser();
+    saveLanguage(*preferences, AppLanguage::english);
+    std::vector<std::string> seen;
+    {
+        const QObject follower;
+        followLanguage(*preferences, &follower,
+                       [&](AppLanguage language) { seen.push_back(language.rawValue().toStdString()); });
+        EXPECT_THAT(seen, ElementsAre("en"));
+        saveLanguage(*preferences, AppLanguage::russian);
+        preferences->setText(QStringLiteral("Other"), QStringLiteral("text"));
+        preferences->setText(key, QStringLiteral("en"));
+        EXPECT_THAT(seen, ElementsAre("en", "ru", "en"));
+    }
+    saveLanguage(*preferences, AppLanguage::russian);
+    EXPECT_THAT(seen, ElementsAre("en", "ru", "en"));
+}
+
 TEST_F(PreferencesTest, WriteATextAgainThatIsTheSame) {
     const auto preferences = Preferences::ofUser();
     saveLanguage(*preferences, AppLanguage::english);
