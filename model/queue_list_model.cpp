@@ -31,8 +31,12 @@ QueueListModel::QueueListModel(const Model& model, QObject* parent) : QAbstractL
     takeItems();
     connect(&model, &Model::itemsChanged, this, &QueueListModel::takeItems);
     connect(&model, &Model::statusChanged, this, &QueueListModel::tellOfStatus);
-    connect(&model, &Model::statusesCleared, this, [this] { tellOfAll({state, text, toolTip, Qt::ToolTipRole}); });
-    connect(&model, &Model::languageChanged, this, [this] { tellOfAll({note, text, toolTip, Qt::ToolTipRole}); });
+    connect(&model, &Model::statusesCleared, this, [this] {
+        tellOfAll({state, text, toolTip, Qt::ToolTipRole, Qt::AccessibleTextRole});
+    });
+    connect(&model, &Model::languageChanged, this, [this] {
+        tellOfAll({note, text, toolTip, Qt::ToolTipRole, Qt::AccessibleTextRole});
+    });
 }
 
 QueueListModel::~QueueListModel() = default;
@@ -56,6 +60,7 @@ QVariant QueueListModel::data(const QModelIndex& index, int role) const {
     case text: return status == nullptr ? QString() : status->text(model_.language());
     case Qt::ToolTipRole:
     case toolTip: return toolTipOf(item);
+    case Qt::AccessibleTextRole: return accessibleTextOf(item);
     case id: return QByteArray::fromStdString(item.id());
     default: return {};
     }
@@ -90,7 +95,7 @@ void QueueListModel::takeItems() {
 
 void QueueListModel::tellOfStatus(const std::string& itemId) {
     if (const int row = rowOf(itemId); row >= 0) {
-        Q_EMIT dataChanged(index(row), index(row), {state, text, toolTip, Qt::ToolTipRole});
+        Q_EMIT dataChanged(index(row), index(row), {state, text, toolTip, Qt::ToolTipRole, Qt::AccessibleTextRole});
     }
 }
 
@@ -112,6 +117,16 @@ QString QueueListModel::noteOf(const InputItem& item) const {
     case Kind::image: break;
     }
     return {};
+}
+
+QString QueueListModel::accessibleTextOf(const InputItem& item) const {
+    QStringList parts{textOf(item.url.filename()), QString::fromStdString(lowerCaseExtension(item.url)).toUpper()};
+    if (const FileStatus* const status = statusOf(item)) {
+        parts.append(status->text(model_.language()));
+    } else if (const QString special = noteOf(item); !special.isEmpty()) {
+        parts.append(special);
+    }
+    return parts.join(QStringLiteral(", "));
 }
 
 QString QueueListModel::toolTipOf(const InputItem& item) const {

@@ -18,7 +18,8 @@ class QueueListModel final : public QAbstractListModel {
     Q_DISABLE_COPY_MOVE(QueueListModel)
 
 public:
-    /// The display role is the file's name, too, and the tool tip role the tool tip.
+    /// The display role is the file's name, too, the tool tip role the tool tip, and the accessible text role
+    /// everything that a row shows.
     enum Role : int {
         fileName = Qt::UserRole, ///< text: the source without its folders
         kind,                    ///< a Kind
@@ -52,6 +53,7 @@ private:
     const FileStatus* statusOf(const InputItem& item) const;
     QString noteOf(const InputItem& item) const;
     QString toolTipOf(const InputItem& item) const;
+    QString accessibleTextOf(const InputItem& item) const;
 
     const Model& model_;
     Model::Items items_;                             ///< never written, so that it shares the model's content

@@ -100,6 +100,7 @@ Type typeOf(TextStyle style) {
     switch (style) {
     case TextStyle::overline: return {8.5, QFont::Bold};
     case TextStyle::caption: return {9, QFont::Normal};
+    case TextStyle::figure: return {9, QFont::DemiBold};
     case TextStyle::body: return {10, QFont::Normal};
     case TextStyle::strong: return {10, QFont::Medium};
     case TextStyle::controlTitle: return {10, QFont::DemiBold};
