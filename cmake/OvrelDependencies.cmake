@@ -38,7 +38,7 @@ if(aom_VERSION VERSION_LESS 3.6.1)
 endif()
 
 find_package(CLI11 REQUIRED)
-find_package(Qt6 6.4 REQUIRED COMPONENTS Concurrent Core DBus Network Svg Widgets)
+find_package(Qt6 6.4 REQUIRED COMPONENTS Concurrent Core DBus Gui Network Svg Widgets)
 find_package(QCoro6 REQUIRED COMPONENTS Core)
 if(OVREL_BUILD_TESTS)
   find_package(GTest REQUIRED)

@@ -11,11 +11,20 @@ namespace ovrel {
 
 namespace {
 
+/// Matches an extension however it is written, also in dialogs that look at the case of letters.
+QString patternOf(const QString& extension) {
+    QString pattern = QStringLiteral("*.");
+    for (const QChar letter : extension) {
+        pattern +=
+            letter.isLetter() ? QStringLiteral("[%1%2]").arg(letter.toLower(), letter.toUpper()) : QString(letter);
+    }
+    return pattern;
+}
+
 QString nameFilter(const FileRequest& request) {
     QStringList patterns;
     for (const QString& extension : request.extensions) {
-        // Some dialogs look at the case of letters.
-        patterns << QStringLiteral("*.") + extension << QStringLiteral("*.") + extension.toUpper();
+        patterns << patternOf(extension);
     }
     return request.filterName + QStringLiteral(" (") + patterns.join(QLatin1Char(' ')) + QLatin1Char(')');
 }

@@ -140,6 +140,8 @@ public:
     double quality() const { return quality_; }
     void setQuality(double percent);
     EncodingMode mode() const { return mode_; }
+    /// Whether the system can write AVIF, which EncodingMode::system needs.
+    bool supported() const { return services_.supported(); }
     void setMode(EncodingMode mode);
     /// 8, 6 or 4: the smaller, the slower and the smaller the files.
     qint64 speed() const { return speed_; }

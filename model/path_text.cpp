@@ -23,4 +23,8 @@ std::filesystem::path pathOf(const QUrl& file) {
     return QByteArray::fromPercentEncoding(file.path(QUrl::FullyEncoded).toLatin1()).toStdString();
 }
 
+QUrl urlOf(const std::filesystem::path& path) {
+    return QUrl::fromEncoded("file://" + QByteArray::fromStdString(path.native()).toPercentEncoding("/"));
+}
+
 } // namespace ovrel

@@ -17,4 +17,7 @@ std::filesystem::path pathOf(const QString& text);
 /// The file that a "file" address names, byte for byte; unlike QUrl::toLocalFile, names that are not UTF-8 included.
 std::filesystem::path pathOf(const QUrl& file);
 
+/// The "file" address of an absolute path; unlike QUrl::fromLocalFile, of names that are not UTF-8 as well.
+QUrl urlOf(const std::filesystem::path& path);
+
 } // namespace ovrel

@@ -98,12 +98,12 @@ struct Type {
 
 Type typeOf(TextStyle style) {
     switch (style) {
-    case TextStyle::overline: return {8.5, QFont::DemiBold};
+    case TextStyle::overline: return {8.5, QFont::Bold};
     case TextStyle::caption: return {9, QFont::Normal};
     case TextStyle::body: return {10, QFont::Normal};
     case TextStyle::strong: return {10, QFont::Medium};
     case TextStyle::controlTitle: return {10, QFont::DemiBold};
-    case TextStyle::section: return {12, QFont::DemiBold};
+    case TextStyle::section: return {12, QFont::Bold};
     case TextStyle::wordmark:
     case TextStyle::heading: return {14, QFont::Bold};
     case TextStyle::emptyHeading: return {16, QFont::Bold};

@@ -1,14 +1,18 @@
 // Against Qt's own dialog, which stands where a desktop has none.
 
 #include "desktop/native_file_chooser.h"
+#include "tests/desktop/private_bus.h"
 #include "tests/support/temporary_folder.h"
 
 #include <QApplication>
 #include <QFileDialog>
+#include <QListView>
+#include <QRegularExpression>
 #include <QWidget>
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <memory>
 #include <optional>
 
@@ -51,7 +55,7 @@ FileRequest filesRequest() {
     request.confirmText = QStringLiteral("Add");
     request.multiple = true;
     request.filterName = QStringLiteral("Images");
-    request.extensions = {QStringLiteral("png"), QStringLiteral("gif")};
+    request.extensions = {QStringLiteral("png"), QStringLiteral("mp4")};
     return request;
 }
 
@@ -73,9 +77,40 @@ TEST_F(NativeFileChooserTest, OffersFilesOfTheExtensionsThatAreAskedFor) {
     EXPECT_EQ(dialog.labelText(QFileDialog::Accept), QStringLiteral("Add"));
     EXPECT_EQ(dialog.fileMode(), QFileDialog::ExistingFiles);
     EXPECT_EQ(dialog.nameFilters().size(), 1);
-    EXPECT_EQ(dialog.nameFilters().front(), QStringLiteral("Images (*.png *.PNG *.gif *.GIF)"));
+    EXPECT_EQ(dialog.nameFilters().front(), QStringLiteral("Images (*.[pP][nN][gG] *.[mM][pP]4)"));
     EXPECT_TRUE(dialog.testOption(QFileDialog::ReadOnly));
     EXPECT_EQ(replies, 0);
+}
+
+TEST_F(NativeFileChooserTest, OffersFilesHoweverTheirExtensionIsWritten) {
+    choose(filesRequest());
+    const QString filter = dialogs().front()->nameFilters().front();
+    QStringList patterns = filter.section(QLatin1Char('('), 1).chopped(1).split(QLatin1Char(' '));
+    const auto offers = [&](const char* name) { // as strictly as a dialog may
+        return std::any_of(patterns.begin(), patterns.end(), [&](const QString& pattern) {
+            return QRegularExpression::fromWildcard(pattern, Qt::CaseSensitive)
+                .match(QString::fromUtf8(name))
+                .hasMatch();
+        });
+    };
+    for (const char* const name : {"a.png", "IMG.PNG", "b.Png", "c.pnG", "d.MP4", "снимок.png", "e.jpg.png"}) {
+        EXPECT_TRUE(offers(name)) << name;
+    }
+    for (const char* const name : {"a.jpg", "png", "a.png2", "apng", "a.mp3"}) {
+        EXPECT_FALSE(offers(name)) << name;
+    }
+}
+
+TEST_F(NativeFileChooserTest, ShowsFilesHoweverTheirExtensionIsWritten) {
+    for (const char* const name : {"a.png", "B.PNG", "c.jpg"}) {
+        folder.write(name, "");
+    }
+    choose(filesRequest());
+    QFileDialog& dialog = *dialogs().front();
+    dialog.setDirectory(QString::fromStdString(folder.path()));
+    const auto* const list = dialog.findChild<QListView*>(QStringLiteral("listView"));
+    ASSERT_NE(list, nullptr);
+    awaitThat([&] { return list->model()->rowCount(list->rootIndex()) == 2; });
 }
 
 TEST_F(NativeFileChooserTest, OffersOneFileWhereSeveralAreNotWanted) {
@@ -153,10 +188,3 @@ TEST_F(NativeFileChooserTest, MayEndWhileItAnswers) {
 } // namespace
 
 } // namespace ovrel::test
-
-int main(int count, char** arguments) {
-    testing::InitGoogleMock(&count, arguments);
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    const QApplication application(count, arguments);
-    return RUN_ALL_TESTS();
-}

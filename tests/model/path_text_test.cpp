@@ -28,6 +28,16 @@ TEST(PathText, TakesAddressesByTheByte) {
     EXPECT_EQ(pathOf(QUrl(QStringLiteral("file:///a%23b%3Fc"))).native(), "/a#b?c");
 }
 
+TEST(PathText, GivesEveryFileAnAddressThatLeadsBackToIt) {
+    for (const std::string name : {"/a b/photo.png", "/снимок.png", "/100%25.png", "/a\xFF\xC3(.png",
+                                   "/?query#fragment", "//two", "/../up", "/line\nbreak", "/a:b@c\\d", "/[1]", "/"}) {
+        EXPECT_EQ(pathOf(urlOf(name)).native(), name);
+        EXPECT_TRUE(urlOf(name).isLocalFile());
+        EXPECT_TRUE(urlOf(name).host().isEmpty());
+    }
+    EXPECT_EQ(urlOf("/a\xFF b").toEncoded().toStdString(), "file:///a%FF%20b");
+}
+
 } // namespace
 
 } // namespace ovrel::test

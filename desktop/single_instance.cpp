@@ -1,0 +1,226 @@
+#include "desktop/single_instance.h"
+
+#include "model/path_text.h"
+
+#include <QDBusAbstractAdaptor>
+#include <QDBusError>
+#include <QDBusMessage>
+#include <QDeadlineTimer>
+#include <QMetaObject>
+#include <QStringList>
+#include <QSysInfo>
+#include <QUrl>
+#include <QVariantMap>
+
+#include <algorithm>
+#include <numeric>
+#include <optional>
+#include <system_error>
+#include <utility>
+
+namespace ovrel {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int busPatienceMilliseconds = 500;
+constexpr qsizetype tokenLimit = 4096; // characters; real ones have below a hundred
+
+// Desktop Entry Specification 1.5, section "D-Bus Activation"
+const char* const applicationInterface = "org.freedesktop.Application";
+
+QString tokenKey() {
+    return QStringLiteral("activation-token");
+}
+QString formerTokenKey() {
+    return QStringLiteral("desktop-startup-id");
+}
+
+QString tokenIn(const QVariantMap& platformData) {
+    for (const QString& key : {tokenKey(), formerTokenKey()}) {
+        const QVariant value = platformData.value(key);
+        QString token = value.userType() == QMetaType::QString ? value.toString() : QString();
+        if (!token.isEmpty() && token.size() <= tokenLimit) {
+            return token;
+        }
+    }
+    return {};
+}
+
+QVariantMap platformDataOf(const QString& token) {
+    return token.isEmpty() ? QVariantMap() : QVariantMap{{tokenKey(), token}, {formerTokenKey(), token}};
+}
+
+/// RFC 8089: a file address may name the machine.
+bool isOfThisMachine(const QString& host) {
+    return host.isEmpty() || host == QStringLiteral("localhost") ||
+           host.compare(QSysInfo::machineHostName(), Qt::CaseInsensitive) == 0;
+}
+
+std::optional<fs::path> localFile(const QString& uri) {
+    const QUrl url(uri);
+    if (!url.isValid() || !url.isLocalFile() || !isOfThisMachine(url.host())) {
+        return std::nullopt;
+    }
+    fs::path file = pathOf(url);
+    const bool isUsable = file.is_absolute() && file.native().find('\0') == std::string::npos;
+    return isUsable ? std::optional(std::move(file)) : std::nullopt;
+}
+
+SingleInstance::Files localFiles(const QStringList& uris) {
+    SingleInstance::Files files;
+    for (const QString& uri : uris) {
+        if (std::optional<fs::path> file = localFile(uri)) {
+            files.push_back(std::move(*file));
+        }
+    }
+    return files;
+}
+
+bool isTooMuch(const QStringList& uris) {
+    return uris.size() > SingleInstance::filesLimit ||
+           std::accumulate(uris.begin(), uris.end(), qsizetype{0}, [](qsizetype sum, const QString& uri) {
+               return sum + uri.toUtf8().size();
+           }) > SingleInstance::bytesLimit;
+}
+
+/// The addresses of files, in as few requests as the limits allow.
+QList<QStringList> requestsFor(const SingleInstance::Files& files) {
+    QList<QStringList> requests;
+    qsizetype bytes = 0;
+    for (const fs::path& file : files) {
+        std::error_code error;
+        const fs::path absolute = fs::absolute(file, error);
+        const QByteArray uri = urlOf(error ? file : absolute).toEncoded();
+        bytes += uri.size();
+        if (requests.isEmpty() || requests.constLast().size() == SingleInstance::filesLimit ||
+            bytes > SingleInstance::bytesLimit) {
+            requests.append(QStringList());
+            bytes = uri.size();
+        }
+        requests.last().append(QString::fromLatin1(uri));
+    }
+    return requests;
+}
+
+QDBusMessage busCall(const char* method, const QVariantList& arguments) {
+    const QString bus = QStringLiteral("org.freedesktop.DBus");
+    QDBusMessage message =
+        QDBusMessage::createMethodCall(bus, QStringLiteral("/org/freedesktop/DBus"), bus, QString::fromLatin1(method));
+    message.setArguments(arguments);
+    return message;
+}
+
+/// What others see on the bus. The names of its slots are those of the interface. What is asked for is done later, so
+/// that whoever asks has the answer at once.
+class ApplicationAdaptor : public QDBusAbstractAdaptor {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")
+
+public:
+    ApplicationAdaptor(SingleInstance* instance, QDBusConnection bus)
+        : QDBusAbstractAdaptor(instance), instance_(instance), bus_(std::move(bus)) {}
+
+public Q_SLOTS:
+    void Activate(const QVariantMap& platformData) { open({}, tokenIn(platformData)); }
+
+    void Open(const QStringList& uris, const QVariantMap& platformData, const QDBusMessage& call) {
+        if (isTooMuch(uris)) {
+            call.setDelayedReply(true);
+            bus_.send(call.createErrorReply(QDBusError::LimitsExceeded, QStringLiteral("Too many files at once")));
+        } else {
+            open(localFiles(uris), tokenIn(platformData));
+        }
+    }
+
+    /// There is no action but the window.
+    void ActivateAction(const QString& /*action*/, const QVariantList& /*parameter*/, const QVariantMap& platformData) {
+        open({}, tokenIn(platformData));
+    }
+
+private:
+    void open(SingleInstance::Files files, const QString& token) {
+        QMetaObject::invokeMethod(
+            instance_,
+            [instance = instance_, files = std::move(files), token] {
+                if (files.empty()) {
+                    Q_EMIT instance->activated(token);
+                } else {
+                    Q_EMIT instance->filesOpened(files, token);
+                }
+            },
+            Qt::QueuedConnection);
+    }
+
+    SingleInstance* instance_;
+    QDBusConnection bus_;
+};
+
+} // namespace
+
+QString startToken() {
+    const QString token = qEnvironmentVariable("XDG_ACTIVATION_TOKEN");
+    return token.isEmpty() ? qEnvironmentVariable("DESKTOP_STARTUP_ID") : token;
+}
+
+SingleInstance::SingleInstance(QString applicationId, QDBusConnection bus, QObject* parent)
+    : QObject(parent), applicationId_(std::move(applicationId)), bus_(std::move(bus)) {
+    new ApplicationAdaptor(this, bus_);
+}
+
+SingleInstance::~SingleInstance() {
+    if (isFirst_) {
+        bus_.unregisterObject(path());
+        bus_.send(busCall("ReleaseName", {applicationId_}));
+    }
+}
+
+bool SingleInstance::becomeFirst() {
+    if (isFirst_) {
+        return true;
+    }
+    // First the object and then the name, so that nobody finds the one without the other.
+    bus_.registerObject(path(), this, QDBusConnection::ExportAdaptors);
+    // D-Bus Specification, org.freedesktop.DBus.RequestName: the flag 4 declines to wait for the name, and the answer 3
+    // is that another has it. The calls of Qt's own for this cannot be limited in time.
+    constexpr quint32 doNotQueue = 4;
+    constexpr quint32 exists = 3;
+    const QDBusMessage reply =
+        bus_.call(busCall("RequestName", {applicationId_, doNotQueue}), QDBus::Block, busPatienceMilliseconds);
+    const bool isAnswer = reply.type() == QDBusMessage::ReplyMessage && reply.arguments().size() == 1;
+    isFirst_ = !isAnswer || reply.arguments().constFirst().toUInt() != exists;
+    if (!isFirst_) {
+        bus_.unregisterObject(path());
+    }
+    return isFirst_;
+}
+
+bool SingleInstance::handOver(const Files& files, const QString& token, int patienceMilliseconds) const {
+    const QDeadlineTimer deadline(patienceMilliseconds);
+    const auto isTaken = [&](const char* method, const QVariantList& arguments) {
+        QDBusMessage message = QDBusMessage::createMethodCall(
+            applicationId_, path(), QString::fromLatin1(applicationInterface), QString::fromLatin1(method));
+        message.setArguments(arguments);
+        message.setAutoStartService(false); // where nobody runs, this start is as good as another
+        const auto remaining = static_cast<int>(std::max(deadline.remainingTime(), qint64{1}));
+        return bus_.call(message, QDBus::Block, remaining).type() == QDBusMessage::ReplyMessage;
+    };
+    QVariantMap platformData = platformDataOf(token);
+    if (files.empty()) {
+        return isTaken("Activate", {platformData});
+    }
+    const QList<QStringList> requests = requestsFor(files);
+    return std::all_of(requests.begin(), requests.end(), [&](const QStringList& uris) {
+        return isTaken("Open", {uris, std::exchange(platformData, {})}); // a token counts once
+    });
+}
+
+QString SingleInstance::path() const {
+    QString path = QLatin1Char('/') + applicationId_;
+    return path.replace(QLatin1Char('.'), QLatin1Char('/')).replace(QLatin1Char('-'), QLatin1Char('_'));
+}
+
+} // namespace ovrel
+
+#include "single_instance.moc"

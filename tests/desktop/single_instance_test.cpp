@@ -1,0 +1,261 @@
+#include "desktop/single_instance.h"
+#include "tests/desktop/private_bus.h"
+#include "tests/support/working_folder.h"
+
+#include <QDBusConnection>
+#include <QDBusError>
+#include <QDBusMessage>
+#include <QDBusPendingCall>
+#include <QDBusPendingCallWatcher>
+#include <QSysInfo>
+#include <QVariantMap>
+
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <future>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace ovrel::test {
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using Files = SingleInstance::Files;
+
+const QString applicationId = QStringLiteral("org.example.My-Program");
+const QString applicationPath = QStringLiteral("/org/example/My_Program");
+
+class SingleInstanceTest : public testing::Test {
+protected:
+    SingleInstanceTest() {
+        QObject::connect(first.get(), &SingleInstance::activated,
+                         [this](const QString& token) { activations.push_back(token.toStdString()); });
+        QObject::connect(first.get(), &SingleInstance::filesOpened, [this](const Files& files, const QString& token) {
+            opened.push_back(files);
+            tokens.push_back(token.toStdString());
+        });
+    }
+
+    /// Asks as a file manager would.
+    /// \return the name of the error, empty for none
+    QString ask(const char* method, const QVariantList& arguments) {
+        QDBusMessage message = QDBusMessage::createMethodCall(
+            applicationId, applicationPath, QStringLiteral("org.freedesktop.Application"), QString::fromLatin1(method));
+        message.setArguments(arguments);
+        const QDBusPendingCallWatcher call(fileManager_.asyncCall(message));
+        awaitThat([&] { return call.isFinished(); });
+        settle(fileManager_);
+        return call.error().name();
+    }
+    QString open(const QStringList& uris, const QVariantMap& platformData = {}) {
+        return ask("Open", {uris, platformData});
+    }
+
+    /// While the first one serves its event loop, as in another process.
+    bool handOver(const Files& files, const QString& token = {}) {
+        const SingleInstance second(applicationId, bus.connect());
+        std::future<bool> taken = std::async(std::launch::async, [&] { return second.handOver(files, token, 60'000); });
+        awaitThat([&] { return taken.wait_for(std::chrono::seconds(0)) == std::future_status::ready; });
+        settle(connection);
+        return taken.get();
+    }
+
+    PrivateBus bus;
+    QDBusConnection connection = bus.connect();
+    std::unique_ptr<SingleInstance> first = std::make_unique<SingleInstance>(applicationId, connection);
+    std::vector<std::string> activations;
+    std::vector<Files> opened;
+    std::vector<std::string> tokens; ///< of what was opened
+
+private:
+    QDBusConnection fileManager_ = bus.connect();
+};
+
+TEST_F(SingleInstanceTest, OnlyOneIsTheFirst) {
+    auto second = std::make_unique<SingleInstance>(applicationId, bus.connect());
+    SingleInstance other(QStringLiteral("org.example.Other"), bus.connect());
+    EXPECT_TRUE(first->becomeFirst());
+    EXPECT_TRUE(first->becomeFirst());
+    EXPECT_FALSE(second->becomeFirst());
+    EXPECT_TRUE(other.becomeFirst());
+    first.reset();
+    settle(connection);
+    EXPECT_TRUE(second->becomeFirst());
+}
+
+TEST_F(SingleInstanceTest, EveryOneIsTheFirstWhereTheBusSaysNothing) {
+    bus.stop();
+    EXPECT_TRUE(first->becomeFirst());
+    EXPECT_FALSE(first->handOver({"/a"}, {}, 1));
+    bus.resume();
+}
+
+TEST(SingleInstance, IsTheFirstWhereNoBusIs) {
+    SingleInstance instance(applicationId, QDBusConnection(QStringLiteral("no such connection")));
+    EXPECT_TRUE(instance.becomeFirst());
+    EXPECT_FALSE(instance.handOver({"/a"}, {}));
+}
+
+TEST_F(SingleInstanceTest, GetsTheFilesOfTheSecond) {
+    ASSERT_TRUE(first->becomeFirst());
+    const Files files = {"/a b/photo.png", "/снимок.png", "/100%25.png", "/no \xFF\xFE.gif", "/a#b?c", "//two"};
+    EXPECT_TRUE(handOver(files, QStringLiteral("token")));
+    EXPECT_THAT(opened, ElementsAre(files));
+    EXPECT_THAT(tokens, ElementsAre("token"));
+    EXPECT_THAT(activations, IsEmpty());
+}
+
+TEST_F(SingleInstanceTest, GetsPathsFromTheRoot) {
+    ASSERT_TRUE(first->becomeFirst());
+    const TemporaryFolder folder;
+    const WorkingFolder here(folder.path());
+    EXPECT_TRUE(handOver({"photo.png"}));
+    EXPECT_THAT(opened, ElementsAre(Files{folder / "photo.png"}));
+}
+
+TEST_F(SingleInstanceTest, ComesForwardWhereTheSecondHasNoFiles) {
+    ASSERT_TRUE(first->becomeFirst());
+    EXPECT_TRUE(handOver({}, QStringLiteral("token")));
+    EXPECT_TRUE(handOver({}));
+    EXPECT_THAT(activations, ElementsAre("token", ""));
+    EXPECT_THAT(opened, IsEmpty());
+}
+
+TEST_F(SingleInstanceTest, GetsMoreFilesThanOneRequestHolds) {
+    ASSERT_TRUE(first->becomeFirst());
+    const std::string longName(2'000, '\xFF'); // three characters each in an address
+    Files files(SingleInstance::filesLimit, "/a");
+    files.insert(files.end(), 1'000, "/" + longName);
+    EXPECT_TRUE(handOver(files, QStringLiteral("token")));
+    ASSERT_GT(opened.size(), 2U);
+    std::vector<std::string> expectedTokens(opened.size());
+    expectedTokens.front() = "token"; // it counts once
+    EXPECT_EQ(tokens, expectedTokens);
+    Files together;
+    for (const Files& part : opened) {
+        together.insert(together.end(), part.begin(), part.end());
+    }
+    EXPECT_EQ(together, files);
+}
+
+TEST_F(SingleInstanceTest, IsToldWhenNobodyTakesTheFiles) {
+    EXPECT_FALSE(first->handOver({"/a"}, {}));
+    EXPECT_FALSE(first->handOver({}, {}));
+    BusCalls calls;
+    FakeService busy(bus, applicationId, calls);
+    EXPECT_FALSE(first->handOver({"/a"}, {}, 1));
+    awaitThat([&] { return !calls.empty(); });
+    EXPECT_THAT(calls, ElementsAre("org.freedesktop.Application.Open /org/example/My_Program [file:///a] []"));
+}
+
+TEST_F(SingleInstanceTest, OpensNothingButFilesOfThisMachine) {
+    ASSERT_TRUE(first->becomeFirst());
+    const std::vector<std::pair<QString, std::optional<std::string>>> rows = {
+        {QStringLiteral("file:///a%20b/c.png"), "/a b/c.png"},
+        {QStringLiteral("file:///a b/c.png"), "/a b/c.png"},
+        {QStringLiteral("file:///%FF"), "/\xFF"},
+        {QStringLiteral("file:/a"), "/a"},
+        {QStringLiteral("FILE:///a"), "/a"},
+        {QStringLiteral("file://localhost/a"), "/a"},
+        {QStringLiteral("file://") + QSysInfo::machineHostName() + QStringLiteral("/a"), "/a"},
+        {QStringLiteral("file://other.example/a"), std::nullopt},
+        {QStringLiteral("file:a"), std::nullopt},
+        {QStringLiteral("file://"), std::nullopt},
+        {QStringLiteral("file:///a%00b"), std::nullopt},
+        {QStringLiteral("/a"), std::nullopt},
+        {QStringLiteral("a"), std::nullopt},
+        {QString(), std::nullopt},
+        {QStringLiteral("https://example.org/a.png"), std::nullopt},
+        {QStringLiteral("trash:///a"), std::nullopt},
+        {QStringLiteral("file://[/a"), std::nullopt},
+    };
+    for (const auto& [uri, file] : rows) {
+        SCOPED_TRACE(uri.toStdString());
+        opened.clear();
+        activations.clear();
+        EXPECT_EQ(open({uri}), QString());
+        // What cannot be opened still brings the window.
+        EXPECT_EQ(activations.size(), file ? 0U : 1U);
+        EXPECT_EQ(opened, file ? std::vector<Files>{{*file}} : std::vector<Files>{});
+    }
+}
+
+TEST_F(SingleInstanceTest, RefusesTooMuchAtOnce) {
+    ASSERT_TRUE(first->becomeFirst());
+    const auto uris = [](qsizetype count, qsizetype length) {
+        const QString uri = QStringLiteral("file:///");
+        return QStringList(count, uri + QString(length - uri.size(), QLatin1Char('a')));
+    };
+    const QString tooMuch = QDBusError::errorString(QDBusError::LimitsExceeded);
+    EXPECT_EQ(open(uris(10'001, 10)), tooMuch);
+    EXPECT_EQ(open(uris(1, 4'194'305)), tooMuch);
+    EXPECT_EQ(open(uris(1'025, 4'096)), tooMuch);
+    EXPECT_THAT(opened, IsEmpty());
+    EXPECT_THAT(activations, IsEmpty());
+    EXPECT_EQ(open(uris(10'000, 10)), QString());
+    EXPECT_EQ(open(uris(1'024, 4'096)), QString());
+    ASSERT_EQ(opened.size(), 2U);
+    EXPECT_EQ(opened.front().size(), 10'000U);
+}
+
+TEST_F(SingleInstanceTest, PassesOnWhatLetsItsWindowComeForward) {
+    ASSERT_TRUE(first->becomeFirst());
+    const QString token = QStringLiteral("activation-token");
+    const QString startupId = QStringLiteral("desktop-startup-id");
+    const std::vector<std::pair<QVariantMap, std::string>> rows = {
+        {{}, ""},
+        {{{token, QStringLiteral("t")}}, "t"},
+        {{{startupId, QStringLiteral("s")}}, "s"},
+        {{{token, QStringLiteral("t")}, {startupId, QStringLiteral("s")}}, "t"},
+        {{{token, 7}, {startupId, QStringLiteral("s")}}, "s"},
+        {{{token, QString(4'097, QLatin1Char('t'))}}, ""},
+    };
+    for (const auto& [platformData, expected] : rows) {
+        EXPECT_EQ(ask("Activate", {platformData}), QString());
+        EXPECT_EQ(activations.back(), expected);
+        EXPECT_EQ(ask("ActivateAction", {QStringLiteral("any"), QVariant(QVariantList()), platformData}), QString());
+        EXPECT_EQ(activations.back(), expected);
+        EXPECT_EQ(open({QStringLiteral("file:///a")}, platformData), QString());
+        EXPECT_EQ(tokens.back(), expected);
+    }
+    EXPECT_EQ(activations.size(), rows.size() * 2);
+}
+
+TEST_F(SingleInstanceTest, RefusesArgumentsOfAnotherKind) {
+    ASSERT_TRUE(first->becomeFirst());
+    EXPECT_NE(ask("Open", {QStringLiteral("file:///a"), QVariantMap()}), QString());
+    EXPECT_NE(ask("Open", {}), QString());
+    EXPECT_NE(ask("Activate", {1}), QString());
+    EXPECT_NE(ask("Close", {}), QString());
+    EXPECT_THAT(opened, IsEmpty());
+    EXPECT_THAT(activations, IsEmpty());
+}
+
+TEST_F(SingleInstanceTest, AnswersBeforeItsListenersAreDone) {
+    ASSERT_TRUE(first->becomeFirst());
+    QObject::connect(first.get(), &SingleInstance::filesOpened, [this] { first.reset(); });
+    EXPECT_EQ(open({QStringLiteral("file:///a")}), QString());
+    EXPECT_EQ(first, nullptr);
+}
+
+TEST(StartToken, IsWhatTheDesktopGave) {
+    qunsetenv("XDG_ACTIVATION_TOKEN");
+    qunsetenv("DESKTOP_STARTUP_ID");
+    EXPECT_EQ(startToken(), QString());
+    qputenv("DESKTOP_STARTUP_ID", "id");
+    EXPECT_EQ(startToken(), QStringLiteral("id"));
+    qputenv("XDG_ACTIVATION_TOKEN", "token");
+    EXPECT_EQ(startToken(), QStringLiteral("token"));
+    qunsetenv("XDG_ACTIVATION_TOKEN");
+    qunsetenv("DESKTOP_STARTUP_ID");
+}
+
+} // namespace
+
+} // namespace ovrel::test

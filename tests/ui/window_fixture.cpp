@@ -1,0 +1,51 @@
+#include "tests/ui/window_fixture.h"
+
+#include <utility>
+
+namespace ovrel::test {
+
+WindowFixture::WindowFixture(AppLanguage language) {
+    services.preferences->setText(QString(AppLanguage::preferenceKey), language.rawValue());
+    services.preferences->written.clear();
+}
+
+WindowFixture::~WindowFixture() {
+    services.scans->release();
+    services.conversions->release();
+    window_.reset();
+    drain();
+}
+
+MainWindow& WindowFixture::window() {
+    if (!window_) {
+        window_ = std::make_unique<MainWindow>([this](QWidget&) {
+            return ContentView::Services{
+                .model = services.services, .fetch = network.function(), .openLink = [this](const QUrl& address) {
+                    opened.append(address);
+                    return true;
+                }};
+        });
+    }
+    return *window_;
+}
+
+void WindowFixture::list(const std::vector<std::string>& names) {
+    std::vector<InputItem> items;
+    items.reserve(names.size());
+    for (const std::string& name : names) {
+        items.push_back({std::filesystem::path("/in") / name, ""});
+    }
+    services.scans->succeed(std::move(items));
+    model().add({"/in"});
+    awaitIdle();
+}
+
+void WindowFixture::awaitIdle() {
+    waitUntil([this] { return model().canEditQueue(); });
+}
+
+void WindowFixture::awaitCompleted(qint64 count) {
+    waitUntil([this, count] { return model().completed() >= count; });
+}
+
+} // namespace ovrel::test

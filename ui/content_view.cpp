@@ -1,0 +1,189 @@
+#include "ui/content_view.h"
+
+#include "ui/button.h"
+#include "ui/footer_bar.h"
+#include "ui/header_bar.h"
+#include "ui/inspector_panel.h"
+#include "ui/queue_panel.h"
+#include "ui/queue_view.h"
+#include "ui/shortcuts.h"
+#include "ui/theme.h"
+#include "updates/update_manager.h"
+
+#include <QAction>
+#include <QGridLayout>
+#include <QMessageBox>
+#include <QPainter>
+#include <QScrollBar>
+
+namespace ovrel {
+
+namespace {
+
+constexpr QSize smallest(930, 690);
+constexpr QSize usual(1080, 780);
+
+/// Where there is little room, everything comes closer together.
+struct Measures {
+    int margin;
+    int gap;
+    int vertical; ///< margin above and below the list
+    int header;
+    int inspector; ///< width
+};
+
+Measures measuresIn(QSize window) {
+    if (window.width() >= 1400) {
+        return {24, 20, 24, 68, 360};
+    }
+    if (window.width() >= 1000) {
+        return {20, 16, 20, 68, 328};
+    }
+    return {16, 12, 12, 60, 308};
+}
+
+constexpr int tallHeight = 740;
+
+} // namespace
+
+ContentView::ContentView(Services services, QWidget* parent)
+    : QWidget(parent)
+    , model_(services.model)
+    , banner_(services.fetch)
+    , updater_(*services.model.updateManager)
+    , grid_(new QGridLayout(this))
+    , header_(new HeaderBar(model_, this))
+    , queue_(new QueuePanel(model_, this))
+    , inspector_(new InspectorPanel(model_, this))
+    , footer_(new FooterBar(model_, banner_, std::move(services.openLink), this)) {
+    grid_->setContentsMargins(0, 0, 0, 0);
+    grid_->setSpacing(0);
+    grid_->addWidget(header_, 0, 0, 1, 5);
+    grid_->addWidget(queue_, 2, 1);
+    grid_->addWidget(inspector_, 2, 3);
+    grid_->addWidget(footer_, 4, 0, 1, 5);
+    grid_->setRowStretch(2, 1);
+    grid_->setColumnStretch(1, 1);
+
+    makeActions();
+    orderTabs();
+    arrange();
+    connect(&model_, &Model::errorChanged, this, &ContentView::takeError);
+    connect(&model_, &Model::languageChanged, this, &ContentView::takeAlertTexts);
+    connect(&model_, &Model::languageChanged, this, [this] {
+        if (shown_) {
+            loadBanner();
+        }
+    });
+}
+
+ContentView::~ContentView() {
+    bannerLoad_.request_stop();
+}
+
+void ContentView::setMenu(QMenu* menu) {
+    header_->setMenu(menu);
+}
+
+QSize ContentView::minimumSizeHint() const {
+    return smallest.expandedTo(grid_->minimumSize());
+}
+
+QSize ContentView::sizeHint() const {
+    return usual;
+}
+
+void ContentView::showEvent(QShowEvent* event) {
+    QWidget::showEvent(event);
+    if (!shown_) {
+        shown_ = true;
+        queue_->takeFocus();
+        updater_.launch();
+        loadBanner();
+    }
+}
+
+void ContentView::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    arrange();
+}
+
+void ContentView::paintEvent(QPaintEvent* /*event*/) {
+    QPainter(this).fillRect(rect(), colors().window);
+}
+
+void ContentView::makeActions() {
+    const auto action = [this](const QString& keys, auto&& what) {
+        auto* made = new QAction(this);
+        made->setShortcut(keys);
+        connect(made, &QAction::triggered, this, what);
+        addAction(made);
+    };
+    addActions({&queue_->addFiles(), &queue_->addFolder(), &queue_->selectAll()});
+    action(shortcuts::convert, [this] {
+        if (model_.canStart()) {
+            model_.start();
+        }
+    });
+    action(shortcuts::stop, [this] {
+        if (model_.busy()) {
+            model_.setCancelled(true);
+        } else {
+            model_.setSelection({});
+        }
+    });
+}
+
+void ContentView::orderTabs() {
+    // Qt's order is that of creation; what the header makes first also comes first, and so on.
+    setTabOrder(header_, queue_);
+    setTabOrder(queue_, inspector_);
+    setTabOrder(inspector_, footer_);
+}
+
+void ContentView::arrange() {
+    const Measures of = measuresIn(size());
+    header_->setMetrics(of.header, of.margin);
+    footer_->setMetrics(width(), of.margin);
+    // The column of settings has a margin of its own.
+    grid_->setColumnMinimumWidth(0, of.margin);
+    grid_->setColumnMinimumWidth(2, of.gap - InspectorPanel::margin);
+    grid_->setColumnMinimumWidth(4, of.margin - InspectorPanel::margin);
+    grid_->setRowMinimumHeight(1, of.vertical);
+    grid_->setRowMinimumHeight(3, of.vertical);
+    inspector_->setFixedWidth(of.inspector + 2 * InspectorPanel::margin);
+    inspector_->setGap(height() < tallHeight ? 8 : 12);
+}
+
+void ContentView::loadBanner() {
+    bannerLoad_.request_stop();
+    bannerLoad_ = {};
+    banner_.load(model_.language(), bannerLoad_.get_token());
+}
+
+void ContentView::takeError() {
+    if (!model_.error()) {
+        return;
+    }
+    if (alert_ == nullptr) {
+        alert_ = new QMessageBox(QMessageBox::Critical, QString(), QString(), QMessageBox::Ok, this);
+        alert_->setAttribute(Qt::WA_DeleteOnClose);
+        alert_->setTextFormat(Qt::PlainText);
+        connect(alert_, &QDialog::finished, this, [this] { model_.setError(nullptr); });
+        alert_->open();
+    }
+    takeAlertTexts();
+}
+
+void ContentView::takeAlertTexts() {
+    if (alert_ == nullptr || !model_.error()) {
+        return;
+    }
+    const QString title = model_.t(QStringLiteral("Не удалось выполнить действие"));
+    alert_->setWindowTitle(title);
+    alert_->setText(title);
+    alert_->setInformativeText(model_.language().describe(model_.error()));
+    alert_->button(QMessageBox::Ok)->setText(QStringLiteral("OK"));
+}
+
+} // namespace ovrel

@@ -1,0 +1,134 @@
+#include "ui/decoration.h"
+
+#include "ui/control_painting.h"
+
+#include <QEvent>
+#include <QPainter>
+
+namespace ovrel {
+
+Card::Card(QWidget* parent) : QFrame(parent) {}
+
+void Card::setFill(ColorOf fill, bool outlined) {
+    if (fill_ == fill && outlined_ == outlined)
+        return;
+    fill_ = fill;
+    outlined_ = outlined;
+    update();
+}
+
+void Card::paintEvent(QPaintEvent* /*event*/) {
+    QPainter painter(this);
+    const ColorOf fill = isEnabled() || disabledFill_ == nullptr ? fill_ : disabledFill_;
+    drawRounded(painter, rect(), metrics::cardRadius, colors().*fill, outlined_ ? colors().border : Qt::transparent);
+}
+
+Band::Band(Qt::Edge line, QWidget* parent) : QFrame(parent), line_(line) {}
+
+void Band::paintEvent(QPaintEvent* /*event*/) {
+    QPainter painter(this);
+    painter.fillRect(rect(), colors().surface);
+    painter.fillRect(0, line_ == Qt::TopEdge ? 0 : height() - 1, width(), 1, colors().border);
+}
+
+Divider::Divider(QWidget* parent) : QWidget(parent) {
+    setFixedHeight(1);
+}
+
+void Divider::paintEvent(QPaintEvent* /*event*/) {
+    QPainter(this).fillRect(rect(), colors().border);
+}
+
+IconView::IconView(Icon icon, double size, ColorOf color, QWidget* parent)
+    : QWidget(parent), icon_(icon), size_(size), color_(color) {
+    setFixedSize(qCeil(size), qCeil(size));
+}
+
+void IconView::setIcon(Icon icon, ColorOf color) {
+    icon_ = icon;
+    color_ = color;
+    update();
+}
+
+void IconView::setTile(int size, ColorOf fill, double radius) {
+    tile_ = fill;
+    tileRadius_ = radius;
+    setFixedSize(size, size);
+    update();
+}
+
+void IconView::paintEvent(QPaintEvent* /*event*/) {
+    QPainter painter(this);
+    if (tile_ != nullptr)
+        drawRounded(painter, rect(), tileRadius_, isEnabled() ? colors().*tile_ : colors().disabledFill,
+                    Qt::transparent);
+    QRectF where(0, 0, size_, size_);
+    where.moveCenter(QRectF(rect()).center());
+    drawIcon(painter, icon_, where, isEnabled() ? colors().*color_ : colors().disabled);
+}
+
+Pill::Pill(QWidget* parent) : QLabel(parent) {
+    setTextFormat(Qt::PlainText);
+    setAlignment(Qt::AlignCenter);
+    setContentsMargins(8, 3, 8, 3);
+    setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+    takeTheme();
+}
+
+void Pill::paintEvent(QPaintEvent* event) {
+    QPainter painter(this);
+    drawRounded(painter, rect(), height() / 2.0, colors().*fill_, Qt::transparent);
+    painter.end();
+    QLabel::paintEvent(event);
+}
+
+void Pill::changeEvent(QEvent* event) {
+    if (event->type() == QEvent::StyleChange)
+        takeTheme();
+    QLabel::changeEvent(event);
+}
+
+void Pill::takeTheme() {
+    QFont font = fontOf(TextStyle::caption);
+    font.setWeight(QFont::DemiBold);
+    setFont(font);
+    QPalette own = palette();
+    own.setColor(QPalette::WindowText, colors().secondaryText);
+    setPalette(own);
+}
+
+Spinner::Spinner(int size, QWidget* parent) : QWidget(parent) {
+    setFixedSize(size, size);
+    turn_.setStartValue(0.0);
+    turn_.setEndValue(360.0);
+    turn_.setDuration(motion::spinnerTurn);
+    turn_.setLoopCount(-1);
+    connect(&turn_, &QVariantAnimation::valueChanged, this, [this] { update(); });
+}
+
+void Spinner::paintEvent(QPaintEvent* /*event*/) {
+    QPainter painter(this);
+    drawSpinner(painter, rect(), turn_.currentValue().toDouble());
+}
+
+void Spinner::showEvent(QShowEvent* event) {
+    if (theme().animations)
+        turn_.start();
+    QWidget::showEvent(event);
+}
+
+void Spinner::hideEvent(QHideEvent* event) {
+    turn_.stop();
+    QWidget::hideEvent(event);
+}
+
+void drawSpinner(QPainter& painter, const QRectF& where, double degrees) {
+    painter.save();
+    painter.setRenderHint(QPainter::SmoothPixmapTransform);
+    painter.translate(where.center());
+    painter.rotate(degrees);
+    drawIcon(painter, Icon::spinner, where.translated(-where.center()), colors().accent);
+    painter.restore();
+}
+
+} // namespace ovrel

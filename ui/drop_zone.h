@@ -1,0 +1,50 @@
+/// \file drop_zone.h
+/// What stands where the list will be.
+#pragma once
+
+#include <QVariantAnimation>
+#include <QWidget>
+
+class QLabel;
+class QStackedWidget;
+
+namespace ovrel {
+
+class Button;
+class Model;
+class Pill;
+class TextLabel;
+
+/// Invites to drop images, or says that they are being collected. Main thread.
+class DropZone final : public QWidget {
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(DropZone)
+
+public:
+    /// \param model outlives this
+    explicit DropZone(Model& model, QWidget* parent = nullptr);
+    ~DropZone() override = default;
+
+    Button& chooseFiles() { return *files_; }
+    Button& chooseFolder() { return *folder_; }
+
+private:
+    class Picture;
+
+    QWidget* invitation();
+    QWidget* gathering();
+    void takeTexts();
+    void takeState();
+
+    Model& model_;
+    QStackedWidget* pages_;
+    Picture* picture_ = nullptr;
+    TextLabel* heading_ = nullptr;
+    TextLabel* explanation_ = nullptr;
+    Pill* formats_ = nullptr;
+    Button* files_ = nullptr;
+    Button* folder_ = nullptr;
+    TextLabel* gatheringText_ = nullptr;
+};
+
+} // namespace ovrel

@@ -1,0 +1,111 @@
+#include "ui/focus_ring.h"
+
+#include "ui/folder_button.h"
+#include "ui/segments.h"
+#include "ui/switch.h"
+#include "ui/theme.h"
+
+#include <QApplication>
+#include <QComboBox>
+#include <QFocusEvent>
+#include <QFocusFrame>
+#include <QPushButton>
+
+namespace ovrel {
+
+namespace {
+
+bool& byKeyboard() {
+    static bool seen = false;
+    return seen;
+}
+
+bool isByKeyboard(Qt::FocusReason reason) {
+    return reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason || reason == Qt::ShortcutFocusReason;
+}
+
+bool movesFocus(int key) {
+    switch (key) {
+    case Qt::Key_Tab:
+    case Qt::Key_Backtab:
+    case Qt::Key_Left:
+    case Qt::Key_Right:
+    case Qt::Key_Up:
+    case Qt::Key_Down:
+    case Qt::Key_Space: return true;
+    default: return false;
+    }
+}
+
+/// What the ring goes around when a widget has the focus; null for what shows its focus itself.
+QWidget* ringedBy(QWidget* focused) {
+    if (focused == nullptr)
+        return nullptr;
+    if (auto* segments = qobject_cast<Segments*>(focused->parentWidget()))
+        return segments;
+    const bool ringed =
+        qobject_cast<QAbstractButton*>(focused) != nullptr || qobject_cast<QComboBox*>(focused) != nullptr;
+    return ringed ? focused : nullptr;
+}
+
+} // namespace
+
+FocusShape focusShapeOf(const QWidget& widget) {
+    if (const auto* onOff = qobject_cast<const Switch*>(&widget))
+        return {onOff->track(), onOff->track().height() / 2.0};
+    if (qobject_cast<const FolderButton*>(&widget) != nullptr)
+        return {widget.rect(), metrics::folderRadius};
+    if (qobject_cast<const Segments*>(&widget) != nullptr)
+        return {widget.rect(), 9};
+    return {widget.rect(), metrics::buttonRadius};
+}
+
+bool keyboardFocusIsSeen(const QWidget* widget) {
+    if (widget == nullptr || !byKeyboard())
+        return false;
+    const QWidget* focused = QApplication::focusWidget();
+    return focused != nullptr && (focused == widget || widget->isAncestorOf(focused));
+}
+
+FocusRing::FocusRing(QObject* parent) : QObject(parent) {
+    qApp->installEventFilter(this);
+    connect(qApp, &QApplication::focusChanged, this, [this](QWidget* /*old*/, QWidget* now) { goTo(now); });
+}
+
+FocusRing::~FocusRing() {
+    delete frame_;
+}
+
+bool FocusRing::eventFilter(QObject* watched, QEvent* event) {
+    switch (event->type()) {
+    case QEvent::FocusIn:
+        if (static_cast<QFocusEvent*>(event)->reason() != Qt::ActiveWindowFocusReason)
+            byKeyboard() = isByKeyboard(static_cast<QFocusEvent*>(event)->reason());
+        break;
+    case QEvent::KeyPress:
+        if (movesFocus(static_cast<QKeyEvent*>(event)->key()) && !byKeyboard()) {
+            byKeyboard() = true;
+            goTo(QApplication::focusWidget());
+        }
+        break;
+    default: break;
+    }
+    return QObject::eventFilter(watched, event);
+}
+
+void FocusRing::goTo(QWidget* widget) {
+    QWidget* ringed = byKeyboard() ? ringedBy(widget) : nullptr;
+    if (widget != nullptr)
+        widget->update();
+    if (ringed == nullptr) {
+        if (frame_ != nullptr)
+            frame_->setWidget(nullptr);
+        return;
+    }
+    if (frame_ == nullptr)
+        frame_ = new QFocusFrame(ringed->window());
+    frame_->setWidget(ringed);
+    frame_->update();
+}
+
+} // namespace ovrel

@@ -1,0 +1,53 @@
+/// \file header_bar.h
+/// The top of the main window.
+#pragma once
+
+#include "ui/decoration.h"
+
+#include <QWidget>
+
+class QMenu;
+
+namespace ovrel {
+
+class Button;
+class ElidedLabel;
+class Model;
+class Segments;
+class WordmarkButton;
+
+/// The program's name, which opens its menu; the promise that nothing is uploaded; and the language. Main thread.
+class HeaderBar final : public QWidget {
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(HeaderBar)
+
+public:
+    /// \param model outlives this
+    explicit HeaderBar(Model& model, QWidget* parent = nullptr);
+    ~HeaderBar() override = default;
+
+    /// \param menu outlives this; null for none
+    void setMenu(QMenu* menu);
+    /// \param margin on both sides, in pixels
+    void setMetrics(int height, int margin);
+
+    QWidget& menuButton();
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+
+private:
+    class PrivacyBadge;
+
+    void takeTexts();
+    void fitBadge();
+
+    Model& model_;
+    WordmarkButton* wordmark_;
+    ElidedLabel* tagline_;
+    PrivacyBadge* badge_;
+    Segments* language_;
+};
+
+} // namespace ovrel

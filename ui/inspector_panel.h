@@ -1,0 +1,77 @@
+/// \file inspector_panel.h
+/// The settings of a run.
+#pragma once
+
+#include <QScrollArea>
+#include <QSlider>
+
+class QComboBox;
+class QVBoxLayout;
+
+namespace ovrel {
+
+class Card;
+class ElidedLabel;
+class FolderButton;
+class IconView;
+class Model;
+class Segments;
+class Switch;
+class TextLabel;
+
+/// A column beside the list, which scrolls where it does not fit. Disabled as a whole during a run. Main thread.
+class InspectorPanel final : public QScrollArea {
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(InspectorPanel)
+
+public:
+    /// Around the column, for the lines around what has the keyboard.
+    static constexpr int margin = 4;
+
+    /// \param model outlives this
+    explicit InspectorPanel(Model& model, QWidget* parent = nullptr);
+    ~InspectorPanel() override = default;
+
+    /// \param gap between the parts of the column, in pixels
+    void setGap(int gap);
+
+private:
+    QWidget* outputCard();
+    QWidget* settingsCard();
+    QWidget* qualitySection(QWidget* card);
+    QWidget* methodSection(QWidget* card);
+    QWidget* compressionSection(QWidget* card);
+    QWidget* informationLine();
+    void connectSettings();
+
+    void takeTexts();
+    void takeQuality();
+    void takeMode();
+    void takeSpeed();
+    void takeOutput();
+    void takeInformation();
+
+    Model& model_;
+    QVBoxLayout* column_ = nullptr;
+    Card* card_ = nullptr;
+    TextLabel* output_ = nullptr;
+    ElidedLabel* outputNote_ = nullptr;
+    TextLabel* qualityTitle_ = nullptr;
+    TextLabel* qualityValue_ = nullptr;
+    QSlider* quality_ = nullptr;
+    TextLabel* smaller_ = nullptr;
+    TextLabel* finer_ = nullptr;
+    TextLabel* methodTitle_ = nullptr;
+    Segments* method_ = nullptr;
+    TextLabel* methodNote_ = nullptr;
+    QWidget* compression_ = nullptr;
+    TextLabel* compressionTitle_ = nullptr;
+    QComboBox* speed_ = nullptr;
+    TextLabel* folderTitle_ = nullptr;
+    FolderButton* folder_ = nullptr;
+    Switch* recursive_ = nullptr;
+    IconView* informationIcon_ = nullptr;
+    TextLabel* information_ = nullptr;
+};
+
+} // namespace ovrel

@@ -1,0 +1,66 @@
+#include "ui/progress_bar.h"
+
+#include "ui/control_painting.h"
+
+#include <QPainter>
+
+#include <algorithm>
+
+namespace ovrel {
+
+namespace {
+
+constexpr int thickness = 6;
+
+} // namespace
+
+ProgressBar::ProgressBar(QWidget* parent) : QProgressBar(parent) {
+    setTextVisible(false);
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+    shown_.setDuration(motion::progress);
+    shown_.setEasingCurve(QEasingCurve::OutCubic);
+    connect(&shown_, &QVariantAnimation::valueChanged, this, [this] { update(); });
+}
+
+void ProgressBar::setCounters(qint64 done, qint64 total) {
+    // A screen reader says the counters as long as they fit.
+    constexpr qint64 most = std::numeric_limits<int>::max();
+    setRange(0, static_cast<int>(std::clamp<qint64>(total, 1, most)));
+    setValue(static_cast<int>(std::clamp<qint64>(done, 0, maximum())));
+
+    const double from = shown_.state() == QVariantAnimation::Running ? shown_.currentValue().toDouble() : share_;
+    const double to = static_cast<double>(value()) / maximum();
+    shown_.stop();
+    share_ = to;
+    if (theme().animations && isVisible() && to > from) {
+        shown_.setStartValue(from);
+        shown_.setEndValue(to);
+        shown_.start();
+    }
+    update();
+}
+
+QSize ProgressBar::sizeHint() const {
+    return {360, thickness};
+}
+
+QSize ProgressBar::minimumSizeHint() const {
+    return {60, thickness};
+}
+
+void ProgressBar::paintEvent(QPaintEvent* /*event*/) {
+    QPainter painter(this);
+    QRectF groove(0, (height() - thickness) / 2.0, width(), thickness);
+    drawRounded(painter, groove, thickness / 2.0, colors().inset, Qt::transparent);
+    const double share = shown_.state() == QVariantAnimation::Running ? shown_.currentValue().toDouble() : share_;
+    if (share <= 0)
+        return;
+    const double width = std::max<double>(thickness, groove.width() * share);
+    if (isRightToLeft())
+        groove.setLeft(groove.right() - width);
+    else
+        groove.setWidth(width);
+    drawRounded(painter, groove, thickness / 2.0, colors().accent, Qt::transparent);
+}
+
+} // namespace ovrel

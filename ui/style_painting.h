@@ -1,0 +1,41 @@
+/// \file style_painting.h
+/// Qt's own controls, one function each. Main thread.
+#pragma once
+
+#include "ui/control_painting.h"
+
+#include <QRegion>
+#include <QStyleOption>
+
+class QFocusFrame;
+
+namespace ovrel {
+
+/// Pixels.
+inline constexpr int progressThickness = 6;
+
+ControlState stateOf(const QStyleOption& option);
+
+int menuItemWidth(const QStyleOptionMenuItem& item);
+void drawMenuItem(QPainter& painter, const QStyleOptionMenuItem& item);
+
+/// The box without its text.
+void drawCombo(QPainter& painter, const QStyleOptionComboBox& box);
+void drawComboText(QPainter& painter, const QStyleOptionComboBox& box, const QRect& where);
+
+/// \param focused whether the line around the knob is drawn
+void drawSlider(QPainter& painter, const QStyleOptionSlider& slider, const QRect& handle, bool focused);
+
+/// What can be dragged of a scroll bar, which has no buttons.
+QRect scrollHandle(const QStyleOptionSlider& bar);
+void drawScrollBar(QPainter& painter, const QStyleOptionSlider& bar, const QRect& handle);
+
+void drawProgress(QPainter& painter, const QStyleOptionProgressBar& bar);
+
+/// The ring around whatever the frame belongs to.
+void drawFocusFrame(QPainter& painter, const QFocusFrame& frame);
+
+/// The pixels of a rounded rectangle.
+QRegion roundedRegion(const QRect& where, int radius);
+
+} // namespace ovrel
