@@ -1,8 +1,8 @@
 #include "ui/side_window.h"
 
-#include <QApplication>
+#include "widgets/placement.h"
+
 #include <QKeyEvent>
-#include <QScreen>
 
 namespace ovrel {
 
@@ -13,7 +13,7 @@ SideWindow::SideWindow(const QString& title) : QWidget(nullptr, Qt::Window) {
 
 void SideWindow::open() {
     if (!placed_)
-        centre();
+        placeInMiddleOfScreen(*this);
     placed_ = true;
     if (isMinimized())
         showNormal();
@@ -28,16 +28,6 @@ void SideWindow::keyPressEvent(QKeyEvent* event) {
         close();
     else
         QWidget::keyPressEvent(event);
-}
-
-void SideWindow::centre() {
-    const QWidget* const active = QApplication::activeWindow();
-    QScreen* const where = active ? active->screen() : QGuiApplication::primaryScreen();
-    setScreen(where);
-    const QRect available = where->availableGeometry();
-    const QSize fitting = size().boundedTo(available.size());
-    resize(fitting);
-    move(available.center() - QRect(QPoint(), fitting).center());
 }
 
 } // namespace ovrel

@@ -24,8 +24,6 @@ protected:
     void keyPressEvent(QKeyEvent* event) override;
 
 private:
-    void centre();
-
     bool placed_ = false;
 };
 

@@ -142,6 +142,9 @@ void applyTheme(const Theme& theme) {
     QToolTip::setPalette(toolTip);
     QToolTip::setFont(fontOf(TextStyle::caption));
     QApplication::setFont(fontOf(TextStyle::body));
+    // These stand in layers that do not know the theme.
+    QApplication::setFont(fontOf(TextStyle::heading), "ovrel::UpdateHeading");
+    QApplication::setFont(fontOf(TextStyle::caption), "ovrel::BannerLabel");
     QApplication::setPalette(paletteOf(theme.scheme));
     // Of fonts and palettes Qt tells windows alone, and passes on only what a widget has not set itself.
     for (QWidget* const widget : QApplication::allWidgets()) {

@@ -1,0 +1,34 @@
+#include "updates/update_panel_window.h"
+
+#include "updates/update_view.h"
+#include "widgets/placement.h"
+
+#include <QVBoxLayout>
+
+namespace ovrel {
+
+UpdatePanelWindow::UpdatePanelWindow(UpdateManager& manager)
+    : QDialog(nullptr, Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint) {
+    setAttribute(Qt::WA_QuitOnClose, false);
+    auto* const layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSizeConstraint(QLayout::SetFixedSize);
+    layout->addWidget(new UpdateView(manager, this));
+}
+
+void UpdatePanelWindow::makeKeyAndOrderFront() {
+    if (!placed_) {
+        adjustSize();
+        placeInMiddleOfScreen(*this);
+        placed_ = true;
+    }
+    show();
+    raise();
+    activateWindow();
+}
+
+UpdatePanelFactory updatePanelFactory() {
+    return [](UpdateManager& manager) { return std::make_unique<UpdatePanelWindow>(manager); };
+}
+
+} // namespace ovrel

@@ -1,0 +1,35 @@
+/// \file update_panel_window.h
+/// The small window in which updates are shown.
+#pragma once
+
+#include "updates/update_panel.h"
+
+#include <QDialog>
+
+namespace ovrel {
+
+/// The user leaves it through its buttons alone. As high as what it shows. Main thread.
+class UpdatePanelWindow final : public QDialog, public UpdatePanel {
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(UpdatePanelWindow)
+
+public:
+    /// \param manager outlives the window
+    explicit UpdatePanelWindow(UpdateManager& manager);
+    ~UpdatePanelWindow() override = default;
+
+    void setTitle(const QString& title) override { setWindowTitle(title); }
+    void makeKeyAndOrderFront() override;
+    void orderOut() override { hide(); }
+
+    /// Does nothing: Escape and the desktop's ways to close a window end here.
+    void reject() override {}
+
+private:
+    bool placed_ = false;
+};
+
+/// Makes such windows.
+UpdatePanelFactory updatePanelFactory();
+
+} // namespace ovrel

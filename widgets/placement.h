@@ -1,0 +1,13 @@
+/// \file placement.h
+/// Where a window appears.
+#pragma once
+
+#include <QWidget>
+
+namespace ovrel {
+
+/// Puts a window that is not visible into the middle of the screen on which the user works, no larger than that. Some
+/// desktops place windows themselves. Main thread.
+void placeInMiddleOfScreen(QWidget& window);
+
+} // namespace ovrel
