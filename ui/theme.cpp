@@ -142,6 +142,8 @@ void applyTheme(const Theme& theme) {
     QToolTip::setPalette(toolTip);
     QToolTip::setFont(fontOf(TextStyle::caption));
     QApplication::setFont(fontOf(TextStyle::body));
+    // A view that is above this in the order of layers gets its fonts by name.
+    QApplication::setFont(fontOf(TextStyle::heading), "ovrel::UpdateHeading");
     // These stand in layers that do not know the theme.
     QApplication::setFont(fontOf(TextStyle::heading), "ovrel::UpdateHeading");
     QApplication::setFont(fontOf(TextStyle::caption), "ovrel::BannerLabel");
