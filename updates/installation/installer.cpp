@@ -8,6 +8,7 @@
 #include "updates/installation/program_start.h"
 #include "updates/installation/read_file.h"
 #include "updates/installation/recovery.h"
+#include "updates/installation/running_programs.h"
 
 #include <array>
 #include <cerrno>
@@ -119,7 +120,8 @@ pid_t startInstalled(const InstallationPlace& place, const InstallerOrder& order
 bool takeBackUnconfirmed(TreeCalls& calls, const InstallationPlace& place, const std::string& token) {
     const std::optional<UpdateLock> update = UpdateLock::acquireSoon(place);
     LockFile instances(place);
-    if (!update || !instances.tryExclusive(LockFile::Part::instances)) {
+    if (!update || !instances.tryExclusive(LockFile::Part::instances) ||
+        !otherProgramsOf(openFolder(place.parent(), place.name())).empty()) {
         return false;
     }
     const std::optional<Journal> journal = readJournal(place);
@@ -139,6 +141,7 @@ std::optional<Journal> installAlone(TreeCalls& calls, const InstallationPlace& p
     try {
         LockFile instances(place);
         instances.waitExclusive(LockFile::Part::instances);
+        waitForOtherProgramsOf(openFolder(place.parent(), place.name()));
         installGuarded(calls, place, order.install);
         std::optional<Journal> journal = settle(calls, place);
         removeStaging(place, order, staging);

@@ -3,6 +3,7 @@
 #include "updates/installation/exchange.h"
 #include "updates/installation/installed_layout.h"
 #include "updates/installation/open_folder.h"
+#include "updates/installation/running_programs.h"
 #include "updates/installation/tree_mark.h"
 
 #include <cerrno>
@@ -118,10 +119,26 @@ KeptFiles removeBeside(TreeCalls& calls, const InstallationPlace& place, const s
     return removeInstalledTree(calls, place.parent(), name, keptFilesName(place));
 }
 
-/// While it exists, no other program of the installation can start, if none ran before.
+bool runsProgram(const InstallationPlace& place, const std::string& name) {
+    return !otherProgramsOf(openFolder(place.parent(), name)).empty();
+}
+
+/// Ends an update whose version has started healthily, unless a program still needs the previous tree: one that came up
+/// in the moment of the exchange.
+KeptFiles finishConfirmed(TreeCalls& calls, const InstallationPlace& place) {
+    if (runsProgram(place, place.previousName())) {
+        return {};
+    }
+    KeptFiles kept = removeBeside(calls, place, place.previousName());
+    removeJournal(calls, place);
+    return kept;
+}
+
+/// While it exists, no other program of the installation gets beyond its beginning, if none ran before.
 class Alone {
 public:
-    explicit Alone(InstanceLock& instance) : instance_(instance), granted_(instance.tryAlone()) {}
+    Alone(InstanceLock& instance, const InstallationPlace& place)
+        : instance_(instance), granted_(instance.tryAlone() && !runsProgram(place, place.name())) {}
     ~Alone() { instance_.share(); }
     Alone(const Alone&) = delete;
     Alone& operator=(const Alone&) = delete;
@@ -136,7 +153,7 @@ private:
 /// The start of a version that is not confirmed: the third one that no confirmation came before takes it back.
 std::optional<Journal> countStart(TreeCalls& calls, const InstallationPlace& place, Journal journal,
                                   InstanceLock& instance) {
-    const Alone alone(instance);
+    const Alone alone(instance, place);
     if (!alone.granted()) {
         return journal; // one that runs may still confirm
     }
@@ -166,10 +183,7 @@ void finish(TreeCalls& calls, const InstallationPlace& place, const std::optiona
         }
         break;
     }
-    case JournalState::confirmed:
-        report(start, removeBeside(calls, place, place.previousName()));
-        removeJournal(calls, place);
-        break;
+    case JournalState::confirmed: report(start, finishConfirmed(calls, place)); break;
     case JournalState::failed:
         start.failedVersion = journal->version;
         report(start, removeBeside(calls, place, place.failedName()));
@@ -201,14 +215,10 @@ KeptFiles confirmHealthyStart(TreeCalls& calls, const InstallationPlace& place) 
     }
     if (journal) {
         write(calls, place, *journal, JournalState::confirmed);
+        removeStaging(place, *journal);
     }
     unmarkTree(calls, tree.get());
-    KeptFiles kept = removeBeside(calls, place, place.previousName());
-    if (journal) {
-        removeStaging(place, *journal);
-        removeJournal(calls, place);
-    }
-    return kept;
+    return finishConfirmed(calls, place);
 }
 
 void forgetFailedVersion(TreeCalls& calls, const InstallationPlace& place, const std::string& version) {

@@ -46,10 +46,10 @@ struct StartReport {
 StartReport recoverAtStart(TreeCalls& calls, const InstallationPlace& place, const FileIdentity& running,
                            InstanceLock& instance);
 
-/// Called when the program has shown its main window: the new version stays, the previous tree and the journal go. May
-/// take as long as the removal of a tree does. Without an update it does nothing. Any thread, one at a time.
-/// Throws std::system_error; it may be called again then, and the next start would end what is left.
-/// \return what the previous tree held of the user's
+/// Called when the program has shown its main window: the new version stays, the previous tree and the journal go;
+/// where a program still runs from that tree, they go at a later start. May take as long as the removal of a tree does.
+/// Without an update it does nothing. Any thread, one at a time. Throws std::system_error; it may be called again then,
+/// and the next start would end what is left. \return what the previous tree held of the user's
 KeptFiles confirmHealthyStart(TreeCalls& calls, const InstallationPlace& place);
 
 /// Called when the version that StartReport named is remembered elsewhere. Throws std::system_error.

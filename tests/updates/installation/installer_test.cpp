@@ -2,6 +2,7 @@
 
 #include "tests/updates/installation/played_installation.h"
 #include "tests/updates/installation/test_trees.h"
+#include "tests/updates/installation/working_program.h"
 #include "updates/installation/clean_environment.h"
 #include "updates/installation/installed_layout.h"
 #include "updates/installation/instance_lock.h"
@@ -103,6 +104,27 @@ TEST(Installer, WaitsForTheOtherProgramsOfTheInstallation) {
         EXPECT_EQ(PlayedInstallation::versionAt(played.tree()), "2.3");
         EXPECT_FALSE(UpdateLock::tryAcquire(played.place()));
     }
+    waitForAllProcesses();
+    EXPECT_EQ(PlayedInstallation::versionAt(played.tree()), "2.4");
+    EXPECT_THAT(played.startedVersions(), ElementsAre("2.3", "2.4"));
+}
+
+TEST(Installer, WaitsForAProgramThatHoldsNoLock) {
+    PlayedInstallation played(OVREL_INSTALLER);
+    std::optional<WorkingProgram> batch(played.tree());
+    PlayedProcess program = played.start("relaunch");
+    ASSERT_TRUE(program.hasSpoken());
+    program.quit();
+    ASSERT_EQ(::waitpid(program.process, nullptr, 0), program.process);
+    // The installer keeps both locks while it waits, and looks for programs when it has them.
+    LockFile other(played.place());
+    while (other.tryShared(LockFile::Part::instances)) {
+        other.unlock(LockFile::Part::instances);
+        std::this_thread::yield();
+    }
+    EXPECT_EQ(PlayedInstallation::versionAt(played.tree()), "2.3");
+    EXPECT_THAT(played.startedVersions(), ElementsAre("2.3"));
+    batch.reset();
     waitForAllProcesses();
     EXPECT_EQ(PlayedInstallation::versionAt(played.tree()), "2.4");
     EXPECT_THAT(played.startedVersions(), ElementsAre("2.3", "2.4"));

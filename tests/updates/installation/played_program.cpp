@@ -75,6 +75,15 @@ void waitForTheEndOfInput() {
     }
 }
 
+/// Plays a program that knows nothing of updates, as the command line's is.
+int work() {
+    if (::write(STDOUT_FILENO, "+", 1) != 1) {
+        return 6;
+    }
+    waitForTheEndOfInput();
+    return 0;
+}
+
 int play(const std::vector<std::string>& words, const InstallationPlace& place) {
     const std::string& story = words.at(1);
     std::optional<UpdateLock> lock = lockForNewUpdate(place);
@@ -111,6 +120,9 @@ int play(const std::vector<std::string>& words, const InstallationPlace& place) 
 
 int main(int argumentCount, char** arguments) {
     const std::vector<std::string> words(arguments + 1, arguments + argumentCount);
+    if (words == std::vector<std::string>{"--work"}) {
+        return work();
+    }
     const fs::path tree = fs::read_symlink("/proc/self/exe").parent_path().parent_path();
     const std::string behaviour = contentOf(tree / "behaviour");
     std::ostringstream facts;

@@ -1,6 +1,7 @@
 #include "updates/installation/recovery.h"
 
 #include "tests/updates/installation/test_trees.h"
+#include "tests/updates/installation/working_program.h"
 
 #include <filesystem>
 #include <fstream>
@@ -89,6 +90,32 @@ TEST(Recovery, CountsNoStartBesideAProgramThatRuns) {
         EXPECT_FALSE(report.restart);
     }
     EXPECT_EQ(readJournal(trees.place())->startCount, 0U);
+}
+
+TEST(Recovery, CountsNoStartBesideAProgramThatHoldsNoLock) {
+    const TestTrees trees;
+    installUpdate(trees);
+    const WorkingProgram other(trees.tree());
+    for (int start = 0; start < 5; ++start) {
+        EXPECT_FALSE(startAt(trees, trees.tree()).restart);
+    }
+    EXPECT_EQ(readJournal(trees.place())->startCount, 0U);
+}
+
+TEST(Recovery, KeepsThePreviousTreeUntilNoProgramNeedsIt) {
+    const TestTrees trees;
+    installUpdate(trees);
+    TreeCalls calls;
+    {
+        const WorkingProgram other(trees.previous());
+        EXPECT_TRUE(confirmHealthyStart(calls, trees.place()).empty());
+        EXPECT_EQ(versionAt(trees.previous()), "2.3");
+        EXPECT_FALSE(startAt(trees, trees.tree()).awaitsConfirmation);
+        EXPECT_EQ(versionAt(trees.previous()), "2.3");
+    }
+    startAt(trees, trees.tree());
+    EXPECT_THAT(trees.names(), ElementsAre("ovrel"));
+    EXPECT_EQ(versionAt(trees.tree()), "2.4");
 }
 
 TEST(Recovery, LetsOthersStartAgainAfterItsLook) {
