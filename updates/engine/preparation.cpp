@@ -17,12 +17,18 @@ namespace {
 
 constexpr QLatin1StringView systemName("linux");
 
-UpdateLock lockFor(const InstallationPlace& place) {
+UpdateLock lockFor(const InstallationPlace& place, const EngineState& state) {
     std::optional<UpdateLock> lock;
     try {
-        lock = lockForNewUpdate(place);
+        TreeCalls calls;
+        lock = lockForNewUpdate(calls, place, [&state](const std::string& version) {
+            return state.recordFailed(QString::fromStdString(version));
+        });
     } catch (const std::system_error& error) {
         qWarning("Updates: %s", error.what());
+        if (error.code() == std::errc::device_or_resource_busy) {
+            throw unfinishedUpdateError();
+        }
         throw stagingError();
     }
     if (!lock) {
@@ -59,7 +65,7 @@ Preparation::Preparation(const UpdaterEnvironment& environment, AppcastItem item
     : environment_(environment)
     , item_(std::move(item))
     , place_(placeOf(environment_.directory))
-    , lock_(lockFor(place_))
+    , lock_(lockFor(place_, environment_.state))
     , received_(std::in_place) {}
 
 void Preparation::receive(QByteArrayView part) {

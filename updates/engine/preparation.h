@@ -45,6 +45,7 @@ private:
 /// written to the disk before the archive has been verified.
 class Preparation {
 public:
+    /// Ends what an earlier update has left.
     /// \param environment a portable installation
     /// \throws UpdateError
     Preparation(const UpdaterEnvironment& environment, AppcastItem item);

@@ -306,7 +306,17 @@ QCoro::Task<Updater::End> Updater::downloaded(SPUUpdateCheck check, AppcastItem 
     std::shared_ptr<Preparation> preparation;
     std::optional<UpdateError> failure;
     try {
-        preparation = std::make_shared<Preparation>(environment_, item);
+        // Named, because GCC 12 destroys a lambda, or an aggregate in braces, twice where it is made within co_await.
+        const auto begun = std::make_shared<std::shared_ptr<Preparation>>();
+        const std::function<void()> begin = [environment = environment_, item, begun] {
+            *begun = std::make_shared<Preparation>(environment, item);
+        };
+        const std::optional<UpdateError> obstacle = co_await inWorker(begin);
+        requireAlive(gone);
+        if (obstacle) {
+            throw *obstacle;
+        }
+        preparation = std::move(*begun);
         ArchiveSink sink;
         sink.expected = [this](std::uint64_t bytes) { driver_.showDownloadDidReceiveExpectedContentLength(bytes); };
         sink.receive = [this, gone, preparation](QByteArrayView part) {

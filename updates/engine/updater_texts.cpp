@@ -56,6 +56,12 @@ UpdateError otherUpdateError() {
                  u"This copy of Ovrel is already being updated by another window.");
 }
 
+UpdateError unfinishedUpdateError() {
+    return error(SUError::installation,
+                 u"Прошлое обновление Ovrel не удалось завершить. Закройте все её окна и откройте её снова.",
+                 u"An earlier update of Ovrel could not be finished. Close all its windows and open it again.");
+}
+
 UpdateError unexpectedError() {
     return error(SUError::installation, u"Обновление прервалось из-за нехватки ресурсов компьютера.",
                  u"The update was interrupted because the computer ran short of resources.");

@@ -20,6 +20,9 @@ UpdateError managedInstallationError(const QString& owner);
 UpdateError unwritableInstallationError();
 UpdateError otherUpdateError();
 
+/// What an earlier update has left cannot be ended now.
+UpdateError unfinishedUpdateError();
+
 /// When memory ran out, for example.
 UpdateError unexpectedError();
 UpdateError installerGoneError();

@@ -166,6 +166,42 @@ std::optional<Journal> countStart(TreeCalls& calls, const InstallationPlace& pla
     return journal;
 }
 
+KeptFiles confirm(TreeCalls& calls, const InstallationPlace& place, Journal journal, int tree) {
+    write(calls, place, journal, JournalState::confirmed);
+    removeStaging(place, journal);
+    unmarkTree(calls, tree);
+    return finishConfirmed(calls, place);
+}
+
+/// Ends an earlier update while programs of the installation run.
+void endEarlier(TreeCalls& calls, const InstallationPlace& place, const RememberFailed& remember) {
+    std::optional<Journal> journal = readJournal(place);
+    const FileDescriptor tree = openFolder(place.parent(), place.name());
+    if (journal && journal->state == JournalState::exchanging && tree) { // with a tree in place nothing moves there
+        journal = settleExchange(calls, place, std::move(*journal));
+    }
+    if (!journal) {
+        return;
+    }
+    switch (journal->state) {
+    case JournalState::exchanging:
+    case JournalState::undoing: break; // the next start exchanges the trees
+    case JournalState::installed:
+    case JournalState::confirmed:
+        if (tree) {
+            static_cast<void>(confirm(calls, place, std::move(*journal), tree.get()));
+        }
+        break;
+    case JournalState::failed:
+        if (remember(journal->version)) {
+            removeStaging(place, *journal);
+            static_cast<void>(removeBeside(calls, place, place.failedName()));
+            removeJournal(calls, place);
+        }
+        break;
+    }
+}
+
 void finish(TreeCalls& calls, const InstallationPlace& place, const std::optional<Journal>& journal,
             InstanceLock& instance, StartReport& start) {
     if (!journal) {
@@ -214,8 +250,7 @@ KeptFiles confirmHealthyStart(TreeCalls& calls, const InstallationPlace& place) 
         return {};
     }
     if (journal) {
-        write(calls, place, *journal, JournalState::confirmed);
-        removeStaging(place, *journal);
+        return confirm(calls, place, std::move(*journal), tree.get());
     }
     unmarkTree(calls, tree.get());
     return finishConfirmed(calls, place);
@@ -230,11 +265,13 @@ void forgetFailedVersion(TreeCalls& calls, const InstallationPlace& place, const
     }
 }
 
-std::optional<UpdateLock> lockForNewUpdate(const InstallationPlace& place) {
+std::optional<UpdateLock> lockForNewUpdate(TreeCalls& calls, const InstallationPlace& place,
+                                           const RememberFailed& remember) {
     // An installer that was told to give up still cleans for a moment.
     std::optional<UpdateLock> lock = UpdateLock::acquireSoon(place);
-    if (lock && readJournal(place)) {
-        return std::nullopt;
+    if (lock) {
+        endEarlier(calls, place, remember);
+        require(readJournal(place) ? EBUSY : 0, "an earlier update has not ended");
     }
     return lock;
 }

@@ -1,6 +1,7 @@
 // Which calls the way from an offer to the installation makes, in their order, and what it leaves on the disk.
 
 #include "tests/updates/engine/updater_test.h"
+#include "updates/installation/journal.h"
 
 #include <gmock/gmock.h>
 
@@ -63,6 +64,17 @@ protected:
         checkAsked();
     }
 
+    /// What an update to version 1.0.5 has left.
+    void writeJournal(JournalState state) const {
+        const Journal journal{.state = state,
+                              .token = std::string(32, 'a'),
+                              .version = "1.0.5",
+                              .staging = ".ovrel-update-" + std::string(32, 'b'),
+                              .top = "ovrel-1.0.5"};
+        TreeCalls calls;
+        ovrel::writeJournal(calls, InstallationPlace(installation()), journal);
+    }
+
     /// As far as an update that is ready.
     void prepare() {
         updater_->checkForUpdates();
@@ -89,6 +101,32 @@ TEST_F(UpdaterInstallation, GoesFromTheOfferToTheEndOfTheProgram) {
     turnUntil([this] { return quits_ == 2; });
     EXPECT_THAT(recorder_.calls, ElementsAreArray(Calls{"D.updaterShouldRelaunchApplication"}));
     EXPECT_EQ(stagingCount(), 1);
+}
+
+TEST_F(UpdaterInstallation, EndsWhatAnEarlierUpdateHasLeft) {
+    writeJournal(JournalState::failed);
+    recorder_.readyAnswer = Choice::skip;
+    checkAsked();
+    EXPECT_THAT(recorder_.calls, ElementsAreArray(joined({prepared, end()})));
+    EXPECT_EQ(environment_.state.failedVersion(), "1.0.5");
+    EXPECT_FALSE(std::filesystem::exists(parent() / ".ovrel-journal"));
+    EXPECT_TRUE(becomesUnchanged());
+}
+
+TEST_F(UpdaterInstallation, SaysWhenAnEarlierUpdateIsInTheWay) {
+    folder_.write("state", "a file where the state's folder should be");
+    for (const JournalState state : {JournalState::failed, JournalState::undoing}) {
+        recorder_.calls.clear();
+        writeJournal(state);
+        checkAsked();
+        EXPECT_THAT(recorder_.calls,
+                    ElementsAreArray(joined({offered, begun, {"D.failedToDownloadUpdate 4005"}, failed("4005")})));
+        EXPECT_EQ(recorder_.shownError->localizedDescription(AppLanguage::english),
+                  "An earlier update of Ovrel could not be finished. Close all its windows and open it again.");
+        EXPECT_EQ(recorder_.shownError->localizedDescription(AppLanguage::russian),
+                  "Прошлое обновление Ovrel не удалось завершить. Закройте все её окна и откройте её снова.");
+        EXPECT_TRUE(isUnchanged());
+    }
 }
 
 TEST_F(UpdaterInstallation, ThatIsPutOffWaitsAndIsOfferedAgainWithoutTheNetwork) {

@@ -86,7 +86,8 @@ TEST(Installer, WaitsForAProgramThatDoesNotQuit) {
     PlayedProcess program = played.start("relaunch twice");
     ASSERT_TRUE(program.hasSpoken());
     EXPECT_EQ(PlayedInstallation::versionAt(played.tree()), "2.3");
-    EXPECT_FALSE(lockForNewUpdate(played.place())); // the update is the installer's
+    TreeCalls calls;
+    EXPECT_FALSE(lockForNewUpdate(calls, played.place(), nullptr)); // the update is the installer's
     program.quit();
     waitForAllProcesses();
     EXPECT_EQ(PlayedInstallation::versionAt(played.tree()), "2.4");

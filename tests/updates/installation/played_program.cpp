@@ -86,7 +86,8 @@ int work() {
 
 int play(const std::vector<std::string>& words, const InstallationPlace& place) {
     const std::string& story = words.at(1);
-    std::optional<UpdateLock> lock = lockForNewUpdate(place);
+    TreeCalls calls;
+    std::optional<UpdateLock> lock = lockForNewUpdate(calls, place, [](const std::string&) { return false; });
     if (!lock) {
         return 3;
     }
