@@ -123,28 +123,38 @@ class UpdateTest(unittest.TestCase):
         self.key = self.folder / "key"
         self.public_key = run(PUBLISHER / "publish.py", "key", self.key).split()[-1]
 
-    def publish(self, files, version="2.4", entries=()):
+    def write_archive(self, files, entries=()):
         """Puts an archive of these files, and further entries, on the server."""
         archive = self.site / "updates" / "ovrel.tar.xz"
         with tarfile.open(archive, "w:xz", preset=0) as tar:
-            top = f"ovrel-{version}"
+            top = "ovrel-2.4"
             add(tar, top)
             add(tar, f"{top}/bin")
             for name, content in files.items():
                 add(tar, f"{top}/{name}", content)
             for entry in entries:
                 add(tar, **entry)
+        return archive
+
+    def publish(self, files, entries=()):
+        """Names such an archive of version 2.4 in the feed."""
+        archive = self.write_archive(files, entries)
         notes = [self.folder / "ru.txt", self.folder / "en.txt"]
         notes[0].write_text("Новое.")
         notes[1].write_text("News.")
         run(PUBLISHER / "publish.py", "add", self.feed, self.key, archive, "--url",
-            f"https://{HOST}/app/updates/ovrel.tar.xz", "--version", version, "--notes-ru", notes[0],
-            "--notes-en", notes[1])
+            f"https://{HOST}/app/updates/ovrel.tar.xz", "--version", "2.4", "--application", APPLICATION,
+            "--notes-ru", notes[0], "--notes-en", notes[1])
         return archive
 
     @property
     def feed(self):
         return self.site / "updates" / "appcast.xml"
+
+    def edit_feed(self, pattern, replacement):
+        text, count = re.subn(pattern, replacement, self.feed.read_text())
+        self.assertEqual(count, 1)
+        self.feed.write_text(text)
 
     def start_in_background(self):
         environment = {**os.environ, "HOME": str(self.parent), "XDG_STATE_HOME": str(self.parent / "state"),
@@ -246,13 +256,15 @@ class UpdateTest(unittest.TestCase):
 
     def test_refuses_an_archive_without_a_signature(self):
         self.publish(files_of("2.4", "played-ovrel-2.4"))
-        text, count = re.subn(r' sparkle:edSignature="[^"]*"', "", self.feed.read_text())
-        self.assertEqual(count, 1)
-        self.feed.write_text(text)
+        self.edit_feed(r' sparkle:edSignature="[^"]*"', "")
         self.refuses()
 
     def test_refuses_an_older_version_under_a_newer_number(self):
-        self.publish(files_of("2.2", "played-ovrel-2.3"))
+        self.publish(files_of("2.4", "played-ovrel-2.4"))
+        archive = self.write_archive(files_of("2.2", "played-ovrel-2.3"))
+        attributes = run(PUBLISHER / "publish.py", "sign", self.key, archive).strip()
+        self.edit_feed(r' length="[^"]*"', "")
+        self.edit_feed(r'sparkle:edSignature="[^"]*"', attributes)
         self.refuses()
 
     def test_refuses_archives_that_reach_outside(self):
