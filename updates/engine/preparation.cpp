@@ -6,6 +6,7 @@
 #include "updates/engine/updater_texts.h"
 #include "updates/engine/version_comparator.h"
 #include "updates/installation/recovery.h"
+#include "updates/installation/running_programs.h"
 
 #include <span>
 #include <system_error>
@@ -51,6 +52,15 @@ InstallationPlace placeOf(const std::filesystem::path& directory) {
 PendingInstallation::~PendingInstallation() {
     if (staging_) {
         staging_->keep();
+    }
+}
+
+bool PendingInstallation::othersRun() const {
+    try {
+        return ovrel::othersRun(place_);
+    } catch (const std::system_error& error) {
+        qWarning("Updates: %s", error.what()); // the installer looks again
+        return false;
     }
 }
 
@@ -108,7 +118,7 @@ PendingInstallation Preparation::launch() && {
     launch.environment = environment_.startEnvironment;
     try {
         WaitingInstaller installer = launchInstaller(place_, lock_, launch);
-        return {std::move(installer), *std::exchange(staging_, std::nullopt)};
+        return {std::move(place_), std::move(installer), *std::exchange(staging_, std::nullopt)};
     } catch (const std::system_error& error) {
         qWarning("Updates: %s", error.what());
         throw installationError(installerGoneError());

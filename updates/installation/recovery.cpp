@@ -119,14 +119,10 @@ KeptFiles removeBeside(TreeCalls& calls, const InstallationPlace& place, const s
     return removeInstalledTree(calls, place.parent(), name, keptFilesName(place));
 }
 
-bool runsProgram(const InstallationPlace& place, const std::string& name) {
-    return !otherProgramsOf(openFolder(place.parent(), name)).empty();
-}
-
 /// Ends an update whose version has started healthily, unless a program still needs the previous tree: one that came up
 /// in the moment of the exchange.
 KeptFiles finishConfirmed(TreeCalls& calls, const InstallationPlace& place) {
-    if (runsProgram(place, place.previousName())) {
+    if (!otherProgramsOf(openFolder(place.parent(), place.previousName())).empty()) {
         return {};
     }
     KeptFiles kept = removeBeside(calls, place, place.previousName());
@@ -138,7 +134,7 @@ KeptFiles finishConfirmed(TreeCalls& calls, const InstallationPlace& place) {
 class Alone {
 public:
     Alone(InstanceLock& instance, const InstallationPlace& place)
-        : instance_(instance), granted_(instance.tryAlone() && !runsProgram(place, place.name())) {}
+        : instance_(instance), granted_(instance.tryAlone() && !othersRun(place)) {}
     ~Alone() { instance_.share(); }
     Alone(const Alone&) = delete;
     Alone& operator=(const Alone&) = delete;

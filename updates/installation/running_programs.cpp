@@ -82,6 +82,10 @@ std::vector<FileDescriptor> otherProgramsOf(const FileDescriptor& tree) {
     return running;
 }
 
+bool othersRun(const InstallationPlace& place) {
+    return !otherProgramsOf(openFolder(place.parent(), place.name())).empty();
+}
+
 void waitForOtherProgramsOf(const FileDescriptor& tree) {
     constexpr int withoutEnd = -1;
     for (;;) {

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "platform/linux/file_descriptor.h"
+#include "updates/installation/installation_place.h"
 
 #include <vector>
 
@@ -14,6 +15,9 @@ namespace ovrel {
 /// \param tree an open folder; none for a tree that is not there
 /// Throws std::system_error where the processes of this computer cannot be listed.
 std::vector<FileDescriptor> otherProgramsOf(const FileDescriptor& tree);
+
+/// Whether another program of the installation runs. Throws as otherProgramsOf() does.
+bool othersRun(const InstallationPlace& place);
 
 /// Waits until no other program of the tree runs. Throws as otherProgramsOf() does.
 void waitForOtherProgramsOf(const FileDescriptor& tree);
