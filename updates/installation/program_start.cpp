@@ -84,7 +84,10 @@ ProgramEnd waitForEnd(pid_t process, unsigned limitMilliseconds) {
     if (::waitpid(process, &status, 0) != process) {
         return ProgramEnd::none;
     }
-    return WIFEXITED(status) && WEXITSTATUS(status) == 0 ? ProgramEnd::normal : ProgramEnd::abnormal;
+    const int signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
+    const bool wasAskedTo = signal == SIGTERM || signal == SIGHUP || signal == SIGINT;
+    const bool isNormal = wasAskedTo || (WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    return isNormal ? ProgramEnd::normal : ProgramEnd::abnormal;
 }
 
 } // namespace ovrel

@@ -164,11 +164,15 @@ TEST(Installer, BringsTheOldVersionBackWhenTheNewOneDoesNotStart) {
     }
 }
 
-TEST(Installer, LeavesAProgramThatEndsWellInPlace) {
-    PlayedInstallation played(OVREL_INSTALLER, "never confirm");
-    played.playToTheEnd("relaunch");
-    EXPECT_EQ(PlayedInstallation::versionAt(played.tree()), "2.4");
-    EXPECT_EQ(PlayedInstallation::versionAt(played.previous()), "2.3");
+TEST(Installer, LeavesAProgramInPlaceThatEndsWellOrIsAskedToEnd) {
+    for (const char* behaviour : {"never confirm", "SIGTERM", "SIGHUP", "SIGINT"}) {
+        SCOPED_TRACE(behaviour);
+        PlayedInstallation played(OVREL_INSTALLER, behaviour);
+        played.playToTheEnd("relaunch");
+        EXPECT_EQ(PlayedInstallation::versionAt(played.tree()), "2.4");
+        EXPECT_EQ(PlayedInstallation::versionAt(played.previous()), "2.3");
+        EXPECT_THAT(played.startedVersions(), ElementsAre("2.3", "2.4"));
+    }
 }
 
 TEST(Installer, LeavesItToTheNextStartsWhenItDoesNotWatch) {

@@ -13,6 +13,7 @@
 #include <optional>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <fcntl.h>
@@ -161,6 +162,11 @@ int main(int argumentCount, char** arguments) {
     }
     if (behaviour == "crash later") {
         std::raise(SIGABRT);
+    }
+    for (const auto& [name, signal] : {std::pair("SIGTERM", SIGTERM), {"SIGHUP", SIGHUP}, {"SIGINT", SIGINT}}) {
+        if (behaviour == name) {
+            std::raise(signal);
+        }
     }
     if (behaviour == "bad status") {
         return 5;
