@@ -29,6 +29,7 @@ using namespace ovrel;
 using namespace ovrel::test;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::IsSupersetOf;
 using testing::UnorderedElementsAre;
 
 TEST(Installer, InstallsAfterTheProgramsEndAndStartsItOnce) {
@@ -58,6 +59,21 @@ TEST(Installer, StartsTheProgramAsADesktopWould) {
                             "OVREL_TEST_RECORD=" + (played.home() / "record").native(), "DISPLAY=:7",
                             "WAYLAND_DISPLAY=wayland-7", "LANG=ru_RU.UTF-8", "XDG_RUNTIME_DIR=/run/user/7",
                             "DBUS_SESSION_BUS_ADDRESS=unix:path=/run/user/7/bus"));
+}
+
+TEST(Installer, HandsOnEveryEnvironmentThatAProgramCanHave) {
+    // A quarter of the stack holds it at a program's start, 2 MiB as a rule (execve(2)).
+    std::vector<std::string> variables;
+    for (int number = 0; number < 15; ++number) {
+        variables.push_back("LARGE" + std::to_string(number) + "=" + std::string(100'000, 'x'));
+    }
+    PlayedInstallation played(OVREL_INSTALLER);
+    PlayedProcess program = played.start("relaunch", variables);
+    ASSERT_TRUE(program.hasSpoken());
+    program.quit();
+    waitForAllProcesses();
+    ASSERT_THAT(played.startedVersions(), ElementsAre("2.3", "2.4"));
+    EXPECT_THAT(played.starts().back().all("environment"), IsSupersetOf(variables));
 }
 
 TEST(Installer, InstallsWithoutAWordAndStartsNothing) {

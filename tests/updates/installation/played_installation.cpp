@@ -86,7 +86,7 @@ PlayedInstallation::PlayedInstallation(const std::string& installer, const std::
     makePlayedTree(stagingFolder() / "tree" / "ovrel", "2.4", installer, behaviour);
 }
 
-PlayedProcess PlayedInstallation::start(const std::string& story) {
+PlayedProcess PlayedInstallation::start(const std::string& story, const std::vector<std::string>& variables) {
     const fs::path program = (fs::exists(tree()) ? tree() : previous()) / "bin" / "ovrel";
     std::vector<std::string> words = {program.native()};
     if (!story.empty()) {
@@ -102,6 +102,7 @@ PlayedProcess PlayedInstallation::start(const std::string& story) {
                                         "LD_LIBRARY_PATH=" + (tree() / "lib").native(),
                                         "QT_PLUGIN_PATH=" + (tree() / "plugins").native(),
                                         "APPDIR=/tmp/.mount_7"};
+    entries.insert(entries.end(), variables.begin(), variables.end());
     const std::vector<char*> arguments = pointersTo(words);
     const std::vector<char*> environment = pointersTo(entries);
     auto [inputRead, inputWrite] = newPipe();
