@@ -1,5 +1,6 @@
 #include "tests/updates/installation/played_installation.h"
 
+#include "platform/linux/argument_pointers.h"
 #include "updates/installation/installed_layout.h"
 
 #include <algorithm>
@@ -43,15 +44,6 @@ std::pair<FileDescriptor, FileDescriptor> newPipe() {
         throw std::runtime_error("no pipe");
     }
     return {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
-}
-
-std::vector<char*> pointersTo(std::vector<std::string>& words) {
-    std::vector<char*> pointers;
-    for (std::string& word : words) {
-        pointers.push_back(word.data());
-    }
-    pointers.push_back(nullptr);
-    return pointers;
 }
 
 } // namespace
@@ -103,8 +95,8 @@ PlayedProcess PlayedInstallation::start(const std::string& story, const std::vec
                                         "QT_PLUGIN_PATH=" + (tree() / "plugins").native(),
                                         "APPDIR=/tmp/.mount_7"};
     entries.insert(entries.end(), variables.begin(), variables.end());
-    const std::vector<char*> arguments = pointersTo(words);
-    const std::vector<char*> environment = pointersTo(entries);
+    const std::vector<char*> arguments = argumentPointers(words);
+    const std::vector<char*> environment = argumentPointers(entries);
     auto [inputRead, inputWrite] = newPipe();
     auto [outputRead, outputWrite] = newPipe();
     posix_spawn_file_actions_t actions = {};
