@@ -150,9 +150,24 @@ bool waitForWindows(LockFile& instances) {
     return false;
 }
 
+/// Returns when nothing of the installation runs and nothing of it can start.
+/// \return whether a window was opened since the program had been asked to end
+bool waitUntilAlone(LockFile& instances, const InstallationPlace& place) {
+    bool hadWindow = false;
+    for (;;) {
+        hadWindow = !waitForWindows(instances) || hadWindow;
+        const std::vector<FileDescriptor> others = otherProgramsOf(openFolder(place.parent(), place.name()));
+        if (others.empty()) {
+            return hadWindow;
+        }
+        instances.unlock(LockFile::Part::instances); // one of them may be a window that waits for the lock
+        waitForEndOf(others);
+    }
+}
+
 struct Installation {
     std::optional<Journal> journal; ///< if the new tree is in place
-    bool hadWindow = false;         ///< one was opened since the program had been asked to end
+    bool hadWindow = false;         ///< as waitUntilAlone()
 };
 
 /// Installs when nothing of the installation runs any more.
@@ -160,8 +175,7 @@ Installation installAlone(TreeCalls& calls, const InstallationPlace& place, cons
     Installation result;
     try {
         LockFile instances(place);
-        result.hadWindow = !waitForWindows(instances);
-        waitForOtherProgramsOf(openFolder(place.parent(), place.name()));
+        result.hadWindow = waitUntilAlone(instances, place);
         installGuarded(calls, place, order.install);
         std::optional<Journal> journal = settle(calls, place);
         removeStaging(place, order, staging);

@@ -86,17 +86,11 @@ bool othersRun(const InstallationPlace& place) {
     return !otherProgramsOf(openFolder(place.parent(), place.name())).empty();
 }
 
-void waitForOtherProgramsOf(const FileDescriptor& tree) {
-    constexpr int withoutEnd = -1;
-    for (;;) {
-        const std::vector<FileDescriptor> running = otherProgramsOf(tree);
-        if (running.empty()) {
-            return;
-        }
-        for (const FileDescriptor& process : running) {
-            pollfd ended = {.fd = process.get(), .events = POLLIN, .revents = 0};
-            static_cast<void>(uninterrupted([&] { return ::poll(&ended, 1, withoutEnd); }));
-        }
+void waitForEndOf(const std::vector<FileDescriptor>& processes) {
+    constexpr int withoutLimit = -1;
+    for (const FileDescriptor& process : processes) {
+        pollfd ended = {.fd = process.get(), .events = POLLIN, .revents = 0};
+        static_cast<void>(uninterrupted([&] { return ::poll(&ended, 1, withoutLimit); }));
     }
 }
 

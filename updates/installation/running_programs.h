@@ -19,7 +19,7 @@ std::vector<FileDescriptor> otherProgramsOf(const FileDescriptor& tree);
 /// Whether another program of the installation runs. Throws as otherProgramsOf() does.
 bool othersRun(const InstallationPlace& place);
 
-/// Waits until no other program of the tree runs. Throws as otherProgramsOf() does.
-void waitForOtherProgramsOf(const FileDescriptor& tree);
+/// Waits for the end of all these processes.
+void waitForEndOf(const std::vector<FileDescriptor>& processes);
 
 } // namespace ovrel

@@ -11,6 +11,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -27,9 +28,12 @@ namespace {
 namespace fs = std::filesystem;
 using namespace ovrel;
 using namespace ovrel::test;
+using testing::AllOf;
+using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::IsSupersetOf;
+using testing::SizeIs;
 using testing::UnorderedElementsAre;
 
 TEST(Installer, InstallsAfterTheProgramsEndAndStartsItOnce) {
@@ -144,23 +148,36 @@ TEST(Installer, WaitsForAWindowThatWasOpenedMeanwhileAndOpensNoneAfterIt) {
 
 TEST(Installer, WaitsForAProgramThatHoldsNoLock) {
     PlayedInstallation played(OVREL_INSTALLER);
-    std::optional<WorkingProgram> batch(played.tree());
-    PlayedProcess program = played.start("relaunch");
-    ASSERT_TRUE(program.hasSpoken());
-    program.quit();
-    ASSERT_EQ(::waitpid(program.process, nullptr, 0), program.process);
-    // The installer keeps both locks while it waits, and looks for programs when it has them.
-    LockFile other(played.place());
-    while (other.tryShared(LockFile::Part::instances)) {
-        other.unlock(LockFile::Part::instances);
-        std::this_thread::yield();
+    {
+        const WorkingProgram batch(played.tree());
+        PlayedProcess program = played.start("relaunch");
+        ASSERT_TRUE(program.hasSpoken());
+        program.quit();
+        ASSERT_EQ(::waitpid(program.process, nullptr, 0), program.process);
+        std::this_thread::sleep_for(std::chrono::milliseconds(20)); // time for one that would not wait
+        EXPECT_EQ(PlayedInstallation::versionAt(played.tree()), "2.3");
     }
-    EXPECT_EQ(PlayedInstallation::versionAt(played.tree()), "2.3");
-    EXPECT_THAT(played.startedVersions(), ElementsAre("2.3"));
-    batch.reset();
     waitForAllProcesses();
     EXPECT_EQ(PlayedInstallation::versionAt(played.tree()), "2.4");
     EXPECT_THAT(played.startedVersions(), ElementsAre("2.3", "2.4"));
+}
+
+TEST(Installer, LetsWindowsOpenAndCloseWhileItWaits) {
+    PlayedInstallation played(OVREL_INSTALLER);
+    {
+        const WorkingProgram batch(played.tree());
+        PlayedProcess program = played.start("relaunch");
+        ASSERT_TRUE(program.hasSpoken());
+        program.quit();
+        for (int times = 0; times < 10; ++times) {
+            const PlayedProcess window = played.start();
+            ASSERT_EQ(::waitpid(window.process, nullptr, 0), window.process);
+        }
+        EXPECT_EQ(PlayedInstallation::versionAt(played.tree()), "2.3");
+        EXPECT_THAT(played.startedVersions(), AllOf(SizeIs(11), Each("2.3")));
+    }
+    waitForAllProcesses();
+    EXPECT_EQ(PlayedInstallation::versionAt(played.tree()), "2.4");
 }
 
 TEST(Installer, BringsTheOldVersionBackWhenTheNewOneDoesNotStart) {

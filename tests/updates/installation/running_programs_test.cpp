@@ -55,8 +55,8 @@ TEST(RunningPrograms, AreWaitedForUntilTheLastHasEnded) {
     std::future<bool> waiting;
     {
         const WorkingProgram program(trees.tree());
-        waiting = std::async(std::launch::async, [&] {
-            waitForOtherProgramsOf(opened(trees.tree()));
+        waiting = std::async(std::launch::async, [&, running = otherProgramsOf(opened(trees.tree()))] {
+            waitForEndOf(running);
             return isEnding.load();
         });
         std::this_thread::sleep_for(std::chrono::milliseconds(20)); // time for one that would not wait
