@@ -144,8 +144,10 @@ void applyTheme(const Theme& theme) {
     QApplication::setFont(fontOf(TextStyle::body));
     // A view that is above this in the order of layers gets its fonts by name.
     QApplication::setFont(fontOf(TextStyle::heading), "ovrel::UpdateHeading");
+    QApplication::setFont(fontOf(TextStyle::caption), "ovrel::BannerLabel");
     // These stand in layers that do not know the theme.
     QApplication::setFont(fontOf(TextStyle::heading), "ovrel::UpdateHeading");
+    QApplication::setFont(fontOf(TextStyle::caption), "ovrel::BannerLabel");
     QApplication::setFont(fontOf(TextStyle::caption), "ovrel::BannerLabel");
     QApplication::setPalette(paletteOf(theme.scheme));
     // Of fonts and palettes Qt tells windows alone, and passes on only what a widget has not set itself.

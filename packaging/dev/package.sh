@@ -16,7 +16,7 @@ build_value() { sed -n "s/^$1:[A-Z]*=//p" build/release/CMakeCache.txt; }
 
 # One directory that runs from wherever it is unpacked, and its archive.
 package_portable() {
-    build release --target ovrel-cli ovrel-installer
+    build release --target ovrel ovrel-cli ovrel-installer
     local name root archive
     name=ovrel-$(build_value CMAKE_PROJECT_VERSION)-linux-$(uname -m)
     root=build/package/$name

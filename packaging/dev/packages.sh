@@ -8,6 +8,7 @@ build_packages=(build-essential cmake ninja-build pkg-config ccache libavif-dev 
     libpng-dev libgif-dev libwebp-dev liblcms2-dev libicu-dev uuid-dev libcli11-dev qt6-base-dev qt6-svg-dev qcoro-qt6-dev
     openssl python3 libsodium-dev libarchive-dev libgtest-dev libgmock-dev dbus-daemon)
 lint_packages=(clang clang-tidy)
+shots_packages=(fonts-inter)
 fuzz_packages=(clang libclang-rt-dev llvm)
 
 # libheif's AV1 and HEVC are plug-ins, except in Debian 12.

@@ -1,11 +1,18 @@
 #include "tests/ui/scenes.h"
 
-#include "platform/file_error.h"
+#include "tests/support/avif_writer.h"
 #include "tests/ui/window_fixture.h"
-#include "ui/theme.h"
+#include "tests/updates/update_fixture.h"
+#include "ui/about_window.h"
+#include "ui/help_window.h"
+#include "updates/update_panel_window.h"
 
 #include <QCoreApplication>
+#include <QImage>
+#include <QMessageBox>
+#include <QPainter>
 
+#include <algorithm>
 #include <string>
 
 namespace ovrel::test {
@@ -97,6 +104,91 @@ void runTo(WindowFixture& fixture, qint64 count) {
     fixture.awaitCompleted(count);
 }
 
+/// A sunset without words.
+std::string bannerFile() {
+    QImage picture(2160, 360, QImage::Format_RGBA8888);
+    QPainter painter(&picture);
+    painter.setRenderHint(QPainter::Antialiasing);
+    QLinearGradient sky(0, 0, picture.width(), 0);
+    sky.setColorAt(0, QColor(0xFFE0B0));
+    sky.setColorAt(1, QColor(0xFFA060));
+    painter.fillRect(picture.rect(), sky);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(QColor(0xFFF4D8));
+    painter.drawEllipse(QPoint(1660, 150), 92, 92);
+    painter.setBrush(QColor(0xC05860));
+    painter.drawEllipse(QPoint(1300, 480), 500, 230);
+    painter.setBrush(QColor(0x803850));
+    painter.drawEllipse(QPoint(2000, 500), 600, 230);
+    painter.end();
+
+    Image image;
+    image.width = static_cast<std::uint32_t>(picture.width());
+    image.height = static_cast<std::uint32_t>(picture.height());
+    image.samples = PixelBuffer::zeroed(image.height, image.bytesPerRow());
+    for (std::uint32_t y = 0; y < image.height; ++y) {
+        std::copy_n(picture.constScanLine(static_cast<int>(y)), image.bytesPerRow(), image.row(y));
+    }
+    return writeAvif(image);
+}
+
+void showBanner(WindowFixture& fixture) {
+    const QByteArray bytes = QByteArray::fromStdString(bannerFile());
+    fixture.network.answer(0, "enabled=true\nversion=1\nru_url=https://example.com/\nru_alt=Закат\n"
+                              "en_url=https://example.com/\nen_alt=Sunset");
+    fixture.network.answer(1, bytes);
+    waitUntil([&fixture] { return fixture.content().banner().creative().has_value(); });
+}
+
+template <typename Window>
+QPixmap sideWindowIn(AppLanguage language) {
+    FakePreferences preferences;
+    preferences.setText(QString(AppLanguage::preferenceKey), language.rawValue());
+    Window window(preferences);
+    window.open();
+    QCoreApplication::processEvents();
+    return window.grab();
+}
+
+/// The panel of updates after its manager has heard something from the updater.
+QPixmap panelAfter(AppLanguage language, const std::function<void(UpdateFixture&)>& hear) {
+    UpdateFixture fixture(language);
+    UpdatePanelWindow panel(fixture.manager());
+    fixture.check(true);
+    hear(fixture);
+    panel.makeKeyAndOrderFront();
+    QCoreApplication::processEvents();
+    const QPixmap picture = panel.grab();
+    return picture;
+}
+
+SUAppcastItem newVersion(AppLanguage language) {
+    SUAppcastItem item;
+    item.displayVersionString = QStringLiteral("2.4");
+    item.itemDescription =
+        language == AppLanguage::english
+            ? QStringLiteral("• Faster gathering of large folders\n• Clearer messages for files that "
+                             "cannot be read\n• The list keeps its scroll position after files are "
+                             "removed\n• Keyboard control of the quality slider in larger "
+                             "steps\n• Better contrast in the dark theme\n• Updated Russian "
+                             "texts\n• Smaller installation\n• Fewer questions")
+            : QStringLiteral("• Большие папки собираются быстрее\n• Понятнее сообщения о файлах, "
+                             "которые нельзя прочитать\n• Список остаётся на месте после удаления "
+                             "файлов\n• Крупные шаги ползунка качества с клавиатуры\n• Контраст "
+                             "тёмной темы лучше\n• Уточнены тексты\n• Меньше места на "
+                             "диске\n• Меньше вопросов");
+    return item;
+}
+
+QPixmap alertIn(AppLanguage language) {
+    WindowFixture fixture(language);
+    fixture.window().show();
+    fixture.model().setError(std::make_exception_ptr(
+        ConversionError("Недостаточно свободного места на диске.", "There is not enough free disk space.")));
+    QCoreApplication::processEvents();
+    return fixture.window().findChild<QMessageBox*>()->grab();
+}
+
 Scene mainScene(const QString& name, QSize size, const Arrange& arrange) {
     return {QStringLiteral("main-") + name,
             [size, arrange](AppLanguage language) { return pictureOf(language, size, arrange); }};
@@ -154,6 +246,50 @@ std::vector<Scene> scenes() {
                       fixture.services.systemWriter = false;
                       fixture.model().setMode(EncodingMode::system);
                   }),
+        mainScene(QStringLiteral("banner"), usual,
+                  [filled](WindowFixture& fixture) {
+                      filled(fixture);
+                      showBanner(fixture);
+                  }),
+        mainScene(QStringLiteral("banner-930x690"), smallest,
+                  [running](WindowFixture& fixture) {
+                      running(fixture);
+                      showBanner(fixture);
+                  }),
+        mainScene(QStringLiteral("banner-1600x1000"), wide,
+                  [filled](WindowFixture& fixture) {
+                      filled(fixture);
+                      showBanner(fixture);
+                  }),
+        {QStringLiteral("alert"), alertIn},
+        {QStringLiteral("about"), sideWindowIn<AboutWindow>},
+        {QStringLiteral("help"), sideWindowIn<HelpWindow>},
+        {QStringLiteral("update-offer"),
+         [](AppLanguage language) {
+             return panelAfter(language, [language](UpdateFixture& fixture) {
+                 fixture.manager().showUpdateFoundWithAppcastItem(newVersion(language), {}, fixture.reply());
+             });
+         }},
+        {QStringLiteral("update-check"),
+         [](AppLanguage language) {
+             return panelAfter(language, [](UpdateFixture& fixture) {
+                 fixture.manager().showUserInitiatedUpdateCheckWithCancellation(fixture.block("cancellation"));
+             });
+         }},
+        {QStringLiteral("update-download"),
+         [](AppLanguage language) {
+             return panelAfter(language, [](UpdateFixture& fixture) {
+                 fixture.manager().showDownloadInitiatedWithCancellation(fixture.block("cancellation"));
+                 fixture.manager().showDownloadDidReceiveExpectedContentLength(1000);
+                 fixture.manager().showDownloadDidReceiveDataOfLength(620);
+             });
+         }},
+        {QStringLiteral("update-failure"),
+         [](AppLanguage language) {
+             return panelAfter(language, [](UpdateFixture& fixture) {
+                 fixture.manager().showUpdaterError(someError(), fixture.block("acknowledgement"));
+             });
+         }},
     };
     return all;
 }
