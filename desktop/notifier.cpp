@@ -103,6 +103,10 @@ void Notifier::proceed() {
         }
         return;
     }
+    if (!bus_.isConnected()) { // without one a question never ends, not even in an error
+        next_.reset();
+        return;
+    }
     listen();
     isAsking_ = true;
     // Each time, since another service may have come.

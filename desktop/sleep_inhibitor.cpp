@@ -70,7 +70,8 @@ public:
     Inhibition(QDBusConnection bus, QString reason) : bus_(std::move(bus)), reason_(std::move(reason)) {}
 
     void ask(std::size_t index) {
-        if (index >= services.size() || isReleased_) {
+        // Without a bus a question never ends, not even in an error.
+        if (index >= services.size() || isReleased_ || !bus_.isConnected()) {
             return;
         }
         auto* const watcher = new QDBusPendingCallWatcher(bus_.asyncCall(services.at(index).inhibit(reason_)));

@@ -306,7 +306,8 @@ class FeedTest(PublishTest):
     def test_arguments_that_make_no_release_are_refused(self):
         for name, value, says in [
                 ("version", "2.4-1", "no version"), ("version", "v2.4", "no version"), ("version", "", "no version"),
-                ("version", "2..4", "no version"), ("version", "2." + "4" * 63, "no version"), ("version", "2.4 beta", "no version"), ("version", None, "required"),
+                ("version", "2..4", "no version"), ("version", "2." + "4" * 63, "no version"),
+                ("version", "2.4 beta", "no version"), ("version", None, "required"),
                 ("minimum-glibc", "new", "no version"), ("arch", "linux-x86_64", "no architecture"),
                 ("url", "http://ovrel.example/a", "no https address"), ("url", "https:///a", "no https address"),
                 ("url", "https://ovrel.example/a b", "no https address"), ("url", "a.tar.xz", "no https address"),

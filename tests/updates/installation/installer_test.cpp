@@ -171,7 +171,9 @@ TEST(Installer, LetsWindowsOpenAndCloseWhileItWaits) {
         program.quit();
         for (int times = 0; times < 10; ++times) {
             const PlayedProcess window = played.start();
-            ASSERT_EQ(::waitpid(window.process, nullptr, 0), window.process);
+            int status = -1;
+            ASSERT_EQ(::waitpid(window.process, &status, 0), window.process);
+            EXPECT_EQ(status, 0);
         }
         EXPECT_EQ(PlayedInstallation::versionAt(played.tree()), "2.3");
         EXPECT_THAT(played.startedVersions(), AllOf(SizeIs(11), Each("2.3")));

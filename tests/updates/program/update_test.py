@@ -239,7 +239,8 @@ class UpdateTest(unittest.TestCase):
     def refuses(self, cause, *, shown=UNCHANGED):
         """The log always names the cause, with its number; some are too much for the user."""
         self.start()
-        self.assertEqual(self.lines(), ["2.3 started: ", "2.3 offered: News.", f"2.3 ended: Unable to update Ovrel: {shown}"])
+        self.assertEqual(self.lines(), ["2.3 started: ", "2.3 offered: News.",
+                                        f"2.3 ended: Unable to update Ovrel: {shown}"])
         said = [line for line in (self.folder / "said").read_text().splitlines() if line.startswith("Updates: ")]
         self.assertEqual(said[-1], f"Updates: {cause}")
         self.assertEqual(self.version(), "2.3")
