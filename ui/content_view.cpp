@@ -78,6 +78,11 @@ ContentView::ContentView(Services services, QWidget* parent)
 
 ContentView::~ContentView() {
     bannerLoad_.request_stop();
+    // They look at the model as long as they live.
+    delete footer_;
+    delete inspector_;
+    delete queue_;
+    delete header_;
 }
 
 void ContentView::setMenu(QMenu* menu) {

@@ -14,6 +14,7 @@
 #include <QBoxLayout>
 #include <QPainter>
 
+#include <algorithm>
 #include <utility>
 
 namespace ovrel {
@@ -193,6 +194,11 @@ void FooterBar::arrange() {
     for (Button* button : {open_, convert_, stop_}) {
         button->setDesignedHeight(stacked ? stackedButton : metrics::largeButton);
     }
+    // With large type the buttons stand one above the other.
+    const int room = windowWidth_ - 2 * margin_ - (view_ != nullptr ? banner.width + margin_ : 0);
+    const int needed = open_->sizeHint().width() + buttonRow_->spacing() +
+                       std::max(convert_->sizeHint().width(), stop_->sizeHint().width());
+    buttonRow_->setDirection(needed > room * 3 / 4 && !stacked ? QBoxLayout::TopToBottom : QBoxLayout::LeftToRight);
     work_->setDirection(stacked ? QBoxLayout::TopToBottom : QBoxLayout::LeftToRight);
     work_->setSpacing(stacked ? 4 : 16);
     const int vertical = stacked ? 8 : 10;
