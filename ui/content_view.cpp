@@ -66,7 +66,6 @@ ContentView::ContentView(Services services, QWidget* parent)
     grid_->setColumnStretch(1, 1);
 
     makeActions();
-    orderTabs();
     arrange();
     connect(&model_, &Model::errorChanged, this, &ContentView::takeError);
     connect(&model_, &Model::languageChanged, this, &ContentView::takeAlertTexts);
@@ -132,13 +131,6 @@ void ContentView::makeActions() {
             model_.setSelection({});
         }
     });
-}
-
-void ContentView::orderTabs() {
-    // Qt's order is that of creation; what the header makes first also comes first, and so on.
-    setTabOrder(header_, queue_);
-    setTabOrder(queue_, inspector_);
-    setTabOrder(inspector_, footer_);
 }
 
 void ContentView::arrange() {

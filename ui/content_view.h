@@ -54,7 +54,6 @@ protected:
 
 private:
     void makeActions();
-    void orderTabs();
     void arrange();
     void loadBanner();
     void takeError();

@@ -89,9 +89,7 @@ void Pill::changeEvent(QEvent* event) {
 }
 
 void Pill::takeTheme() {
-    QFont font = fontOf(TextStyle::caption);
-    font.setWeight(QFont::DemiBold);
-    setFont(font);
+    setFont(fontOf(TextStyle::figure));
     QPalette own = palette();
     own.setColor(QPalette::WindowText, colors().secondaryText);
     setPalette(own);

@@ -14,6 +14,8 @@
 #include <QBoxLayout>
 #include <QPainter>
 
+#include <utility>
+
 namespace ovrel {
 
 namespace {
@@ -159,7 +161,10 @@ void FooterBar::takeMessage() {
         return;
     }
     message_->setText(message);
-    announce(*message_, message);
+    // Every image of a run has its own message, which nobody wants to hear each time.
+    if (!std::exchange(announcedRun_, model_.busy()) || !model_.busy()) {
+        announce(*message_, message);
+    }
 }
 
 void FooterBar::takeHint() {

@@ -53,6 +53,7 @@ private:
     LinkOpener openLink_;
     int windowWidth_ = 1080;
     int margin_ = 20;
+    bool announcedRun_ = false; ///< the run that goes on has been announced
 
     BannerView* view_ = nullptr; ///< null while there is no banner
     QBoxLayout* row_ = nullptr;

@@ -62,6 +62,8 @@ QueuePanel::QueuePanel(Model& model, QWidget* parent)
         dragShare_ = value.toDouble();
         update();
     });
+    // The list is reached after what stands above it.
+    setTabOrder(add_, list_);
     takeTexts();
     takeItems();
     takeState();
@@ -215,9 +217,7 @@ void QueuePanel::takeSelection() {
     const std::size_t count = model_.selection().size();
     selected_->setText(model_.language().choose(QStringLiteral("Выбрано файлов: "), QStringLiteral("Selected: ")) +
                        QString::number(count));
-    QFont font = fontOf(TextStyle::caption);
-    font.setWeight(count > 0 ? QFont::DemiBold : QFont::Normal);
-    selected_->setFont(font);
+    selected_->setTextStyle(count > 0 ? TextStyle::figure : TextStyle::caption);
     remove_->setEnabled(count > 0 && model_.canEditQueue());
 }
 

@@ -100,6 +100,7 @@ Type typeOf(TextStyle style) {
     switch (style) {
     case TextStyle::overline: return {8.5, QFont::Bold};
     case TextStyle::caption: return {9, QFont::Normal};
+    case TextStyle::figure: return {9, QFont::DemiBold};
     case TextStyle::body: return {10, QFont::Normal};
     case TextStyle::strong: return {10, QFont::Medium};
     case TextStyle::controlTitle: return {10, QFont::DemiBold};
@@ -141,6 +142,8 @@ void applyTheme(const Theme& theme) {
     QToolTip::setPalette(toolTip);
     QToolTip::setFont(fontOf(TextStyle::caption));
     QApplication::setFont(fontOf(TextStyle::body));
+    // A view that is above this in the order of layers gets its fonts by name.
+    QApplication::setFont(fontOf(TextStyle::heading), "ovrel::UpdateHeading");
     // These stand in layers that do not know the theme.
     QApplication::setFont(fontOf(TextStyle::heading), "ovrel::UpdateHeading");
     QApplication::setFont(fontOf(TextStyle::caption), "ovrel::BannerLabel");

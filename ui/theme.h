@@ -85,6 +85,7 @@ inline constexpr int spinnerTurn = 900;
 enum class TextStyle : std::uint8_t {
     overline,     ///< short headings in capitals
     caption,      ///< explanations
+    figure,       ///< numbers and short facts
     body,         ///< running text
     strong,       ///< names of rows and buttons
     controlTitle, ///< names of settings

@@ -1,0 +1,90 @@
+// The program with windows.
+
+#include "desktop/quit_signals.h"
+#include "desktop/single_instance.h"
+#include "remote/publisher.h"
+#include "ui/icons.h"
+#include "ui/main_window.h"
+#include "ui/ovrel_app.h"
+#include "ui/ovrel_style.h"
+#include "updates/engine/portable_start.h"
+
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QFile>
+#include <QNetworkProxyFactory>
+#include <QThreadPool>
+#include <QTimer>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace ovrel;
+
+void describeProgram() {
+    QCoreApplication::setApplicationName(QStringLiteral("Ovrel"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(OVREL_VERSION));
+    QGuiApplication::setDesktopFileName(QStringLiteral(OVREL_APPLICATION_ID));
+}
+
+/// The files and folders that the command line names. Other options than those of Qt end the program with their help.
+std::vector<std::filesystem::path> filesOf(const QStringList& arguments) {
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral("Converts JPG, PNG, WebP and GIF images to AVIF."));
+    parser.addHelpOption();
+    parser.addVersionOption();
+    parser.addPositionalArgument(QStringLiteral("files"), QStringLiteral("Images and folders to add to the list."),
+                                 QStringLiteral("[files…]"));
+    parser.process(arguments);
+    std::vector<std::filesystem::path> files;
+    for (const QString& argument : parser.positionalArguments()) {
+        files.push_back(std::filesystem::absolute(QFile::encodeName(argument).toStdString()));
+    }
+    return files;
+}
+
+/// A version that has shown its window counts as installed, and the one before it goes.
+void confirmSoon(const PortableStart& start) {
+    if (start.directory().empty()) {
+        return;
+    }
+    QTimer::singleShot(0, qApp, [&start] {
+        QThreadPool::globalInstance()->start(
+            [&start] { start.confirmHealthy(EngineState(), QStringLiteral(OVREL_VERSION)); });
+    });
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    PortableStart start(std::string(applicationIdentifier.data(), applicationIdentifier.size()), argv);
+    const QString token = startToken();
+    describeProgram();
+    const QApplication application(argc, argv);
+    const std::vector<std::filesystem::path> files = filesOf(QCoreApplication::arguments());
+    SingleInstance instance(QStringLiteral(OVREL_APPLICATION_ID));
+    if (!instance.becomeFirst() && instance.handOver(files, token)) {
+        return 0;
+    }
+
+    QGuiApplication::setWindowIcon(applicationIcon());
+    QApplication::setStyle(new OvrelStyle);
+    QNetworkProxyFactory::setUseSystemConfiguration(true);
+    start.remember(EngineState());
+    OvrelApp app(OvrelApp::programServices());
+    QObject::connect(&instance, &SingleInstance::activated, &app, &OvrelApp::activate);
+    QObject::connect(&instance, &SingleInstance::filesOpened, &app,
+                     [&app](const std::vector<std::filesystem::path>& opened, const QString& openToken) {
+                         app.add(opened);
+                         app.activate(openToken);
+                     });
+    const QuitSignals signals;
+    QObject::connect(&signals, &QuitSignals::requested, &app, &OvrelApp::quit);
+    app.start();
+    app.add(files);
+    confirmSoon(start);
+    return QApplication::exec();
+}
