@@ -35,6 +35,14 @@ protected:
     }
 };
 
+/// As high as the style draws it. By itself it would keep room for a text.
+class Indicator final : public QProgressBar {
+public:
+    using QProgressBar::QProgressBar;
+
+    QSize minimumSizeHint() const override { return sizeHint(); }
+};
+
 } // namespace
 
 UpdateView::UpdateView(UpdateManager& manager, QWidget* parent)
@@ -42,12 +50,11 @@ UpdateView::UpdateView(UpdateManager& manager, QWidget* parent)
     , manager_(manager)
     , heading_(new UpdateHeading(this))
     , detail_(new UpdateDetail(this))
-    , progress_(new QProgressBar(this))
+    , progress_(new Indicator(this))
     , row_(new QWidget(this))
     , rowLayout_(new QBoxLayout(QBoxLayout::LeftToRight, row_)) {
     setFixedWidth(viewWidth);
     progress_->setTextVisible(false);
-    progress_->setMinimumHeight(1); // otherwise it has room for a text
     rowLayout_->setContentsMargins(0, 0, 0, 0);
     rowLayout_->setSpacing(buttonGap);
 
