@@ -9,6 +9,8 @@
 #include <QPixmapCache>
 #include <QSvgRenderer>
 
+#include <cmath>
+
 namespace ovrel {
 
 namespace {
@@ -105,7 +107,8 @@ private:
 void drawIcon(QPainter& painter, Icon icon, const QRectF& where, const QColor& color) {
     if (icon == Icon::none || where.isEmpty())
         return;
-    const double scale = painter.device()->devicePixelRatio();
+    // Of the painter and not of its device, which may be a widget that is drawn into a picture.
+    const double scale = std::sqrt(std::abs(painter.deviceTransform().determinant()));
     const bool mirrored = pointsAlongText(icon) && QGuiApplication::isRightToLeft();
     painter.save();
     // A turned icon is drawn larger than it appears, so that it is smooth.

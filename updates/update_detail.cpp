@@ -4,6 +4,7 @@
 
 #include <QEvent>
 #include <QPainter>
+#include <QScrollArea>
 #include <QScrollBar>
 
 #include <algorithm>
@@ -16,30 +17,31 @@ constexpr int greatestHeight = 150;
 constexpr int frame = 1;
 constexpr int focusFrame = 2;
 constexpr double radius = 8.0;
-constexpr QMargins padding(15, 12, 15, 12);
+constexpr QMargins around(frame, 5, frame, 5); // so that what scrolls stays off the round corners
+constexpr QMargins padding(15, 8, 15, 8);
 constexpr double lineHeight = 1.25;
 
 } // namespace
 
-UpdateDetail::UpdateDetail(QWidget* parent) : QScrollArea(parent), text_(new Paragraph) {
-    setFrameShape(QFrame::NoFrame);
-    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    setWidgetResizable(true);
-    setViewportMargins(frame, frame, frame, frame);
-    viewport()->setAutoFillBackground(false);
-    text_->setContentsMargins(padding);
-    text_->setLineHeight(lineHeight);
-    setWidget(text_);
-    text_->setAutoFillBackground(false);
-
+UpdateDetail::UpdateDetail(QWidget* parent) : QWidget(parent), area_(new QScrollArea(this)), text_(new Paragraph) {
     QSizePolicy policy(QSizePolicy::Preferred, QSizePolicy::Fixed);
     policy.setHeightForWidth(true);
     setSizePolicy(policy);
 
+    area_->setFrameShape(QFrame::NoFrame);
+    area_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    area_->setWidgetResizable(true);
+    area_->viewport()->setAutoFillBackground(false);
+    text_->setContentsMargins(padding);
+    text_->setLineHeight(lineHeight);
+    area_->setWidget(text_);
+    text_->setAutoFillBackground(false);
+
     // Who cannot scroll has nothing to do there.
-    setFocusPolicy(Qt::NoFocus);
-    connect(verticalScrollBar(), &QScrollBar::rangeChanged, this,
-            [this](int /*least*/, int most) { setFocusPolicy(most > 0 ? Qt::StrongFocus : Qt::NoFocus); });
+    area_->setFocusPolicy(Qt::NoFocus);
+    connect(area_->verticalScrollBar(), &QScrollBar::rangeChanged, this,
+            [this](int /*least*/, int most) { area_->setFocusPolicy(most > 0 ? Qt::StrongFocus : Qt::NoFocus); });
+    area_->installEventFilter(this);
 }
 
 void UpdateDetail::setText(const QString& text) {
@@ -47,41 +49,44 @@ void UpdateDetail::setText(const QString& text) {
         return;
     }
     text_->setText(text);
-    verticalScrollBar()->setValue(0);
+    area_->verticalScrollBar()->setValue(0);
     updateGeometry();
 }
 
 int UpdateDetail::heightForWidth(int width) const {
-    return std::min(greatestHeight, text_->heightForWidth(width - 2 * frame) + 2 * frame);
+    const int text = text_->heightForWidth(width - around.left() - around.right());
+    return std::min(greatestHeight, text + around.top() + around.bottom());
 }
 
 QSize UpdateDetail::sizeHint() const {
-    const int width = text_->sizeHint().width() + 2 * frame;
+    const int width = text_->sizeHint().grownBy(around).width();
     return {width, heightForWidth(width)};
 }
 
-QSize UpdateDetail::minimumSizeHint() const {
-    const QSize text = text_->minimumSizeHint();
-    return {text.width() + 2 * frame, text.height() + 2 * frame};
-}
-
-bool UpdateDetail::event(QEvent* event) {
-    switch (event->type()) {
-    case QEvent::Paint: drawFrame(); return true;
-    case QEvent::FocusIn:
-    case QEvent::FocusOut: update(); break;
-    case QEvent::FontChange:
-    case QEvent::StyleChange: updateGeometry(); break;
-    default: break;
+bool UpdateDetail::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() == QEvent::FocusIn || event->type() == QEvent::FocusOut) {
+        update();
     }
-    return QScrollArea::event(event);
+    return QWidget::eventFilter(watched, event);
 }
 
-void UpdateDetail::drawFrame() {
+void UpdateDetail::changeEvent(QEvent* event) {
+    if (event->type() == QEvent::FontChange || event->type() == QEvent::StyleChange) {
+        updateGeometry();
+    }
+    QWidget::changeEvent(event);
+}
+
+void UpdateDetail::resizeEvent(QResizeEvent* /*event*/) {
+    area_->setGeometry(rect().marginsRemoved(around));
+}
+
+void UpdateDetail::paintEvent(QPaintEvent* /*event*/) {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    const int line = hasFocus() ? focusFrame : frame;
-    painter.setPen(QPen(palette().color(hasFocus() ? QPalette::Highlight : QPalette::Dark), line));
+    const bool focused = area_->hasFocus();
+    const int line = focused ? focusFrame : frame;
+    painter.setPen(QPen(palette().color(focused ? QPalette::Highlight : QPalette::Dark), line));
     painter.setBrush(palette().base());
     const double inset = line / 2.0;
     painter.drawRoundedRect(QRectF(rect()).adjusted(inset, inset, -inset, -inset), radius, radius);

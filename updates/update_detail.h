@@ -2,15 +2,17 @@
 /// The text below the heading of the panel of updates.
 #pragma once
 
-#include <QScrollArea>
 #include <QString>
+#include <QWidget>
+
+class QScrollArea;
 
 namespace ovrel {
 
 class Paragraph;
 
 /// A framed text, as high as that is but at most 150 pixels; what is longer scrolls, by the keyboard too. Main thread.
-class UpdateDetail final : public QScrollArea {
+class UpdateDetail final : public QWidget {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(UpdateDetail)
 
@@ -21,16 +23,19 @@ public:
     /// Shows the beginning of a text.
     void setText(const QString& text);
 
+    bool hasHeightForWidth() const override { return true; }
     int heightForWidth(int width) const override;
     QSize sizeHint() const override;
-    QSize minimumSizeHint() const override;
+
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 protected:
-    bool event(QEvent* event) override;
+    void changeEvent(QEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
 
 private:
-    void drawFrame();
-
+    QScrollArea* area_;
     Paragraph* text_;
 };
 

@@ -35,6 +35,14 @@ protected:
     }
 };
 
+/// As high as the style draws it. By itself it would keep room for a text.
+class Indicator final : public QProgressBar {
+public:
+    using QProgressBar::QProgressBar;
+
+    QSize minimumSizeHint() const override { return sizeHint(); }
+};
+
 } // namespace
 
 UpdateView::UpdateView(UpdateManager& manager, QWidget* parent)
@@ -42,7 +50,7 @@ UpdateView::UpdateView(UpdateManager& manager, QWidget* parent)
     , manager_(manager)
     , heading_(new UpdateHeading(this))
     , detail_(new UpdateDetail(this))
-    , progress_(new QProgressBar(this))
+    , progress_(new Indicator(this))
     , row_(new QWidget(this))
     , rowLayout_(new QBoxLayout(QBoxLayout::LeftToRight, row_)) {
     setFixedWidth(viewWidth);
@@ -114,7 +122,7 @@ void UpdateView::takeActions() {
     }
     row_->setVisible(!buttons_.isEmpty());
     if (!buttons_.isEmpty()) {
-        buttons_.front()->setDefault(true);
+        buttons_.front()->setDefault(buttons_.size() > 1); // alone it is not the better choice
         buttons_.front()->setFocus();
     }
     arrangeButtons();

@@ -5,6 +5,7 @@
 #include <QApplication>
 #include <QPushButton>
 #include <QScreen>
+#include <QScrollArea>
 #include <QTest>
 
 #include <gmock/gmock.h>
@@ -136,10 +137,17 @@ TEST_F(UpdatePanelWindowTest, OffersTheFirstActionForReturnAndTheFocusedOneOther
     }
 }
 
+TEST_F(UpdatePanelWindowTest, PressesItsOnlyButtonByReturn) {
+    fixture.manager().showDownloadInitiatedWithCancellation(fixture.block("cancellation"));
+    fixture.takeCalls();
+    QTest::keyClick(window()->focusWidget(), Qt::Key_Return);
+    EXPECT_THAT(fixture.takeCalls(), testing::Contains("cancellation: called"));
+}
+
 TEST_F(UpdatePanelWindowTest, ReachesTheNotesByTheKeyboardWhereTheyScroll) {
     offer(notesOf(100));
     QTest::keyClick(window()->focusWidget(), Qt::Key_Backtab);
-    EXPECT_TRUE(window()->focusWidget()->inherits("ovrel::UpdateDetail"));
+    EXPECT_EQ(window()->focusWidget(), window()->findChild<QScrollArea*>());
 }
 
 } // namespace

@@ -7,6 +7,7 @@
 #include <QApplication>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QScrollArea>
 #include <QScrollBar>
 #include <QTest>
 
@@ -268,6 +269,7 @@ TEST_P(UpdateViewTest, HasItsMeasures) {
     EXPECT_EQ(detail.width(), 462);
     EXPECT_EQ(progress.topLeft(), QPoint(24, detail.bottom() + 1 + 18));
     EXPECT_EQ(progress.width(), 462);
+    EXPECT_EQ(progress.height(), view.findChild<QProgressBar*>()->sizeHint().height());
     EXPECT_EQ(at, QPoint(24, progress.bottom() + 1 + 18));
     EXPECT_EQ(view.height(), at.y() + button.height() + 24);
 }
@@ -286,6 +288,18 @@ TEST_P(UpdateViewTest, PutsItsButtonsInARowFromTheLeadingEdge) {
         EXPECT_EQ(at.y() + button->height(), view.height() - 24);
         left = at.x() + button->width();
     }
+}
+
+TEST_P(UpdateViewTest, RecommendsTheFirstOfSeveralActions) {
+    fixture.manager().showUpdateFoundWithAppcastItem(installableItem(), {}, fixture.reply());
+    const QList<QPushButton*> choices = view.findChildren<QPushButton*>();
+    ASSERT_EQ(choices.size(), 3);
+    EXPECT_TRUE(choices[0]->isDefault());
+    EXPECT_FALSE(choices[1]->isDefault());
+    EXPECT_FALSE(choices[2]->isDefault());
+
+    fixture.manager().showDownloadInitiatedWithCancellation(fixture.block("cancellation"));
+    EXPECT_FALSE(view.findChildren<QPushButton*>().back()->isDefault());
 }
 
 TEST_P(UpdateViewTest, PutsButtonsBelowEachOtherThatDoNotFitBesideEachOther) {
@@ -357,46 +371,65 @@ protected:
     }
 
     UpdateDetail detail;
+    QScrollArea& area = *detail.findChild<QScrollArea*>();
 };
 
 TEST_F(UpdateDetailTest, IsAnEmptyAreaWithoutAText) {
     show({});
     EXPECT_EQ(detail.height(), 26);
-    EXPECT_EQ(detail.verticalScrollBar()->maximum(), 0);
-    EXPECT_EQ(detail.focusPolicy(), Qt::NoFocus);
+    EXPECT_EQ(area.verticalScrollBar()->maximum(), 0);
+    EXPECT_EQ(area.focusPolicy(), Qt::NoFocus);
 }
 
 TEST_F(UpdateDetailTest, IsAsHighAsAShortText) {
     show(QStringLiteral("One\nTwo"));
     EXPECT_GT(detail.height(), 26);
     EXPECT_LT(detail.height(), 150);
-    EXPECT_EQ(detail.verticalScrollBar()->maximum(), 0);
+    EXPECT_EQ(area.verticalScrollBar()->maximum(), 0);
 }
 
 TEST_F(UpdateDetailTest, ScrollsALongTextWithinItsHeight) {
     show(QStringLiteral("A line of the notes\n").repeated(100));
     EXPECT_EQ(detail.height(), 150);
-    EXPECT_TRUE(detail.verticalScrollBar()->isVisible());
-    EXPECT_EQ(detail.widget()->width(), detail.viewport()->width());
-    EXPECT_EQ(detail.widget()->height(), detail.widget()->heightForWidth(detail.widget()->width()));
-    EXPECT_EQ(detail.verticalScrollBar()->maximum(), detail.widget()->height() - detail.viewport()->height());
+    EXPECT_TRUE(area.verticalScrollBar()->isVisible());
+    EXPECT_EQ(area.widget()->width(), area.viewport()->width());
+    EXPECT_EQ(area.widget()->height(), area.widget()->heightForWidth(area.widget()->width()));
+    EXPECT_EQ(area.verticalScrollBar()->maximum(), area.widget()->height() - area.viewport()->height());
 
-    EXPECT_EQ(detail.focusPolicy(), Qt::StrongFocus);
-    QTest::keyClick(&detail, Qt::Key_PageDown);
-    EXPECT_EQ(detail.verticalScrollBar()->value(), detail.verticalScrollBar()->pageStep());
+    EXPECT_EQ(area.focusPolicy(), Qt::StrongFocus);
+    QTest::keyClick(&area, Qt::Key_PageDown);
+    EXPECT_EQ(area.verticalScrollBar()->value(), area.verticalScrollBar()->pageStep());
+}
+
+TEST_F(UpdateDetailTest, KeepsWhatScrollsOffItsRoundCorners) {
+    show(QStringLiteral("A line\n").repeated(100));
+    EXPECT_EQ(area.geometry(), QRect(1, 5, 460, 140));
+    EXPECT_EQ(area.viewport()->height(), 140);
+}
+
+TEST_F(UpdateDetailTest, ShowsThatItHasTheKeyboard) {
+    show(QStringLiteral("A line\n").repeated(100));
+    area.clearFocus();
+    const QImage usual = detail.grab().toImage();
+    area.setFocus(Qt::TabFocusReason);
+    ASSERT_TRUE(area.hasFocus());
+    const QImage focused = detail.grab().toImage();
+    EXPECT_EQ(usual.pixel(0, 75), detail.palette().color(QPalette::Dark).rgb());
+    EXPECT_EQ(focused.pixel(0, 75), detail.palette().color(QPalette::Highlight).rgb());
+    EXPECT_EQ(focused.pixel(1, 75), detail.palette().color(QPalette::Highlight).rgb());
 }
 
 TEST_F(UpdateDetailTest, BeginsAtTheTopOfANewText) {
     show(QStringLiteral("A line\n").repeated(100));
-    detail.verticalScrollBar()->setValue(100);
+    area.verticalScrollBar()->setValue(100);
     show(QStringLiteral("Another line\n").repeated(100));
-    EXPECT_EQ(detail.verticalScrollBar()->value(), 0);
+    EXPECT_EQ(area.verticalScrollBar()->value(), 0);
 }
 
 TEST_F(UpdateDetailTest, TakesNothingOfATextForMarkup) {
     show(QStringLiteral("<h1>Big</h1><img src='file:///etc/hostname'>"));
-    EXPECT_EQ(static_cast<QLabel*>(detail.widget())->textFormat(), Qt::PlainText);
-    EXPECT_EQ(detail.height(), 26 + detail.widget()->heightForWidth(460) - 24);
+    EXPECT_EQ(static_cast<QLabel*>(area.widget())->textFormat(), Qt::PlainText);
+    EXPECT_EQ(detail.height(), 26 + area.widget()->heightForWidth(460) - 16);
 }
 
 } // namespace
