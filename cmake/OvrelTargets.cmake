@@ -22,7 +22,9 @@ function(ovrel_program name)
   target_link_libraries(${name} PRIVATE ovrel_flags ${arg_LINK})
   if(arg_INSTALL)
     # A directory that carries its libraries has them in lib/. The older tag counts for what the libraries need, too.
-    set_target_properties(${name} PROPERTIES INSTALL_RPATH "$ORIGIN/../lib")
+    # The build tree's programs have it already: CMake would keep room for it there with empty entries, each of which
+    # means the current folder.
+    set_target_properties(${name} PROPERTIES INSTALL_RPATH "$ORIGIN/../lib" BUILD_WITH_INSTALL_RPATH ON)
     target_link_options(${name} PRIVATE "LINKER:--disable-new-dtags")
     install(TARGETS ${name} RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
   endif()

@@ -1,5 +1,6 @@
 #include "ui/segments.h"
 
+#include "ui/accessible_role.h"
 #include "ui/control_painting.h"
 
 #include <QButtonGroup>
@@ -60,6 +61,7 @@ private:
 
 Segments::Segments(int count, bool equal, int designedHeight, QWidget* parent)
     : QWidget(parent), group_(new QButtonGroup(this)) {
+    setAccessibleRole(*this, QAccessible::Grouping);
     auto* row = new QHBoxLayout(this);
     row->setContentsMargins(inset, inset, inset, inset);
     row->setSpacing(0);

@@ -1,5 +1,6 @@
 #include "ui/side_window.h"
 
+#include "ui/accessible_role.h"
 #include "widgets/placement.h"
 
 #include <QKeyEvent>
@@ -8,6 +9,7 @@ namespace ovrel {
 
 SideWindow::SideWindow(const QString& title) : QWidget(nullptr, Qt::Window) {
     setWindowTitle(title);
+    setAccessibleRole(*this, QAccessible::Window);
     setAttribute(Qt::WA_QuitOnClose, false);
 }
 

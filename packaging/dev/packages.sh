@@ -10,6 +10,8 @@ build_packages=(build-essential cmake ninja-build pkg-config ccache libavif-dev 
 lint_packages=(clang clang-tidy)
 shots_packages=(fonts-inter)
 fuzz_packages=(clang libclang-rt-dev llvm)
+# The test of the program from outside: a display, a window manager, the accessibility bus and another decoder.
+desktop_test_packages=(xvfb openbox at-spi2-core python3-gi python3-xlib libheif-examples)
 
 # libheif's AV1 and HEVC are plug-ins, except in Debian 12.
 [ "$system" = "debian 12" ] ||
@@ -23,11 +25,8 @@ packages_log=build/packages.log
 
 # require_packages build|lint|fuzz…: afterwards they are installed, or the script has ended with what to do.
 require_packages() {
-    local wanted=() kind
-    for kind in "$@"; do
-        local -n packages=${kind}_packages
-        wanted+=("${packages[@]}")
-    done
+    local wanted
+    mapfile -t wanted < <(packages_for "$@")
     if ! type apt-get dpkg-query >/dev/null 2>&1; then
         [ -d build ] || say "This system has no apt. Ovrel needs what these packages of Debian hold: ${wanted[*]}."
         return 0
@@ -40,6 +39,27 @@ require_packages() {
         fail "These packages are missing, and only root or sudo can install them: ${missing[*]}." \
             "Run this command once as root or as a user with sudo."
     install_packages "${missing[@]}"
+}
+
+# wish_for_packages desktop_test: installs them where that can be; whatever needs them says what it does without.
+wish_for_packages() {
+    type apt-get dpkg-query >/dev/null 2>&1 || return 0
+    local wanted missing
+    mapfile -t wanted < <(packages_for "$@")
+    mapfile -t missing < <(missing_packages "${wanted[@]}")
+    [ ${#missing[@]} -gt 0 ] || return 0
+    if ! can_be_root || ! (install_packages "${missing[@]}"); then
+        say "Going on without ${missing[*]}."
+    fi
+}
+
+# Those of these kinds, one a line.
+packages_for() {
+    local kind
+    for kind in "$@"; do
+        local -n packages=${kind}_packages
+        printf '%s\n' "${packages[@]}"
+    done
 }
 
 # Those of the named packages that are not installed, or are too old, one a line.

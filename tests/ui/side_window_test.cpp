@@ -3,6 +3,7 @@
 #include "ui/help_window.h"
 #include "ui/side_window.h"
 
+#include <QAccessible>
 #include <QApplication>
 #include <QScreen>
 #include <QTest>
@@ -89,6 +90,14 @@ TEST(SideWindow, IsClosedByTheKeyboard) {
         QTest::keyClick(window->focusWidget(), Qt::Key_W);
         EXPECT_TRUE(window->isVisible());
     }
+}
+
+TEST(SideWindow, IsAWindowToScreenReaders) {
+    SideWindow window(QStringLiteral("Side"));
+    QAccessibleInterface* const accessible = QAccessible::queryAccessibleInterface(&window);
+    ASSERT_NE(accessible, nullptr);
+    EXPECT_EQ(accessible->role(), QAccessible::Window);
+    EXPECT_EQ(accessible->text(QAccessible::Name), QStringLiteral("Side"));
 }
 
 TEST(SideWindow, DoesNotKeepTheProgramAlive) {

@@ -1,0 +1,267 @@
+"""The program as its users have it: other programs find its controls, drop files on it and look at what it wrote.
+
+    program_test.py PROGRAM VERSION [WORD OF UNITTEST…]
+"""
+
+import configparser
+import contextlib
+import os
+import pathlib
+import shutil
+import signal
+import subprocess
+import sys
+import tempfile
+import unittest
+
+SKIPPED = 77  # as the build knows it
+
+
+def leave_because(reason):
+    """A machine may lack what this test needs, but not the one that judges changes."""
+    print(f"{'Failed' if os.environ.get('CI') == 'true' else 'Skipped'}: {reason}", file=sys.stderr)
+    sys.exit(1 if os.environ.get("CI") == "true" else SKIPPED)
+
+
+for tool in ["Xvfb", "openbox", "dbus-daemon", "heif-convert"]:
+    if shutil.which(tool) is None:
+        leave_because(f"there is no {tool}.")
+if not pathlib.Path("/usr/share/dbus-1/services/org.a11y.Bus.service").exists():
+    leave_because("there is no accessibility bus (at-spi2-core).")
+try:
+    import pictures
+    from accessible import CHECKED, Accessibility
+    from desktop import Desktop
+    from program import Home, Program
+    from x_client import XClient
+except ImportError as error:
+    leave_because(f"Python's modules python3-gi and python3-xlib are needed: {error}.")
+
+PROGRAM, VERSION = sys.argv.pop(1), sys.argv.pop(1)
+PALETTE = [(200, 30, 40), (20, 160, 60), (30, 50, 190), (230, 200, 20)]
+MANY = 1000
+
+
+class ProgramTest(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.folder = pathlib.Path(cls.enterClassContext(tempfile.TemporaryDirectory()))
+        cls.desktop = cls.enterClassContext(contextlib.closing(Desktop(cls.folder)))
+        cls.accessibility = Accessibility(cls.desktop.accessibility_bus)
+        cls.hands = XClient(cls.desktop.display)
+
+    def setUp(self):
+        home = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory(dir=self.folder)))
+        self.home = Home(home, self.desktop)
+
+    def start(self, *files):
+        program = Program([PROGRAM, *files], self.home, self.accessibility, self.hands)
+        self.addCleanup(program.close)
+        return program
+
+    def picture(self, name, content=None):
+        file = self.home.pictures / name
+        file.parent.mkdir(exist_ok=True)
+        file.write_bytes(pictures.quartered(96, 64, PALETTE) if content is None else content)
+        return file
+
+    def many_pictures(self):
+        """A folder that keeps the program busy for long."""
+        first = self.picture("many/0000.png", pictures.noise(480, 360))
+        for number in range(1, MANY):
+            (first.parent / f"{number:04}.png").hardlink_to(first)
+        return first.parent
+
+    def choose_results_folder(self, program):
+        """Types the folder's path into the dialog."""
+        program.click("Выбрать папку")
+        dialog = program.get("dialog", "Сохранять сюда")
+        program.wait_for(lambda: dialog.find("text"), "a field for the name").type(str(self.home.results))
+        program.click("Сохранять сюда")
+        program.get("push button", "results")
+
+    def convert(self, program, successes):
+        program.click("Преобразовать в AVIF")
+        program.wait_for_text(f"Готово: {successes} успешно, 0 с ошибками")
+
+    def start_long_run(self):
+        program = self.start(self.many_pictures())
+        program.wait_for_text(f"В очереди: {MANY}")
+        self.choose_results_folder(program)
+        program.click("Преобразовать в AVIF")
+        program.wait_for(self.results, "the first result")
+        return program
+
+    def results(self):
+        """The names of the files that are seen in the folder of results."""
+        return sorted(path.name for path in self.home.results.iterdir() if not path.name.startswith("."))
+
+    def expect_whole_results(self):
+        """Only results lie there, and each of them can be decoded."""
+        names = sorted(path.name for path in self.home.results.iterdir())
+        self.assertEqual(names, self.results())
+        for name in names:
+            self.decoded(name)
+        return names
+
+    def decoded(self, name):
+        """A result as a PNG picture, through a decoder of others."""
+        with tempfile.TemporaryDirectory(dir=self.folder) as folder:
+            picture = pathlib.Path(folder, "picture.png")
+            subprocess.run(["heif-convert", self.home.results / name, picture], check=True, capture_output=True)
+            return picture.read_bytes()
+
+    def test_lists_the_folder_of_the_command_line(self):
+        self.picture("album/b.png")
+        self.picture("album/a.jpg")
+        self.picture("album/text.txt")
+        self.picture("album/c/d.gif")
+        program = self.start(self.home.pictures / "album")
+        program.wait_for_rows(["a.jpg, JPG", "b.png, PNG", "d.gif, GIF, С сохранением анимации"])
+
+    def test_says_that_a_file_of_the_command_line_is_missing(self):
+        program = self.start("missing.png")
+        alert = program.get("alert message", "Не удалось выполнить действие")
+        self.assertIsNotNone(alert.find("label", "Файл или папка больше не существует."))
+        alert.find("push button", "OK").act("Press")
+        program.wait_for(lambda: program.find("alert message") is None, "an alert that closes")
+        program.get("label", "Перетащите файлы сюда")
+
+    def test_takes_what_another_program_drops(self):
+        first, second = self.picture("first picture.png"), self.picture("вторая.png")
+        self.picture("folder/third.png")
+        program = self.start()
+        invitation = program.get("label", "Перетащите файлы сюда")
+        self.hands.drop(program.window, invitation.box, [first.as_uri()])
+        program.wait_for_rows(["first picture.png, PNG"])
+        self.hands.drop(program.window, program.get("list", "Изображения").box,
+                        [second.as_uri(), (self.home.pictures / "folder").as_uri()])
+        program.wait_for_rows(["first picture.png, PNG", "third.png, PNG", "вторая.png, PNG"])
+
+    def test_converts_what_is_listed(self):
+        copied = b"an AVIF file is copied as it is"
+        self.picture("flag.png")
+        self.picture("большая картина.png", pictures.quartered(301, 203, PALETTE[::-1]))
+        self.picture("ready.avif", copied)
+        program = self.start(self.home.pictures)
+        self.choose_results_folder(program)
+        before = self.home.untouchable()
+        self.convert(program, 3)
+        program.wait_for_rows(["flag.png, PNG, ✓ flag.avif", "ready.avif, AVIF, ✓ ready.avif · скопирован",
+                               "большая картина.png, PNG, ✓ большая картина.avif"])
+        names = sorted(path.name for path in self.home.results.iterdir())
+        self.assertEqual(names, ["flag.avif", "ready.avif", "большая картина.avif"])
+        self.assertEqual((self.home.results / "ready.avif").read_bytes(), copied)
+        for name, size, colors in [("flag.avif", (96, 64), PALETTE),
+                                   ("большая картина.avif", (301, 203), PALETTE[::-1])]:
+            with self.subTest(name):
+                found_size, found = pictures.size_and_quarters(self.decoded(name))
+                self.assertEqual(found_size, size)
+                for expected, color in zip(colors, found, strict=True):
+                    self.assertLess(max(abs(a - b) for a, b in zip(expected, color, strict=True)), 16)
+        self.assertEqual(self.home.untouchable(), before)
+
+    def test_converts_with_the_quality_that_is_set(self):
+        program = self.start(self.picture("noise.png", pictures.noise(120, 90)))
+        program.wait_for_rows(["noise.png, PNG"])
+        self.choose_results_folder(program)
+        for quality in [5, 95]:
+            program.get("slider", "Качество изображения").value = quality
+            program.get("label", str(quality))
+            self.convert(program, 1)
+            program.click("Очистить список")
+            program.wait_for_rows([])
+            self.hands.drop(program.window, program.get("label", "Перетащите файлы сюда").box,
+                            [(self.home.pictures / "noise.png").as_uri()])
+            program.wait_for_rows(["noise.png, PNG"])
+        low, high = ((self.home.results / name).stat().st_size for name in ["noise.avif", "noise-2.avif"])
+        self.assertLess(2 * low, high)
+
+    def test_stops_after_the_image_in_hand(self):
+        program = self.start_long_run()
+        program.click("Остановить")
+        program.get("push button", "Преобразовать в AVIF")
+        names = self.expect_whole_results()
+        self.assertLess(len(names), MANY)
+        program.wait_for_text(f"Остановлено: {len(names)} успешно, 0 с ошибками, {MANY - len(names)} осталось")
+
+    def test_speaks_the_chosen_language_from_then_on(self):
+        program = self.start(self.picture("one.avif"))
+        program.wait_for_rows(["one.avif, AVIF, Копирование без изменений"])
+        program.get("radio button", "English").act("Toggle")
+        program.wait_for(lambda: program.rows("Images") == ["one.avif, AVIF, Copy without changes"], "the English list")
+        for role, name in [("push button", "Convert to AVIF"), ("push button", "Choose a folder"),
+                           ("slider", "Image quality"), ("check box", "Include subfolders"), ("radio button", "System"),
+                           ("label", "Files queued: 1"), ("button menu", "Add"), ("panel", "Encoding method"),
+                           ("panel", "Language / Язык")]:
+            program.get(role, name)
+        program.choose_in_menu("Ovrel Help")
+        program.get("heading", "How do I choose the quality?")
+        self.hands.close(program.window)
+        self.assertEqual(program.wait_for_end(), 0)
+
+        again = self.start()
+        again.get("label", "Drop your images here")
+        self.assertTrue(again.get("radio button", "English").is_(CHECKED))
+        again.get("radio button", "Русский").act("Toggle")
+        again.get("label", "Перетащите файлы сюда")
+        self.assertFalse(again.get("radio button", "English").is_(CHECKED))
+
+    def test_opens_help_and_about(self):
+        program = self.start()
+        for open_, role, title, text in [
+            (lambda: program.press("F1"), "heading", "Ovrel Help / Справка Ovrel", "Как выбрать качество?"),
+            (lambda: program.choose_in_menu("О приложении Ovrel"), "label", "Ovrel", f"Версия {VERSION}"),
+        ]:
+            with self.subTest(text):
+                open_()
+                program.get(role, text)
+                program.wait_for(lambda: len(self.hands.windows(program.process.pid)) == 2, "the second window")
+                window = self.hands.windows(program.process.pid)[1]
+                self.assertEqual(self.hands.title(window), title)
+                program.get("frame", title)
+                self.hands.activate(window)
+                self.hands.press("Escape")
+                program.wait_for(lambda: program.find(role, text) is None, "a window that closes")
+                self.assertEqual(self.hands.windows(program.process.pid), [program.window])
+        self.assertIsNone(program.process.poll())
+
+    def test_hands_the_files_of_a_second_start_to_the_first(self):
+        program = self.start(self.picture("first.png"))
+        program.wait_for_rows(["first.png, PNG"])
+        self.picture("second.png")
+        second = subprocess.run([PROGRAM, "second.png"], env=self.home.environment, cwd=self.home.pictures, timeout=60,
+                                check=True, capture_output=True, text=True)
+        self.assertEqual((second.stdout, second.stderr), ("", ""))
+        program.wait_for_rows(["first.png, PNG", "second.png, PNG"])
+        self.assertEqual(self.hands.windows(program.process.pid), [program.window])
+
+    def test_ends_in_the_middle_of_a_run_when_it_is_asked_from_outside(self):
+        program = self.start_long_run()
+        program.process.send_signal(signal.SIGTERM)
+        self.assertEqual(program.wait_for_end(), 0)
+        self.assertLess(len(self.expect_whole_results()), MANY)
+
+    def test_leaves_nothing_but_results_and_the_language(self):
+        program = self.start(self.picture("one.png"))
+        before = self.home.untouchable()
+        program.get("radio button", "English").act("Toggle")
+        program.get("radio button", "Русский").act("Toggle")
+        self.choose_results_folder(program)
+        self.convert(program, 1)
+        program.press("F1")
+        program.get("heading", "Как выбрать качество?")
+        self.hands.close(program.window)
+        self.assertEqual(program.wait_for_end(), 0)
+        self.assertEqual(self.expect_whole_results(), ["one.avif"])
+        self.assertEqual(self.home.untouchable(), before)
+
+        kept = configparser.ConfigParser()
+        kept.optionxform = str
+        kept.read(self.home.config / "Ovrel" / "Ovrel.conf")
+        self.assertEqual({section: dict(kept[section]) for section in kept.sections()},
+                         {"General": {"OvrelLanguage": "ru"}})
+
+
+if __name__ == "__main__":
+    unittest.main()
