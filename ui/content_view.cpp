@@ -3,6 +3,7 @@
 #include "ui/button.h"
 #include "ui/footer_bar.h"
 #include "ui/header_bar.h"
+#include "ui/icons.h"
 #include "ui/inspector_panel.h"
 #include "ui/queue_panel.h"
 #include "ui/queue_view.h"
@@ -22,6 +23,7 @@ namespace {
 
 constexpr QSize smallest(930, 690);
 constexpr QSize usual(1080, 780);
+constexpr int alertIcon = 40;
 
 /// Where there is little room, everything comes closer together.
 struct Measures {
@@ -163,13 +165,13 @@ void ContentView::takeError() {
         return;
     }
     if (alert_ == nullptr) {
-        alert_ = new QMessageBox(QMessageBox::Critical, QString(), QString(), QMessageBox::Ok, this);
+        alert_ = new QMessageBox(QMessageBox::NoIcon, QString(), QString(), QMessageBox::Ok, this);
         alert_->setAttribute(Qt::WA_DeleteOnClose);
         alert_->setTextFormat(Qt::PlainText);
         connect(alert_, &QDialog::finished, this, [this] { model_.setError(nullptr); });
-        alert_->open();
     }
     takeAlertTexts();
+    alert_->open();
 }
 
 void ContentView::takeAlertTexts() {
@@ -177,6 +179,7 @@ void ContentView::takeAlertTexts() {
         return;
     }
     const QString title = model_.t(QStringLiteral("Не удалось выполнить действие"));
+    alert_->setIconPixmap(themePixmap(Icon::exclamationCircle, alertIcon, colors().danger, devicePixelRatioF()));
     alert_->setWindowTitle(title);
     alert_->setText(title);
     alert_->setInformativeText(model_.language().describe(model_.error()));

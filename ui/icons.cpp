@@ -125,6 +125,12 @@ QIcon themeIcon(Icon icon) {
     }));
 }
 
+QPixmap themePixmap(Icon icon, int size, const QColor& color, double devicePixelRatio) {
+    QPixmap pixmap = render(icon, qRound(size * devicePixelRatio), color, false);
+    pixmap.setDevicePixelRatio(devicePixelRatio);
+    return pixmap;
+}
+
 void drawApplicationIcon(QPainter& painter, const QRectF& where) {
     painter.save();
     painter.setRenderHint(QPainter::Antialiasing);

@@ -4,6 +4,7 @@
 
 #include <QColor>
 #include <QIcon>
+#include <QPixmap>
 #include <QRectF>
 
 #include <cstdint>
@@ -45,6 +46,10 @@ void drawIcon(QPainter& painter, Icon icon, const QRectF& where, const QColor& c
 /// The icon for menus and tool tips: in the colour of text, and of disabled text where it is disabled. Takes the
 /// colours of the theme at the time when it is drawn.
 QIcon themeIcon(Icon icon);
+
+/// The icon as a picture.
+/// \param size in logical pixels
+QPixmap themePixmap(Icon icon, int size, const QColor& color, double devicePixelRatio);
 
 /// The program's own icon, in its own colours.
 void drawApplicationIcon(QPainter& painter, const QRectF& where);

@@ -10,6 +10,7 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QStyleOption>
+#include <QTimer>
 
 namespace ovrel {
 
@@ -91,6 +92,11 @@ void OvrelStyle::drawControl(ControlElement element, const QStyleOption* option,
     case CE_ProgressBar:
         if (const auto* bar = qstyleoption_cast<const QStyleOptionProgressBar*>(option)) {
             drawProgress(*painter, *bar);
+            if (isBusy(*bar) && theme().animations && widget != nullptr) {
+                // It moves as long as it is seen.
+                auto* shown = const_cast<QWidget*>(widget);
+                QTimer::singleShot(busyStep, shown, [shown] { shown->update(); });
+            }
             return;
         }
         break;

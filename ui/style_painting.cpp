@@ -2,9 +2,13 @@
 
 #include "ui/focus_ring.h"
 
+#include <QDateTime>
 #include <QFocusFrame>
 #include <QPainterPath>
 #include <QStyle>
+
+#include <algorithm>
+#include <cmath>
 
 namespace ovrel {
 
@@ -28,6 +32,17 @@ bool hasIconColumn(const QStyleOptionMenuItem& item) {
 
 int textIndent(const QStyleOptionMenuItem& item) {
     return menuMargin + menuIndent + (hasIconColumn(item) ? metrics::icon + menuGap : 0);
+}
+
+/// A third of the groove is filled, and goes from end to end in the time of a spinner's turn.
+void drawBusy(QPainter& painter, const QRectF& groove) {
+    constexpr int period = 2 * motion::spinnerTurn;
+    const double turn = static_cast<double>(QDateTime::currentMSecsSinceEpoch() % period) / period;
+    const double position = theme().animations ? 1 - std::abs(2 * turn - 1) : 0.5;
+    QRectF chunk = groove;
+    chunk.setWidth(groove.width() / 3);
+    chunk.translate((groove.width() - chunk.width()) * position, 0);
+    drawRounded(painter, chunk, progressThickness / 2.0, colors().accent, Qt::transparent);
 }
 
 } // namespace
@@ -168,12 +183,21 @@ void drawScrollBar(QPainter& painter, const QStyleOptionSlider& bar, const QRect
                 Qt::transparent);
 }
 
+bool isBusy(const QStyleOptionProgressBar& bar) {
+    return bar.maximum <= bar.minimum;
+}
+
 void drawProgress(QPainter& painter, const QStyleOptionProgressBar& bar) {
     QRectF groove(bar.rect.left(), bar.rect.top() + (bar.rect.height() - progressThickness) / 2.0, bar.rect.width(),
                   progressThickness);
     drawRounded(painter, groove, progressThickness / 2.0, colors().inset, Qt::transparent);
-    if (bar.maximum <= bar.minimum || bar.progress <= bar.minimum)
+    if (isBusy(bar)) {
+        drawBusy(painter, groove);
         return;
+    }
+    if (bar.progress <= bar.minimum) {
+        return;
+    }
     const double share = static_cast<double>(bar.progress - bar.minimum) / (bar.maximum - bar.minimum);
     const double width = std::max<double>(progressThickness, groove.width() * std::min(share, 1.0));
     if (bar.direction == Qt::RightToLeft)

@@ -30,7 +30,13 @@ void drawSlider(QPainter& painter, const QStyleOptionSlider& slider, const QRect
 QRect scrollHandle(const QStyleOptionSlider& bar);
 void drawScrollBar(QPainter& painter, const QStyleOptionSlider& bar, const QRect& handle);
 
+/// Whether nobody knows how far things are.
+bool isBusy(const QStyleOptionProgressBar& bar);
+/// A busy bar is drawn as it is at this moment.
 void drawProgress(QPainter& painter, const QStyleOptionProgressBar& bar);
+
+/// Milliseconds after which a busy bar has moved visibly.
+inline constexpr int busyStep = 33;
 
 /// The ring around whatever the frame belongs to.
 void drawFocusFrame(QPainter& painter, const QFocusFrame& frame);

@@ -64,6 +64,7 @@ QPixmap pictureOf(AppLanguage language, QSize size, const Arrange& arrange) {
     WindowFixture fixture(language);
     fixture.window().resize(size);
     fixture.window().show();
+    fixture.window().activateWindow();
     QCoreApplication::processEvents();
     arrange(fixture);
     QCoreApplication::processEvents();
@@ -157,13 +158,14 @@ QPixmap panelAfter(AppLanguage language, const std::function<void(UpdateFixture&
     fixture.check(true);
     hear(fixture);
     panel.makeKeyAndOrderFront();
-    QCoreApplication::processEvents();
+    runEvents();
+    runEvents();
     const QPixmap picture = panel.grab();
     return picture;
 }
 
 SUAppcastItem newVersion(AppLanguage language) {
-    SUAppcastItem item;
+    SUAppcastItem item = installableItem();
     item.displayVersionString = QStringLiteral("2.4");
     item.itemDescription =
         language == AppLanguage::english
