@@ -4,7 +4,6 @@
 #include "desktop/single_instance.h"
 #include "remote/publisher.h"
 #include "ui/icons.h"
-#include "ui/main_window.h"
 #include "ui/ovrel_app.h"
 #include "ui/ovrel_style.h"
 #include "updates/engine/portable_start.h"

@@ -256,6 +256,10 @@ class ProgramTest(unittest.TestCase):
         self.assertEqual(self.expect_whole_results(), ["one.avif"])
         self.assertEqual(self.home.untouchable(), before)
 
+        # Where the desktop brings no dialog for files, Qt's own one is used, which remembers what it has shown.
+        written = {str(path.relative_to(self.home.config)) for path in self.home.config.rglob("*") if path.is_file()}
+        self.assertEqual(written - {"QtProject.conf"}, {"Ovrel/Ovrel.conf"})
+        self.assertEqual([*self.home.state.iterdir()], [])
         kept = configparser.ConfigParser()
         kept.optionxform = str
         kept.read(self.home.config / "Ovrel" / "Ovrel.conf")
