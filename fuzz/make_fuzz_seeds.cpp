@@ -10,7 +10,12 @@
 #include "tests/support/png_writer.h"
 #include "tests/support/webp_writer.h"
 #include "tests/updates/engine/tar_writer.h"
+#include "updates/installation/clean_environment.h"
+#include "updates/installation/installer_order.h"
+#include "updates/installation/journal.h"
 
+#include <algorithm>
+#include <array>
 #include <cstdio>
 #include <exception>
 #include <filesystem>
@@ -28,6 +33,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr std::array<const char*, 6> pictures = {"avif", "gif", "heif", "jpeg", "png", "webp"};
+
 /// Puts each seed into the folder of its own target and pictures also into that of the target for all formats.
 class Seeds {
 public:
@@ -35,8 +42,7 @@ public:
 
     void add(const std::string& target, const std::string& name, const std::string& bytes) const {
         write(folder_ / target, name, bytes);
-        if (target != "appcast" && target != "archive" && target != "exif" && target != "manifest" &&
-            target != "settings") {
+        if (std::find(pictures.begin(), pictures.end(), target) != pictures.end()) {
             write(folder_ / "image", target + "-" + name, bytes);
         }
     }
@@ -243,6 +249,21 @@ void addManifests(const Seeds& seeds) {
     seeds.add("manifest", "odd", R"({"application": 1, "version": "\u0000", "system": [], "architecture": null})");
 }
 
+void addInstallers(const Seeds& seeds) {
+    const InstallerOrder order{.name = "ovrel",
+                               .install = {.version = "2.4",
+                                           .staging = ".ovrel-update-1",
+                                           .top = "ovrel 2.4",
+                                           .installed = {.device = 1, .inode = 2},
+                                           .staged = {.device = 3, .inode = 4}},
+                               .program = "bin/ovrel"};
+    seeds.add("installer_order", "plain", formatEnvironment(formatInstallerOrder(order)));
+    seeds.add("installer_order", "environment", formatEnvironment({"HOME=/", "LD_PRELOAD=x", "HOME=/x", "=", "x"}));
+    const Journal journal{
+        .token = std::string(32, 'a'), .version = "2.4", .staging = ".ovrel-update-1", .top = "ovrel\n2.4"};
+    seeds.add("journal", "plain", formatJournal(journal));
+}
+
 /// Most of a feed's rules in two files.
 void addAppcasts(const Seeds& seeds) {
     const std::string root =
@@ -293,6 +314,7 @@ int main(int count, char** arguments) {
         addSettings(seeds);
         addArchives(seeds);
         addManifests(seeds);
+        addInstallers(seeds);
         addAppcasts(seeds);
         seeds.add("exif", "little", exifBlock(6));
         seeds.add("exif", "big", exifBlock(3, TiffByteOrder::big));

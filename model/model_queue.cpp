@@ -2,6 +2,7 @@
 
 #include "model/model.h"
 #include "model/model_step.h"
+#include "model/standard_path.h"
 
 #include <QMetaObject>
 
@@ -9,7 +10,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <system_error>
 #include <utility>
 
 namespace ovrel {
@@ -17,13 +17,6 @@ namespace ovrel {
 namespace {
 
 namespace fs = std::filesystem;
-
-/// A path by which one file is recognised, however it was written.
-std::string standardised(const fs::path& path) {
-    std::error_code error;
-    const fs::path absolute = fs::absolute(path, error);
-    return (error ? path : absolute).lexically_normal().native();
-}
 
 QString keyOfList(bool isEmpty) {
     return isEmpty ? QStringLiteral("Добавьте изображения или папку") : QStringLiteral("queue");
@@ -181,17 +174,23 @@ void Model::removeSelected() {
     if (!canEditQueue() || selection_.empty()) {
         return;
     }
-    Ids removed;
-    const auto isRemoved = [&](const InputItem& item) {
-        if (!selection_.contains(item.id())) {
-            return false;
-        }
-        removed.insert(standardised(item.url));
-        return true;
-    };
-    items_.removeIf(isRemoved);
     Step step(*this);
     step.note(&Model::itemsChanged);
+    step.note(&Model::selectionChanged);
+    Ids selected = std::exchange(selection_, {});
+    // The rows share the items, so that removing in place would first copy all of them.
+    Items kept;
+    Ids removed;
+    removed.reserve(selected.size());
+    for (const InputItem& item : std::as_const(items_)) {
+        if (auto node = selected.extract(item.id())) {
+            node.value() = standardised(item.url);
+            removed.insert(std::move(node));
+        } else {
+            kept.append(item);
+        }
+    }
+    items_ = std::move(kept);
     if (std::erase_if(roots_, [&](const fs::path& root) { return removed.contains(standardised(root)); }) > 0) {
         step.note(&Model::rootsChanged);
     }

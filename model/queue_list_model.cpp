@@ -2,11 +2,17 @@
 
 #include "model/path_text.h"
 
-#include <variant>
+#include <cstddef>
+#include <optional>
+#include <utility>
+#include <vector>
 
 namespace ovrel {
 
 namespace {
+
+/// Beyond these a view is done sooner when it begins anew.
+constexpr std::size_t changesLimit = 1000;
 
 QueueListModel::Kind kindOf(const InputItem& item) {
     if (item.isGIF()) {
@@ -42,14 +48,14 @@ QueueListModel::QueueListModel(const Model& model, QObject* parent) : QAbstractL
 QueueListModel::~QueueListModel() = default;
 
 int QueueListModel::rowCount(const QModelIndex& parent) const {
-    return parent.isValid() ? 0 : static_cast<int>(items_.size());
+    return parent.isValid() ? 0 : told_ + former_.size() - passed_;
 }
 
 QVariant QueueListModel::data(const QModelIndex& index, int role) const {
     if (!checkIndex(index, CheckIndexOption::IndexIsValid)) {
         return {};
     }
-    const InputItem& item = items_.at(index.row());
+    const InputItem& item = itemAt(index.row());
     const FileStatus* const status = statusOf(item);
     switch (role) {
     case Qt::DisplayRole:
@@ -78,19 +84,50 @@ QHash<int, QByteArray> QueueListModel::roleNames() const {
 }
 
 int QueueListModel::rowOf(std::string_view itemId) const {
-    const auto found = rows_.find(itemId);
-    return found == rows_.end() ? -1 : found->second;
+    if (const int row = rows_.rowOf(itemId); row >= 0 && row < told_) {
+        return row;
+    }
+    const int row = former_.rowOf(itemId);
+    return row < passed_ ? -1 : told_ + row - passed_;
 }
 
 void QueueListModel::takeItems() {
-    beginResetModel();
-    rows_.clear();
-    items_ = model_.items();
-    rows_.reserve(static_cast<std::size_t>(items_.size()));
-    for (int row = 0; row < rowCount(); ++row) {
-        rows_.emplace(items_.at(row).id(), row);
+    if (std::exchange(isTaking_, true)) {
+        return; // whoever was told of a part has changed the list again; what was begun is completed first
     }
-    endResetModel();
+    do {
+        take(ItemRows(model_.items()));
+    } while (!rows_.items().isSharedWith(model_.items()));
+    isTaking_ = false;
+}
+
+void QueueListModel::take(ItemRows rows) {
+    const std::optional<std::vector<RowChange>> changes = changesBetween(rows_, rows, changesLimit);
+    if (!changes) {
+        beginResetModel();
+        rows_ = std::move(rows);
+        told_ = rows_.size();
+        endResetModel();
+        return;
+    }
+    former_ = std::exchange(rows_, std::move(rows));
+    told_ = 0;
+    for (const RowChange& change : *changes) {
+        if (change.removed > 0) {
+            beginRemoveRows({}, told_, told_ + change.removed - 1);
+            passed_ += change.removed;
+            endRemoveRows();
+        }
+        if (change.inserted > 0) {
+            beginInsertRows({}, told_, told_ + change.inserted - 1);
+            told_ += change.inserted;
+            endInsertRows();
+        }
+        told_ += change.kept;
+        passed_ += change.kept;
+    }
+    former_ = ItemRows();
+    passed_ = 0;
 }
 
 void QueueListModel::tellOfStatus(const std::string& itemId) {
@@ -100,9 +137,13 @@ void QueueListModel::tellOfStatus(const std::string& itemId) {
 }
 
 void QueueListModel::tellOfAll(const QList<int>& roles) {
-    if (!items_.isEmpty()) {
+    if (rowCount() > 0) {
         Q_EMIT dataChanged(index(0), index(rowCount() - 1), roles);
     }
+}
+
+const InputItem& QueueListModel::itemAt(int row) const {
+    return row < told_ ? rows_.at(row) : former_.at(row - told_ + passed_);
 }
 
 const FileStatus* QueueListModel::statusOf(const InputItem& item) const {

@@ -2,17 +2,21 @@
 /// The list of images as a view shows it.
 #pragma once
 
+#include "model/item_rows.h"
 #include "model/model.h"
 
 #include <QAbstractListModel>
 
 #include <cstdint>
 #include <string_view>
-#include <unordered_map>
 
 namespace ovrel {
 
 /// One row for each item of a model, in its order. Main thread.
+///
+/// When the list changes, the rows that stay remain what they are to a view, which keeps its place and its current row,
+/// unless the list is another one altogether or in too many pieces. Whoever is told of one piece of a change sees the
+/// rows as they are at that point.
 class QueueListModel final : public QAbstractListModel {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(QueueListModel)
@@ -47,17 +51,24 @@ public:
 
 private:
     void takeItems();
+    void take(ItemRows rows);
     void tellOfStatus(const std::string& id);
     void tellOfAll(const QList<int>& roles);
 
+    const InputItem& itemAt(int row) const;
     const FileStatus* statusOf(const InputItem& item) const;
     QString noteOf(const InputItem& item) const;
     QString toolTipOf(const InputItem& item) const;
     QString accessibleTextOf(const InputItem& item) const;
 
     const Model& model_;
-    Model::Items items_;                             ///< never written, so that it shares the model's content
-    std::unordered_map<std::string_view, int> rows_; ///< by ids in items_
+    ItemRows rows_;
+    bool isTaking_ = false;
+
+    // On the way from one list to another, the rows are the first of the new one and after them the last of the former.
+    ItemRows former_; ///< empty otherwise
+    int told_ = 0;    ///< how many are of rows_
+    int passed_ = 0;  ///< how many of former_ are not there any more, or among the first
 };
 
 } // namespace ovrel

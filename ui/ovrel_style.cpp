@@ -195,9 +195,11 @@ int OvrelStyle::styleHint(StyleHint hint, const QStyleOption* option, const QWid
     case SH_Slider_AbsoluteSetButtons: // a click goes where it points
         return Qt::LeftButton;
     case SH_ScrollBar_Transient: return 0;
+    // Where nothing composes windows, their corners would be black. The masks leave room for the soft edge.
     case SH_ToolTip_Mask:
+    case SH_Menu_Mask:
         if (auto* mask = qstyleoption_cast<QStyleHintReturnMask*>(result)) {
-            mask->region = roundedRegion(option->rect, 6);
+            mask->region = roundedRegion(option->rect, hint == SH_Menu_Mask ? metrics::buttonRadius - 1 : 6);
             return 1;
         }
         return 0;

@@ -16,7 +16,8 @@ constexpr int greatestHeight = 150;
 constexpr int frame = 1;
 constexpr int focusFrame = 2;
 constexpr double radius = 8.0;
-constexpr QMargins padding(15, 12, 15, 12);
+constexpr QMargins around(frame, 5, frame, 5); // of what scrolls, bar included, so that it stays off the round corners
+constexpr QMargins padding(15, 8, 15, 8);
 constexpr double lineHeight = 1.25;
 
 } // namespace
@@ -25,7 +26,7 @@ UpdateDetail::UpdateDetail(QWidget* parent) : QScrollArea(parent), text_(new Par
     setFrameShape(QFrame::NoFrame);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setWidgetResizable(true);
-    setViewportMargins(frame, frame, frame, frame);
+    setContentsMargins(around);
     viewport()->setAutoFillBackground(false);
     text_->setContentsMargins(padding);
     text_->setLineHeight(lineHeight);
@@ -52,17 +53,17 @@ void UpdateDetail::setText(const QString& text) {
 }
 
 int UpdateDetail::heightForWidth(int width) const {
-    return std::min(greatestHeight, text_->heightForWidth(width - 2 * frame) + 2 * frame);
+    return std::min(greatestHeight,
+                    text_->heightForWidth(width - around.left() - around.right()) + around.top() + around.bottom());
 }
 
 QSize UpdateDetail::sizeHint() const {
-    const int width = text_->sizeHint().width() + 2 * frame;
+    const int width = text_->sizeHint().width() + around.left() + around.right();
     return {width, heightForWidth(width)};
 }
 
 QSize UpdateDetail::minimumSizeHint() const {
-    const QSize text = text_->minimumSizeHint();
-    return {text.width() + 2 * frame, text.height() + 2 * frame};
+    return text_->minimumSizeHint().grownBy(around);
 }
 
 bool UpdateDetail::event(QEvent* event) {

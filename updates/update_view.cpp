@@ -47,6 +47,7 @@ UpdateView::UpdateView(UpdateManager& manager, QWidget* parent)
     , rowLayout_(new QBoxLayout(QBoxLayout::LeftToRight, row_)) {
     setFixedWidth(viewWidth);
     progress_->setTextVisible(false);
+    progress_->setMinimumHeight(1); // otherwise it has room for a text
     rowLayout_->setContentsMargins(0, 0, 0, 0);
     rowLayout_->setSpacing(buttonGap);
 
@@ -114,7 +115,7 @@ void UpdateView::takeActions() {
     }
     row_->setVisible(!buttons_.isEmpty());
     if (!buttons_.isEmpty()) {
-        buttons_.front()->setDefault(true);
+        buttons_.front()->setDefault(buttons_.size() > 1); // alone it is not the better choice
         buttons_.front()->setFocus();
     }
     arrangeButtons();

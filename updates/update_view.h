@@ -26,8 +26,8 @@ public:
     ~UpdateHeading() override = default;
 };
 
-/// Draws whatever its manager publishes, and offers the manager's actions as buttons, the first of which is the default
-/// one. 510 pixels wide and as high as it has to be. Main thread.
+/// Draws whatever its manager publishes, and offers the manager's actions as buttons. Of several the first is the
+/// default one. 510 pixels wide and as high as it has to be. Main thread.
 class UpdateView final : public QWidget {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(UpdateView)

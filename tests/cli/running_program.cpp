@@ -1,5 +1,7 @@
 #include "tests/cli/running_program.h"
 
+#include "platform/linux/argument_pointers.h"
+
 #include <fcntl.h>
 #include <pty.h>
 #include <sys/mman.h>
@@ -31,16 +33,6 @@ int memoryFile(const std::string& content) {
     checked(::write(file, content.data(), content.size()), "write");
     checked(::lseek(file, 0, SEEK_SET), "lseek");
     return file;
-}
-
-std::vector<char*> pointersTo(std::vector<std::string>& words) {
-    std::vector<char*> pointers;
-    pointers.reserve(words.size() + 1);
-    for (std::string& word : words) {
-        pointers.push_back(word.data());
-    }
-    pointers.push_back(nullptr);
-    return pointers;
 }
 
 bool isOfLanguage(std::string_view variable) {
@@ -82,8 +74,8 @@ RunningProgram::RunningProgram(const std::string& program, const ProgramCall& ca
     std::vector<std::string> words = call.arguments;
     words.insert(words.begin(), program);
     std::vector<std::string> variables = environmentWith(call.environment);
-    const std::vector<char*> argv = pointersTo(words);
-    const std::vector<char*> environment = pointersTo(variables);
+    const std::vector<char*> argv = argumentPointers(words);
+    const std::vector<char*> environment = argumentPointers(variables);
 
     std::array<int, 2> pipe{};
     checked(::pipe2(pipe.data(), O_CLOEXEC), "pipe2");
@@ -161,8 +153,8 @@ ProgramEnd runOnTerminal(const std::string& program, const std::vector<std::stri
     std::vector<std::string> words = arguments;
     words.insert(words.begin(), program);
     std::vector<std::string> variables = environmentWith({"TERM=xterm"});
-    const std::vector<char*> argv = pointersTo(words);
-    const std::vector<char*> environment = pointersTo(variables);
+    const std::vector<char*> argv = argumentPointers(words);
+    const std::vector<char*> environment = argumentPointers(variables);
 
     winsize size{};
     size.ws_row = 24;

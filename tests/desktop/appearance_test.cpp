@@ -1,4 +1,5 @@
 #include "desktop/appearance.h"
+#include "tests/desktop/event_loop.h"
 #include "tests/desktop/private_bus.h"
 
 #include <QApplication>

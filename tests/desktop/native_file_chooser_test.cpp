@@ -1,7 +1,7 @@
 // Against Qt's own dialog, which stands where a desktop has none.
 
 #include "desktop/native_file_chooser.h"
-#include "tests/desktop/private_bus.h"
+#include "tests/desktop/event_loop.h"
 #include "tests/support/temporary_folder.h"
 
 #include <QApplication>

@@ -3,7 +3,6 @@
 #include <QCoreApplication>
 #include <QDBusArgument>
 #include <QDBusVariant>
-#include <QEventLoop>
 #include <QVariantMap>
 
 #include <gmock/gmock.h>
@@ -123,12 +122,6 @@ bool FakeService::handleMessage(const QDBusMessage& message, const QDBusConnecti
         answer();
     }
     return true;
-}
-
-void awaitThat(const std::function<bool()>& condition) {
-    while (!condition()) {
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-    }
 }
 
 void settle(const QDBusConnection& connection) {

@@ -67,9 +67,6 @@ private:
     std::vector<QDBusMessage> kept_;
 };
 
-/// Runs the event loop until something has come to be.
-void awaitThat(const std::function<bool()>& condition);
-
 /// Runs the event loop until all is told that was on its way to a connection.
 void settle(const QDBusConnection& connection);
 

@@ -1,5 +1,5 @@
 #include "desktop/quit_signals.h"
-#include "tests/desktop/private_bus.h"
+#include "tests/desktop/event_loop.h"
 
 #include <QCoreApplication>
 #include <QEventLoop>

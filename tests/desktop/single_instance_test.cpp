@@ -1,4 +1,5 @@
 #include "desktop/single_instance.h"
+#include "tests/desktop/event_loop.h"
 #include "tests/desktop/private_bus.h"
 #include "tests/support/working_folder.h"
 

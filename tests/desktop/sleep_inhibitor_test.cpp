@@ -1,4 +1,5 @@
 #include "desktop/sleep_inhibitor.h"
+#include "tests/desktop/event_loop.h"
 #include "tests/desktop/private_bus.h"
 
 #include <QCoreApplication>

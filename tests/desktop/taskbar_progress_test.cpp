@@ -1,4 +1,5 @@
 #include "desktop/taskbar_progress.h"
+#include "tests/desktop/event_loop.h"
 #include "tests/desktop/private_bus.h"
 
 #include <QDBusConnection>

@@ -6,6 +6,9 @@
 
 #include <gmock/gmock.h>
 
+#include <string>
+#include <vector>
+
 namespace ovrel::test {
 
 namespace {
@@ -108,6 +111,132 @@ TEST(QueueListModel, TellsOfOneRowWhenOneItemChanges) {
     EXPECT_EQ(resets.count(), 0);
     fixture.convert();
     fixture.awaitIdle();
+}
+
+/// What a view knows that hears of parts alone. At each part it looks at all rows.
+class Follower {
+public:
+    explicit Follower(const QueueListModel& rows) : rows_(rows) {
+        QObject::connect(&rows, &QAbstractItemModel::rowsInserted, &context_,
+                         [this](const QModelIndex& /*parent*/, int first, int last) {
+                             for (int row = first; row <= last; ++row) {
+                                 names_.insert(names_.begin() + row, nameAt(row));
+                             }
+                             look();
+                         });
+        QObject::connect(&rows, &QAbstractItemModel::rowsRemoved, &context_,
+                         [this](const QModelIndex& /*parent*/, int first, int last) {
+                             names_.erase(names_.begin() + first, names_.begin() + last + 1);
+                             look();
+                         });
+        QObject::connect(&rows, &QAbstractItemModel::modelReset, &context_, [this] {
+            ++resets;
+            names_.clear();
+            for (int row = 0; row < rows_.rowCount(); ++row) {
+                names_.push_back(nameAt(row));
+            }
+            look();
+        });
+    }
+
+    std::vector<std::string> names() const { return names_; }
+
+    int parts = 0; ///< removals and insertions, resets included
+    int resets = 0;
+
+private:
+    std::string nameAt(int row) const {
+        return rows_.data(rows_.index(row), QueueListModel::fileName).toString().toStdString();
+    }
+
+    void look() {
+        ++parts;
+        ASSERT_EQ(rows_.rowCount(), static_cast<int>(names_.size()));
+        for (int row = 0; row < rows_.rowCount(); ++row) {
+            const std::string name = names_.at(static_cast<std::size_t>(row));
+            ASSERT_EQ(nameAt(row), name);
+            ASSERT_EQ(rows_.rowOf("/in/" + name), row);
+        }
+    }
+
+    const QueueListModel& rows_;
+    QObject context_;
+    std::vector<std::string> names_;
+};
+
+TEST(QueueListModel, KeepsTheRowsThatStay) {
+    using Names = std::vector<std::string>;
+    Fixture fixture;
+    Follower view(fixture.rows);
+    fixture.list({"a.png", "b.png", "c.png", "d.png"});
+    EXPECT_EQ(view.resets, 1);
+    const QPersistentModelIndex current = fixture.rows.index(2);
+    const auto expect = [&](const Names& names, int currentRow) {
+        EXPECT_EQ(view.names(), names);
+        EXPECT_EQ(fixture.listed(), names);
+        EXPECT_EQ(current.row(), currentRow);
+        EXPECT_EQ(view.resets, 1);
+    };
+    fixture.list({"0.png", "a.png", "b.png", "b1.png", "b2.png", "c.png", "d.png", "e.png"});
+    expect({"0.png", "a.png", "b.png", "b1.png", "b2.png", "c.png", "d.png", "e.png"}, 5);
+    EXPECT_EQ(view.parts, 4);
+    fixture.model().setSelection({"/in/0.png", "/in/b1.png", "/in/b2.png", "/in/e.png"});
+    fixture.model().removeSelected();
+    expect({"a.png", "b.png", "c.png", "d.png"}, 2);
+    EXPECT_EQ(view.parts, 7);
+    fixture.list({"b.png", "b3.png", "c.png"});
+    expect({"b.png", "b3.png", "c.png"}, 2);
+    EXPECT_EQ(view.parts, 10);
+    EXPECT_EQ(fixture.rows.rowOf("/in/d.png"), -1);
+    fixture.list({"b.png", "b3.png", "c.png"});
+    expect({"b.png", "b3.png", "c.png"}, 2);
+    EXPECT_EQ(view.parts, 10);
+}
+
+TEST(QueueListModel, BeginsAnewWhereTheOrderIsAnother) {
+    Fixture fixture;
+    Follower view(fixture.rows);
+    fixture.list({"a.png", "b.png", "c.png"});
+    fixture.list({"c.png", "a.png", "b.png"});
+    EXPECT_EQ(view.resets, 2);
+    EXPECT_EQ(view.names(), fixture.listed());
+    fixture.model().clearQueue();
+    EXPECT_EQ(view.resets, 3);
+    EXPECT_EQ(view.names(), fixture.listed());
+}
+
+TEST(QueueListModel, TellsOfManyPiecesAsOfANewList) {
+    Fixture fixture;
+    std::vector<std::string> all;
+    Model::Ids everySecond;
+    for (int number = 10'000; number < 12'100; ++number) {
+        all.push_back(std::to_string(number) + ".png");
+        if (number % 2 == 0) {
+            everySecond.insert("/in/" + all.back());
+        }
+    }
+    fixture.list(all);
+    QSignalSpy resets(&fixture.rows, &QueueListModel::modelReset);
+    QSignalSpy removals(&fixture.rows, &QueueListModel::rowsRemoved);
+    fixture.model().setSelection(everySecond);
+    fixture.model().removeSelected();
+    EXPECT_EQ(resets.count(), 1);
+    EXPECT_EQ(removals.count(), 0);
+    EXPECT_EQ(fixture.rows.rowCount(), 1'050);
+}
+
+TEST(QueueListModel, FollowsAListenerThatChangesTheListAgain) {
+    Fixture fixture;
+    fixture.list({"a.png", "b.png", "c.png", "d.png"});
+    QObject::connect(&fixture.rows, &QueueListModel::rowsRemoved, &fixture.model(), [&] {
+        fixture.model().setSelection({"/in/b.png"});
+        fixture.model().removeSelected();
+    });
+    fixture.model().setSelection({"/in/a.png", "/in/c.png"});
+    fixture.model().removeSelected();
+    ASSERT_EQ(fixture.rows.rowCount(), 1);
+    EXPECT_EQ(fixture.textAt(0, Qt::DisplayRole), "d.png");
+    EXPECT_EQ(fixture.rows.rowOf("/in/d.png"), 0);
 }
 
 TEST(QueueListModel, FindsARowByItsId) {

@@ -179,7 +179,8 @@ TEST_F(BannerViewTest, HasThePicturesDisplaySizeUnlessItsRoomIsSet) {
 
 TEST_F(BannerViewTest, IsSharpWhereAPointHasSeveralPixels) {
     for (const int scale : {1, 2}) {
-        const auto view = viewOf(creativeOf(stripes(432U * static_cast<unsigned>(scale), 72U * scale)), 432);
+        const auto factor = static_cast<std::uint32_t>(scale);
+        const auto view = viewOf(creativeOf(stripes(432 * factor, 72 * factor)), 432);
         QImage picture(QSize(432, 72) * scale, QImage::Format_RGB32);
         picture.setDevicePixelRatio(scale);
         view->render(&picture, QPoint(), QRect(0, 0, 432, 72));

@@ -1,11 +1,14 @@
 """Tests tools/publisher/publish.py, as a program and with the system's openssl: publish_test.py PUBLISH"""
 
 import base64
+import io
+import json
 import os
 import pathlib
 import stat
 import subprocess
 import sys
+import tarfile
 import tempfile
 import unittest
 import xml.etree.ElementTree
@@ -71,6 +74,19 @@ class PublishTest(unittest.TestCase):
     def make_key(self):
         return self.publish("key", self.key).strip()
 
+    def write_archive(self, *manifests, name="ovrel-2.4/manifest.json", kind=tarfile.REGTYPE):
+        with tarfile.open(self.archive, "w:xz", preset=0) as tar:
+            for content in [b"program", *manifests]:
+                entry = tarfile.TarInfo("ovrel-2.4/bin/ovrel" if content == b"program" else name)
+                entry.type = kind
+                entry.size = len(content)
+                tar.addfile(entry, io.BytesIO(content))
+
+    @staticmethod
+    def manifest(**changes):
+        return json.dumps({"application": "example.ovrel.Ovrel", "version": "2.4", "system": "linux",
+                           "architecture": "x86_64", **changes}).encode()
+
     def add_arguments(self, **changes):
         options = {"url": "https://ovrel.example/app/updates/ovrel.tar.xz", "version": "2.4",
                    "notes-ru": self.russian, "notes-en": self.english, "arch": "x86_64", **changes}
@@ -78,6 +94,8 @@ class PublishTest(unittest.TestCase):
                 *(f"--{name}={value}" for name, value in options.items() if value is not None)]
 
     def add(self, **changes):
+        self.write_archive(self.manifest(version=changes.get("version", "2.4"),
+                                         architecture=changes.get("arch", "x86_64")))
         return self.publish(*self.add_arguments(**changes))
 
     def refuse_to_add(self, says, **changes):
@@ -173,6 +191,7 @@ class FeedTest(PublishTest):
     def setUp(self):
         super().setUp()
         self.public = self.make_key()
+        self.write_archive(self.manifest())
 
     def test_a_new_feed_has_everything_of_a_release(self):
         self.add(**{"short-version": "2.4 <&> beta", "minimum-glibc": "2.31"})
@@ -185,7 +204,8 @@ class FeedTest(PublishTest):
         self.assertRegex(item.findtext("pubDate"), r"^[A-Z][a-z]{2}, \d\d [A-Z][a-z]{2} \d{4} \d\d:\d\d:\d\d \+0000$")
         enclosure = item.find("enclosure").attrib
         self.assertTrue(self.is_signed(self.public, self.archive, enclosure.pop(NAMESPACE + "edSignature")))
-        self.assertEqual(enclosure, {"url": "https://ovrel.example/app/updates/ovrel.tar.xz", "length": "2560",
+        self.assertEqual(enclosure, {"url": "https://ovrel.example/app/updates/ovrel.tar.xz",
+                                     "length": str(self.archive.stat().st_size),
                                      "type": "application/octet-stream", NAMESPACE + "os": "linux-x86_64"})
 
     def test_the_number_is_what_people_read_unless_they_read_something_else(self):
@@ -252,10 +272,41 @@ class FeedTest(PublishTest):
         self.add()
         self.refuse_to_add("already")
 
+    def test_an_archive_that_says_something_else_is_refused(self):
+        for name, value in [("application", "example.other.Program"), ("version", "2.3"), ("version", "2.4.0"),
+                            ("system", "macos"), ("architecture", "aarch64"), ("version", None), ("version", 2.4)]:
+            with self.subTest(name=name, value=value):
+                self.write_archive(self.manifest(**{name: value}))
+                self.refuse_to_add(f"that the {name} is ")
+        self.write_archive(self.manifest(application="org.another.Ovrel"))
+        self.publish(*self.add_arguments(application="org.another.Ovrel"))
+
+    def test_an_archive_without_a_manifest_of_its_own_is_refused(self):
+        good = self.manifest()
+        for manifests, options in [([], {}), ([good, good], {}), ([good + b" " * 65_536], {}),
+                                   ([good], {"name": "manifest.json"}), ([good], {"name": "../manifest.json"}),
+                                   ([good], {"name": "ovrel-2.4/share/manifest.json"}),
+                                   ([b""], {"kind": tarfile.SYMTYPE})]:
+            with self.subTest(count=len(manifests), **options):
+                self.write_archive(*manifests, **options)
+                self.refuse_to_add("has not one manifest")
+        for manifest, says in [(b"{", "no JSON"), (b"\xff", "no JSON"), (b"[]", "no list"), (b'"2.4"', "no list")]:
+            with self.subTest(manifest=manifest):
+                self.write_archive(manifest)
+                self.refuse_to_add(says)
+
+    def test_what_is_no_archive_is_refused(self):
+        self.write_archive(self.manifest())
+        whole = self.archive.read_bytes()
+        for content in [b"no archive", whole[:len(whole) // 2], whole[:100] + b"x" + whole[101:]]:
+            with self.subTest(length=len(content)):
+                self.archive.write_bytes(content)
+                self.refuse_to_add("cannot be read as an archive")
+
     def test_arguments_that_make_no_release_are_refused(self):
         for name, value, says in [
                 ("version", "2.4-1", "no version"), ("version", "v2.4", "no version"), ("version", "", "no version"),
-                ("version", "2..4", "no version"), ("version", "2.4 beta", "no version"), ("version", None, "required"),
+                ("version", "2..4", "no version"), ("version", "2." + "4" * 63, "no version"), ("version", "2.4 beta", "no version"), ("version", None, "required"),
                 ("minimum-glibc", "new", "no version"), ("arch", "linux-x86_64", "no architecture"),
                 ("url", "http://ovrel.example/a", "no https address"), ("url", "https:///a", "no https address"),
                 ("url", "https://ovrel.example/a b", "no https address"), ("url", "a.tar.xz", "no https address"),
@@ -276,6 +327,7 @@ class FeedTest(PublishTest):
     def test_a_feed_stays_below_its_limit(self):
         self.russian.write_text("x" * 1_000_000)
         self.add()
+        self.write_archive(self.manifest(version="2.5"))
         self.refuse_to_add("1048576 bytes", version="2.5")
 
     def test_a_feed_can_be_read_by_the_server(self):

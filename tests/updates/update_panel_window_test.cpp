@@ -136,6 +136,13 @@ TEST_F(UpdatePanelWindowTest, OffersTheFirstActionForReturnAndTheFocusedOneOther
     }
 }
 
+TEST_F(UpdatePanelWindowTest, PressesItsOnlyButtonByReturn) {
+    fixture.manager().showDownloadInitiatedWithCancellation(fixture.block("cancellation"));
+    fixture.takeCalls();
+    QTest::keyClick(window()->focusWidget(), Qt::Key_Return);
+    EXPECT_THAT(fixture.takeCalls(), testing::Contains("cancellation: called"));
+}
+
 TEST_F(UpdatePanelWindowTest, ReachesTheNotesByTheKeyboardWhereTheyScroll) {
     offer(notesOf(100));
     QTest::keyClick(window()->focusWidget(), Qt::Key_Backtab);

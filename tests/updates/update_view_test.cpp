@@ -288,6 +288,18 @@ TEST_P(UpdateViewTest, PutsItsButtonsInARowFromTheLeadingEdge) {
     }
 }
 
+TEST_P(UpdateViewTest, RecommendsTheFirstOfSeveralActions) {
+    fixture.manager().showUpdateFoundWithAppcastItem(installableItem(), {}, fixture.reply());
+    const QList<QPushButton*> choices = view.findChildren<QPushButton*>();
+    ASSERT_EQ(choices.size(), 3);
+    EXPECT_TRUE(choices[0]->isDefault());
+    EXPECT_FALSE(choices[1]->isDefault());
+    EXPECT_FALSE(choices[2]->isDefault());
+
+    fixture.manager().showDownloadInitiatedWithCancellation(fixture.block("cancellation"));
+    EXPECT_FALSE(view.findChildren<QPushButton*>().back()->isDefault());
+}
+
 TEST_P(UpdateViewTest, PutsButtonsBelowEachOtherThatDoNotFitBesideEachOther) {
     fixture.manager().showUpdateFoundWithAppcastItem(installableItem(), {}, fixture.reply());
     QFont huge = view.font();
@@ -396,7 +408,7 @@ TEST_F(UpdateDetailTest, BeginsAtTheTopOfANewText) {
 TEST_F(UpdateDetailTest, TakesNothingOfATextForMarkup) {
     show(QStringLiteral("<h1>Big</h1><img src='file:///etc/hostname'>"));
     EXPECT_EQ(static_cast<QLabel*>(detail.widget())->textFormat(), Qt::PlainText);
-    EXPECT_EQ(detail.height(), 26 + detail.widget()->heightForWidth(460) - 24);
+    EXPECT_EQ(detail.height(), 26 + detail.widget()->heightForWidth(460) - 16);
 }
 
 } // namespace

@@ -4,7 +4,8 @@
     publish.py key KEY              makes a key, and prints the public part, with which Ovrel is built
     publish.py sign KEY ARCHIVE     prints signature and length of an archive
     publish.py add FEED KEY ARCHIVE --url URL --version VERSION --notes-ru FILE --notes-en FILE
-                                    signs an archive and names it in the feed, which is made when it is missing
+                                    signs an archive and names it in the feed, which is made when it is missing;
+                                    refuses one whose own manifest says something else
 
 KEY is a file that only its owner can read. It is never printed, and never taken from anything but that file.
 """
@@ -13,6 +14,8 @@ import argparse
 import base64
 import datetime
 import email.utils
+import json
+import lzma
 import os
 import pathlib
 import platform
@@ -20,15 +23,20 @@ import re
 import stat
 import subprocess
 import sys
+import tarfile
 import tempfile
 import urllib.parse
 import xml.dom.minidom
 import xml.etree.ElementTree
 import xml.parsers.expat
+import zlib
 
 NAMESPACE = "http://www.andymatuschak.org/xml-namespaces/sparkle"
 NOTES_SEPARATOR = "\n---en---\n"
 FEED_LIMIT_BYTES = 1_048_576
+MANIFEST_NAME = "manifest.json"
+MANIFEST_LIMIT_BYTES = 65_536
+VERSION_LIMIT_CHARACTERS = 64
 # What comes before the 32 bytes of an Ed25519 key in its DER form (RFC 8410, section 4).
 PUBLIC_KEY_HEADER = bytes.fromhex("302a300506032b6570032100")
 PUBLIC_KEY_BYTES = 32
@@ -108,6 +116,35 @@ def length_of(archive):
     if not archive.is_file() or archive.stat().st_size == 0:
         raise Refusal(f"{archive} is no archive.")
     return archive.stat().st_size
+
+
+def read_manifest(archive):
+    """Returns what the archive says of itself: the one manifest in its top folder."""
+    def is_manifest(entry):
+        parts = pathlib.PurePosixPath(entry.name).parts
+        return len(parts) == 2 and parts[0] != ".." and parts[1] == MANIFEST_NAME
+
+    try:
+        with tarfile.open(archive) as tar:
+            entries = [entry for entry in tar if is_manifest(entry)]
+            if len(entries) != 1 or not entries[0].isreg() or entries[0].size > MANIFEST_LIMIT_BYTES:
+                raise Refusal(f"{archive} has not one manifest, as archives of \"./dev package portable\" do.")
+            manifest = json.loads(tar.extractfile(entries[0]).read())
+    except (tarfile.TarError, EOFError, lzma.LZMAError, zlib.error) as error:
+        raise Refusal(f"{archive} cannot be read as an archive: {error}") from None
+    except ValueError:
+        raise Refusal(f"The manifest in {archive} is no JSON.") from None
+    if not isinstance(manifest, dict):
+        raise Refusal(f"The manifest in {archive} is no list of names and values.")
+    return manifest
+
+
+def require_manifest(archive, expected):
+    """Ovrel would download an archive that says something else, and then refuse it."""
+    manifest = read_manifest(archive)
+    for name, value in expected.items():
+        if manifest.get(name) != value:
+            raise Refusal(f"The feed would say that the {name} is {value!r}, {archive} says {manifest.get(name)!r}.")
 
 
 def read_notes(path):
@@ -212,6 +249,8 @@ class Release:
         self._minimum_glibc = arguments.minimum_glibc
         self._url = arguments.url
         self._length = length_of(arguments.archive)
+        require_manifest(arguments.archive, {"application": arguments.application, "version": self.version,
+                                             "system": "linux", "architecture": arguments.arch})
         self._signature = Key(arguments.key).sign(arguments.archive)
 
     def elements(self, element, description):
@@ -248,7 +287,8 @@ def add(arguments):
 
 def version_number(text):
     # Ovrel ignores what is behind a hyphen, so two such versions would be the same to it.
-    if not re.fullmatch(r"[0-9]+([.][0-9]+)*([a-z]+[0-9]*)?", text, re.ASCII):
+    is_version = re.fullmatch(r"[0-9]+([.][0-9]+)*([a-z]+[0-9]*)?", text, re.ASCII)
+    if not is_version or len(text) > VERSION_LIMIT_CHARACTERS:
         raise argparse.ArgumentTypeError(f"{text!r} is no version like 2.4, 2.4.1 or 2.5b1")
     return text
 
@@ -288,6 +328,8 @@ def parse_arguments():
     command.add_argument("--short-version", help="what people read (the version)")
     command.add_argument("--arch", type=architecture, default=platform.machine(),
                          help="for which the archive is built (%(default)s)")
+    command.add_argument("--application", default="example.ovrel.Ovrel",
+                         help="the identifier that Ovrel was built with (%(default)s)")
     command.add_argument("--minimum-glibc", type=version_number, help="the oldest C library that will do")
     command.add_argument("--notes-ru", required=True, type=pathlib.Path, metavar="FILE", help="notes in Russian")
     command.add_argument("--notes-en", required=True, type=pathlib.Path, metavar="FILE", help="notes in English")

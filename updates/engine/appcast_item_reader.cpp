@@ -2,6 +2,7 @@
 
 #include "updates/engine/version_comparator.h"
 #include "updates/framework/update_error.h"
+#include "updates/installation/journal.h"
 
 #include <QFileInfo>
 
@@ -16,8 +17,8 @@ namespace {
 
 using Name = QLatin1StringView;
 
-/// Longer ones would break every text that names a version.
-constexpr qsizetype versionLimitCharacters = 128;
+/// Longer ones would break every text that shows a version.
+constexpr qsizetype displayVersionLimitCharacters = 128;
 
 UpdateError fault(const QString& russian, const QString& english) {
     return {SUError::appcastParse, russian, english};
@@ -129,7 +130,7 @@ private:
     QString version(const std::optional<QUrl>& file) const {
         const QString named = firstOf(enclosureAttribute(Name("sparkle:version")), text(Name("sparkle:version")));
         QString version = !named.isEmpty() || !file ? named : versionInName(file->fileName());
-        if (version.isEmpty() || version.size() > versionLimitCharacters) {
+        if (!isInstallableVersion(version.toStdString())) { // before anybody downloads it
             throw fault(QStringLiteral("В списке обновлений у одной из версий нет допустимого номера."),
                         QStringLiteral("A version in the list of updates has no valid number."));
         }
@@ -149,7 +150,7 @@ private:
     QString displayVersion(const QString& version) const {
         const Name name("sparkle:shortVersionString");
         const QString written = firstOf(firstOf(enclosureAttribute(name), text(name)), version);
-        return written.size() > versionLimitCharacters ? version : written;
+        return written.size() > displayVersionLimitCharacters ? version : written;
     }
 
     /// Differences apply to one version alone, and installer packages are another system's.

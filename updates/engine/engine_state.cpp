@@ -1,5 +1,6 @@
 #include "updates/engine/engine_state.h"
 
+#include "platform/linux/file_descriptor.h"
 #include "updates/engine/version_comparator.h"
 
 #include <QDir>
@@ -11,8 +12,15 @@
 #include <QSaveFile>
 
 #include <algorithm>
+#include <chrono>
 #include <compare>
+#include <optional>
+#include <thread>
 #include <utility>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
 
 namespace ovrel {
 
@@ -53,16 +61,48 @@ bool makeFolder(const QString& path) {
 bool write(const QString& path, const QJsonObject& object) {
     const QByteArray bytes = QJsonDocument(object).toJson();
     QSaveFile file(path);
-    return bytes.size() <= fileLimitBytes && makeFolder(QFileInfo(path).path()) && file.open(QIODevice::WriteOnly) &&
+    return bytes.size() <= fileLimitBytes && file.open(QIODevice::WriteOnly) &&
            file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner) && file.write(bytes) == bytes.size() &&
            file.commit();
 }
 
-bool set(const QString& path, Key key, const QJsonValue& value) {
+/// What keeps other instances of the program from changing the file.
+/// \return none when another one does not let go of it within a second
+FileDescriptor lockSoon(const QString& path) {
+    constexpr int tries = 200;
+    constexpr std::chrono::milliseconds pause(5);
+    FileDescriptor file(::open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR));
+    for (int attempt = 0; file && attempt < tries; ++attempt) {
+        if (::flock(file.get(), LOCK_EX | LOCK_NB) == 0) {
+            return file;
+        }
+        std::this_thread::sleep_for(pause);
+    }
+    return {};
+}
+
+/// Between reading and writing no other instance changes the file.
+/// \param change returns what `key` shall say, nothing to leave everything as it is
+template <typename Change>
+bool update(const QString& path, Key key, Change change) {
+    // Not the file itself, which each change replaces.
+    const FileDescriptor lock =
+        makeFolder(QFileInfo(path).path()) ? lockSoon(path + QStringLiteral(".lock")) : FileDescriptor();
+    if (!lock) {
+        return false;
+    }
     QJsonObject object = read(path);
+    const std::optional<QString> value = change(object.value(key).toString());
+    if (!value) {
+        return true;
+    }
     object.insert(formatKey, formatVersion);
-    object.insert(key, value);
+    object.insert(key, *value);
     return write(path, object);
+}
+
+bool set(const QString& path, Key key, const QString& value) {
+    return update(path, key, [&](const QString&) { return std::optional(value); });
 }
 
 QString text(const QString& path, Key key) {
@@ -110,7 +150,9 @@ bool EngineState::forgetSkipped() const {
 }
 
 bool EngineState::recordInstalled(const QString& version) const {
-    return std::is_lteq(compareVersions(version, highestVersion())) || set(file_, highestKey, version);
+    return update(file_, highestKey, [&](const QString& highest) {
+        return std::is_gt(compareVersions(version, highest)) ? std::optional(version) : std::nullopt;
+    });
 }
 
 bool EngineState::recordFailed(const QString& version) const {

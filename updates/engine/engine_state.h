@@ -12,7 +12,8 @@ namespace ovrel {
 
 /// One small file, read anew at each question, since several instances of the program share it. A file that is absent,
 /// damaged, too large or of a later format counts as empty. Each change replaces the file as a whole, readable by the
-/// user alone; a change that cannot be written is lost. One thread at a time.
+/// user alone, and waits up to a second for that of another instance; a change that cannot be written is lost. One
+/// thread at a time.
 class EngineState {
 public:
     using Clock = std::function<QDateTime()>;

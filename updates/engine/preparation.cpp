@@ -6,6 +6,7 @@
 #include "updates/engine/updater_texts.h"
 #include "updates/engine/version_comparator.h"
 #include "updates/installation/recovery.h"
+#include "updates/installation/running_programs.h"
 
 #include <span>
 #include <system_error>
@@ -17,12 +18,18 @@ namespace {
 
 constexpr QLatin1StringView systemName("linux");
 
-UpdateLock lockFor(const InstallationPlace& place) {
+UpdateLock lockFor(const InstallationPlace& place, const EngineState& state) {
     std::optional<UpdateLock> lock;
     try {
-        lock = lockForNewUpdate(place);
+        TreeCalls calls;
+        lock = lockForNewUpdate(calls, place, [&state](const std::string& version) {
+            return state.recordFailed(QString::fromStdString(version));
+        });
     } catch (const std::system_error& error) {
         qWarning("Updates: %s", error.what());
+        if (error.code() == std::errc::device_or_resource_busy) {
+            throw unfinishedUpdateError();
+        }
         throw stagingError();
     }
     if (!lock) {
@@ -48,6 +55,15 @@ PendingInstallation::~PendingInstallation() {
     }
 }
 
+bool PendingInstallation::othersRun() const {
+    try {
+        return ovrel::othersRun(place_);
+    } catch (const std::system_error& error) {
+        qWarning("Updates: %s", error.what()); // the installer looks again
+        return false;
+    }
+}
+
 void PendingInstallation::cancel() {
     if (staging_ && installer_.cancel()) {
         staging_->keep();
@@ -59,7 +75,7 @@ Preparation::Preparation(const UpdaterEnvironment& environment, AppcastItem item
     : environment_(environment)
     , item_(std::move(item))
     , place_(placeOf(environment_.directory))
-    , lock_(lockFor(place_))
+    , lock_(lockFor(place_, environment_.state))
     , received_(std::in_place) {}
 
 void Preparation::receive(QByteArrayView part) {
@@ -102,7 +118,7 @@ PendingInstallation Preparation::launch() && {
     launch.environment = environment_.startEnvironment;
     try {
         WaitingInstaller installer = launchInstaller(place_, lock_, launch);
-        return {std::move(installer), *std::exchange(staging_, std::nullopt)};
+        return {std::move(place_), std::move(installer), *std::exchange(staging_, std::nullopt)};
     } catch (const std::system_error& error) {
         qWarning("Updates: %s", error.what());
         throw installationError(installerGoneError());

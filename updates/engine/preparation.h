@@ -22,11 +22,17 @@ namespace ovrel {
 /// An update that waits for the end of the program, and then is installed. One thread at a time.
 class PendingInstallation {
 public:
-    PendingInstallation(WaitingInstaller installer, Staging staging)
-        : installer_(std::move(installer)), staging_(std::move(staging)) {}
+    PendingInstallation(InstallationPlace place, WaitingInstaller installer, Staging staging)
+        : place_(std::move(place)), installer_(std::move(installer)), staging_(std::move(staging)) {}
     ~PendingInstallation();
     PendingInstallation(PendingInstallation&&) noexcept = default;
     PendingInstallation& operator=(PendingInstallation&&) = delete;
+
+    /// Whether there is an installer to wait for.
+    bool isWaiting() const { return installer_.isWaiting(); }
+
+    /// Whether another program runs from the installation, whose end the installer would wait for, unseen.
+    bool othersRun() const;
 
     /// The program is started again afterwards.
     /// \return false when nobody waits any more; nothing will be installed
@@ -36,6 +42,7 @@ public:
     void cancel();
 
 private:
+    InstallationPlace place_;
     WaitingInstaller installer_;
     std::optional<Staging> staging_; ///< the installer's, as long as there is one
 };
@@ -45,6 +52,7 @@ private:
 /// written to the disk before the archive has been verified.
 class Preparation {
 public:
+    /// Ends what an earlier update has left.
     /// \param environment a portable installation
     /// \throws UpdateError
     Preparation(const UpdaterEnvironment& environment, AppcastItem item);

@@ -182,9 +182,10 @@ QCoro::Task<Updater::End> Updater::checked(SPUUpdateCheck check) {
         }
         co_return co_await failed(check, *refusal);
     }
-    if (std::optional<UpdateError> fixed = fixedInstallation()) {
+    if (isManaged()) {
         qWarning("Updates: %s.", environment_.installation.reason.c_str());
-        co_return co_await failed(check, *fixed);
+        const QString owner = QString::fromStdString(environment_.installation.managedBy);
+        co_return co_await failed(check, managedInstallationError(owner));
     }
     const std::optional<QString> feed = delegate_.feedURLStringForUpdater();
     requireAlive(gone);
@@ -197,6 +198,9 @@ QCoro::Task<Updater::End> Updater::checked(SPUUpdateCheck check) {
     }
     if (asked) {
         note(environment_.state.forgetSkipped());
+    }
+    if (waiting_ && !waiting_->installation.isWaiting()) {
+        throwAway();
     }
     if (waiting_) {
         const AppcastItem item = waiting_->item;
@@ -215,6 +219,10 @@ QCoro::Task<Updater::End> Updater::searched(SPUUpdateCheck check, QUrl address) 
         canCheck_ = true;
         driver_.showUserInitiatedUpdateCheckWithCancellation(search.cancellation());
         requireAlive(gone);
+    }
+    if (environment_.installation.kind == InstallationKind::notWritable) { // the user sees that a check has begun
+        qWarning("Updates: %s.", environment_.installation.reason.c_str());
+        co_return co_await failed(check, unwritableInstallationError());
     }
 
     ItemChoice choice = SPUNoUpdateFoundReason::unknown;
@@ -306,7 +314,17 @@ QCoro::Task<Updater::End> Updater::downloaded(SPUUpdateCheck check, AppcastItem 
     std::shared_ptr<Preparation> preparation;
     std::optional<UpdateError> failure;
     try {
-        preparation = std::make_shared<Preparation>(environment_, item);
+        // Named, because GCC 12 destroys a lambda, or an aggregate in braces, twice where it is made within co_await.
+        const auto begun = std::make_shared<std::shared_ptr<Preparation>>();
+        const std::function<void()> begin = [environment = environment_, item, begun] {
+            *begun = std::make_shared<Preparation>(environment, item);
+        };
+        const std::optional<UpdateError> obstacle = co_await inWorker(begin);
+        requireAlive(gone);
+        if (obstacle) {
+            throw *obstacle;
+        }
+        preparation = std::move(*begun);
         ArchiveSink sink;
         sink.expected = [this](std::uint64_t bytes) { driver_.showDownloadDidReceiveExpectedContentLength(bytes); };
         sink.receive = [this, gone, preparation](QByteArrayView part) {
@@ -400,6 +418,9 @@ QCoro::Task<Updater::End> Updater::installed(SPUUpdateCheck check, SUAppcastItem
             co_return End{};
         }
     }
+    if (waiting_->installation.othersRun()) { // it waits on, and is offered again
+        co_return co_await failed(check, othersRunError());
+    }
     note(environment_.state.recordCheck());
     delegate_.willInstallUpdate(item);
     requireAlive(gone);
@@ -435,14 +456,9 @@ void Updater::throwAway() {
     }
 }
 
-std::optional<UpdateError> Updater::fixedInstallation() const {
-    switch (environment_.installation.kind) {
-    case InstallationKind::portable: return std::nullopt;
-    case InstallationKind::notWritable: return unwritableInstallationError();
-    case InstallationKind::managed:
-    case InstallationKind::unknown: break;
-    }
-    return managedInstallationError(QString::fromStdString(environment_.installation.managedBy));
+bool Updater::isManaged() const {
+    const InstallationKind kind = environment_.installation.kind;
+    return kind == InstallationKind::managed || kind == InstallationKind::unknown;
 }
 
 ItemConditions Updater::conditions(SPUUpdateCheck check) const {

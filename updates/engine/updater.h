@@ -61,7 +61,7 @@ private:
 
     void throwAway();
     std::optional<UpdateError> misconfiguration() const;
-    std::optional<UpdateError> fixedInstallation() const; ///< one that is not ours to change
+    bool isManaged() const; ///< so that the installation is not ours to change
     ItemConditions conditions(SPUUpdateCheck check) const;
     DownloadOptions downloadOptions() const;
 

@@ -56,6 +56,18 @@ UpdateError otherUpdateError() {
                  u"This copy of Ovrel is already being updated by another window.");
 }
 
+UpdateError othersRunError() {
+    return error(SUError::installation,
+                 u"Ovrel открыта ещё в одном окне, или работает ovrel-cli. Закройте их и повторите попытку.",
+                 u"Ovrel is open in another window, or ovrel-cli is at work. Close them and try again.");
+}
+
+UpdateError unfinishedUpdateError() {
+    return error(SUError::installation,
+                 u"Прошлое обновление Ovrel не удалось завершить. Закройте все её окна и откройте её снова.",
+                 u"An earlier update of Ovrel could not be finished. Close all its windows and open it again.");
+}
+
 UpdateError unexpectedError() {
     return error(SUError::installation, u"Обновление прервалось из-за нехватки ресурсов компьютера.",
                  u"The update was interrupted because the computer ran short of resources.");

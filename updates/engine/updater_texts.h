@@ -20,6 +20,12 @@ UpdateError managedInstallationError(const QString& owner);
 UpdateError unwritableInstallationError();
 UpdateError otherUpdateError();
 
+/// A second window of the installation, or its command line, would run on in an exchanged tree.
+UpdateError othersRunError();
+
+/// What an earlier update has left cannot be ended now.
+UpdateError unfinishedUpdateError();
+
 /// When memory ran out, for example.
 UpdateError unexpectedError();
 UpdateError installerGoneError();

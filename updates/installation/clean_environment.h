@@ -18,8 +18,9 @@ std::vector<std::string> cleanEnvironment(const std::vector<std::string>& enviro
 /// The value of an entry; empty where there is none.
 std::string environmentValue(const std::vector<std::string>& environment, const std::string& name);
 
-/// At most this many bytes of environment are handed over.
-inline constexpr std::size_t environmentLimitBytes = 1U << 20U;
+/// At most this many bytes of environment are handed over; more than execve(2) lets any program start with, so that
+/// every program can be started again.
+inline constexpr std::size_t environmentLimitBytes = 8U << 20U;
 
 /// Entries as bytes, a NUL after each, and back. A last entry without its NUL is left out.
 std::string formatEnvironment(const std::vector<std::string>& environment);

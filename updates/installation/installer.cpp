@@ -8,6 +8,7 @@
 #include "updates/installation/program_start.h"
 #include "updates/installation/read_file.h"
 #include "updates/installation/recovery.h"
+#include "updates/installation/running_programs.h"
 
 #include <array>
 #include <cerrno>
@@ -119,7 +120,7 @@ pid_t startInstalled(const InstallationPlace& place, const InstallerOrder& order
 bool takeBackUnconfirmed(TreeCalls& calls, const InstallationPlace& place, const std::string& token) {
     const std::optional<UpdateLock> update = UpdateLock::acquireSoon(place);
     LockFile instances(place);
-    if (!update || !instances.tryExclusive(LockFile::Part::instances)) {
+    if (!update || !instances.tryExclusive(LockFile::Part::instances) || othersRun(place)) {
         return false;
     }
     const std::optional<Journal> journal = readJournal(place);
@@ -133,22 +134,58 @@ void removeStaging(const InstallationPlace& place, const InstallerOrder& order, 
     }
 }
 
-/// Installs when nothing of the installation runs any more. \return the journal if the new tree is in place
-std::optional<Journal> installAlone(TreeCalls& calls, const InstallationPlace& place, const InstallerOrder& order,
-                                    int staging) {
+/// Waits for the windows that were opened since the program had been asked to end.
+/// \return whether there were none
+bool waitForWindows(LockFile& instances) {
+    constexpr int tries = 50;
+    constexpr useconds_t pauseMicroseconds = 20000;
+    // A child of the program's may hold a copy of the lock until it executes its own program.
+    for (int attempt = 0; attempt < tries; ++attempt) {
+        if (instances.tryExclusive(LockFile::Part::instances)) {
+            return true;
+        }
+        ::usleep(pauseMicroseconds);
+    }
+    instances.waitExclusive(LockFile::Part::instances);
+    return false;
+}
+
+/// Returns when nothing of the installation runs and nothing of it can start.
+/// \return whether a window was opened since the program had been asked to end
+bool waitUntilAlone(LockFile& instances, const InstallationPlace& place) {
+    bool hadWindow = false;
+    for (;;) {
+        hadWindow = !waitForWindows(instances) || hadWindow;
+        const std::vector<FileDescriptor> others = otherProgramsOf(openFolder(place.parent(), place.name()));
+        if (others.empty()) {
+            return hadWindow;
+        }
+        instances.unlock(LockFile::Part::instances); // one of them may be a window that waits for the lock
+        waitForEndOf(others);
+    }
+}
+
+struct Installation {
+    std::optional<Journal> journal; ///< if the new tree is in place
+    bool hadWindow = false;         ///< as waitUntilAlone()
+};
+
+/// Installs when nothing of the installation runs any more.
+Installation installAlone(TreeCalls& calls, const InstallationPlace& place, const InstallerOrder& order, int staging) {
+    Installation result;
     try {
         LockFile instances(place);
-        instances.waitExclusive(LockFile::Part::instances);
+        result.hadWindow = waitUntilAlone(instances, place);
         installGuarded(calls, place, order.install);
         std::optional<Journal> journal = settle(calls, place);
         removeStaging(place, order, staging);
         if (journal && journal->state == JournalState::installed && journal->staging == order.install.staging) {
-            return journal;
+            result.journal = journal;
         }
     } catch (const std::system_error&) {
         // The volume refuses even the way back: what lies in the private folder may still be needed at the next start.
     }
-    return std::nullopt;
+    return result;
 }
 
 /// A descriptor at its number, kept from programs that are started.
@@ -171,9 +208,9 @@ void runInstaller(TreeCalls& calls, const InstallationPlace& place, const Instal
         removeStaging(place, order, inherited.staging.get());
         return;
     }
-    const std::optional<Journal> journal = installAlone(calls, place, order, inherited.staging.get());
+    const auto [journal, hadWindow] = installAlone(calls, place, order, inherited.staging.get());
     inherited.lock.close(); // the program looks at what was done as soon as it starts
-    if (wish != Wish::installAndRelaunch) {
+    if (wish != Wish::installAndRelaunch || hadWindow) {
         return;
     }
     if (!journal) { // the program was asked to come back, whichever version it is

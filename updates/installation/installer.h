@@ -21,6 +21,9 @@ struct InstallerInheritance {
 
 /// Does an order to its end and returns. The trees are exchanged by a child process: should it be killed in the middle,
 /// this one ends what it began. Should this one be killed, the child goes on. Prints nothing.
+///
+/// It waits without a limit for everything that runs from the installation. The program is not started again where a
+/// window was opened meanwhile: its user closes it and expects none.
 void runInstaller(TreeCalls& calls, const InstallationPlace& place, const InstallerOrder& order,
                   InstallerInheritance inherited);
 

@@ -1,5 +1,7 @@
 #include "updates/installation/installer_order.h"
 
+#include "updates/installation/journal.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cstdint>
@@ -10,7 +12,6 @@ namespace {
 
 constexpr std::size_t wordCount = 10;
 constexpr unsigned limitWatchMilliseconds = 600000;
-constexpr std::size_t limitVersionBytes = 64;
 
 template <typename Number>
 bool readNumber(const std::string& text, Number& number) {
@@ -21,8 +22,8 @@ bool readNumber(const std::string& text, Number& number) {
 
 bool isSound(const InstallerOrder& order) {
     return isPlainName(order.name) && isPlainName(order.install.staging) && isPlainName(order.install.top) &&
-           isPlainName(order.install.version) && order.install.version.size() <= limitVersionBytes &&
-           isPlainPath(order.program) && order.watchMilliseconds <= limitWatchMilliseconds;
+           isInstallableVersion(order.install.version) && isPlainPath(order.program) &&
+           order.watchMilliseconds <= limitWatchMilliseconds;
 }
 
 } // namespace

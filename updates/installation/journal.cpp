@@ -19,7 +19,6 @@ namespace {
 
 constexpr std::string_view firstLine = "ovrel update journal 1";
 constexpr std::size_t limitBytes = 4096;
-constexpr std::size_t limitVersionBytes = 64;
 constexpr unsigned limitStarts = 99;
 
 constexpr std::array<std::pair<JournalState, std::string_view>, 5> stateNames = {{
@@ -105,11 +104,16 @@ std::optional<unsigned> smallNumber(const std::string& text) {
 }
 
 bool isSound(const Journal& journal) {
-    return isToken(journal.token) && isPlainName(journal.version) && journal.version.size() <= limitVersionBytes &&
-           isPlainName(journal.staging) && isPlainName(journal.top) && journal.startCount <= limitStarts;
+    return isToken(journal.token) && isInstallableVersion(journal.version) && isPlainName(journal.staging) &&
+           isPlainName(journal.top) && journal.startCount <= limitStarts;
 }
 
 } // namespace
+
+bool isInstallableVersion(const std::string& version) {
+    constexpr std::size_t limitBytes = 64;
+    return isPlainName(version) && version.size() <= limitBytes;
+}
 
 std::string formatJournal(const Journal& journal) {
     const auto* const state = std::find_if(stateNames.begin(), stateNames.end(),

@@ -30,6 +30,9 @@ struct Journal {
     unsigned startCount = 0; ///< how often the new tree was started without a healthy start, 0 … 99
 };
 
+/// Whether an update to this version can be written down: one step of a path, 1 … 64 bytes.
+bool isInstallableVersion(const std::string& version);
+
 /// The journal as text, and back.
 /// \return nothing for a text that is not, from the first byte to the last, what formatJournal() writes
 std::string formatJournal(const Journal& journal);

@@ -1,5 +1,6 @@
 #include "updates/installation/launch_installer.h"
 
+#include "platform/linux/argument_pointers.h"
 #include "updates/installation/clean_environment.h"
 #include "updates/installation/open_folder.h"
 
@@ -116,12 +117,7 @@ pid_t spawnInstaller(const SpawnActions& actions, std::vector<std::string> words
     const std::string path =
         "/proc/self/fd/" + std::to_string(static_cast<int>(InstallerDescriptor::staging)) + "/" + copiedInstaller;
     words.insert(words.begin(), "ovrel-installer");
-    std::vector<char*> arguments;
-    arguments.reserve(words.size() + 1);
-    for (std::string& word : words) {
-        arguments.push_back(word.data());
-    }
-    arguments.push_back(nullptr);
+    const std::vector<char*> arguments = argumentPointers(words);
     std::array<char*, 1> noEnvironment = {nullptr};
     const SpawnAttributes attributes;
     constexpr int tries = 100;

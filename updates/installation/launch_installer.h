@@ -18,7 +18,7 @@ struct InstallerLaunch {
     std::string top;                      ///< name of the verified tree in the folder `tree`
     std::string version;                  ///< of the new tree, 1 … 64 bytes without a slash
     std::string program = programPath;    ///< in the installation and in the new tree
-    std::vector<std::string> environment; ///< for the next start, as currentEnvironment() gave it; at most 1 MiB
+    std::vector<std::string> environment; ///< for the next start, as currentEnvironment() gave it; at most 8 MiB
     unsigned watchMilliseconds = 10000;   ///< how long the new version is watched, 0 … 600000
 };
 

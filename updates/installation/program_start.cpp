@@ -1,5 +1,6 @@
 #include "updates/installation/program_start.h"
 
+#include "platform/linux/argument_pointers.h"
 #include "updates/installation/clean_environment.h"
 
 #include <climits>
@@ -16,16 +17,6 @@ namespace ovrel {
 namespace {
 
 constexpr int cannotExecute = 127;
-
-std::vector<char*> pointersTo(std::vector<std::string>& words) {
-    std::vector<char*> pointers;
-    pointers.reserve(words.size() + 1);
-    for (std::string& word : words) {
-        pointers.push_back(word.data());
-    }
-    pointers.push_back(nullptr);
-    return pointers;
-}
 
 void resetSignals() {
     struct sigaction byDefault = {};
@@ -57,8 +48,8 @@ pid_t startProgram(const ProgramStart& start) {
     std::vector<std::string> words = {start.path};
     words.insert(words.end(), start.arguments.begin(), start.arguments.end());
     std::vector<std::string> entries = start.environment;
-    const std::vector<char*> arguments = pointersTo(words);
-    const std::vector<char*> environment = pointersTo(entries);
+    const std::vector<char*> arguments = argumentPointers(words);
+    const std::vector<char*> environment = argumentPointers(entries);
     std::string home = environmentValue(start.environment, "HOME");
     home = home.empty() ? "/" : home;
 
@@ -84,7 +75,10 @@ ProgramEnd waitForEnd(pid_t process, unsigned limitMilliseconds) {
     if (::waitpid(process, &status, 0) != process) {
         return ProgramEnd::none;
     }
-    return WIFEXITED(status) && WEXITSTATUS(status) == 0 ? ProgramEnd::normal : ProgramEnd::abnormal;
+    const int signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
+    const bool wasAskedTo = signal == SIGTERM || signal == SIGHUP || signal == SIGINT;
+    const bool isNormal = wasAskedTo || (WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    return isNormal ? ProgramEnd::normal : ProgramEnd::abnormal;
 }
 
 } // namespace ovrel

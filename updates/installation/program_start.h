@@ -31,8 +31,8 @@ pid_t startProgram(const ProgramStart& start);
 
 enum class ProgramEnd {
     none,     ///< it still runs
-    normal,   ///< it ended by itself with status 0
-    abnormal, ///< it ended by a signal or with another status
+    normal,   ///< it ended by itself with status 0, or was asked to: by SIGTERM, SIGHUP or SIGINT, as at a logout
+    abnormal, ///< it ended by another signal or with another status
 };
 
 /// Waits for the end of a child process for at most that time.

@@ -3,6 +3,7 @@
 #include "updates/installation/exchange.h"
 #include "updates/installation/installed_layout.h"
 #include "updates/installation/open_folder.h"
+#include "updates/installation/running_programs.h"
 #include "updates/installation/tree_mark.h"
 
 #include <cerrno>
@@ -118,10 +119,22 @@ KeptFiles removeBeside(TreeCalls& calls, const InstallationPlace& place, const s
     return removeInstalledTree(calls, place.parent(), name, keptFilesName(place));
 }
 
-/// While it exists, no other program of the installation can start, if none ran before.
+/// Ends an update whose version has started healthily, unless a program still needs the previous tree: one that came up
+/// in the moment of the exchange.
+KeptFiles finishConfirmed(TreeCalls& calls, const InstallationPlace& place) {
+    if (!otherProgramsOf(openFolder(place.parent(), place.previousName())).empty()) {
+        return {};
+    }
+    KeptFiles kept = removeBeside(calls, place, place.previousName());
+    removeJournal(calls, place);
+    return kept;
+}
+
+/// While it exists, no other program of the installation gets beyond its beginning, if none ran before.
 class Alone {
 public:
-    explicit Alone(InstanceLock& instance) : instance_(instance), granted_(instance.tryAlone()) {}
+    Alone(InstanceLock& instance, const InstallationPlace& place)
+        : instance_(instance), granted_(instance.tryAlone() && !othersRun(place)) {}
     ~Alone() { instance_.share(); }
     Alone(const Alone&) = delete;
     Alone& operator=(const Alone&) = delete;
@@ -136,7 +149,7 @@ private:
 /// The start of a version that is not confirmed: the third one that no confirmation came before takes it back.
 std::optional<Journal> countStart(TreeCalls& calls, const InstallationPlace& place, Journal journal,
                                   InstanceLock& instance) {
-    const Alone alone(instance);
+    const Alone alone(instance, place);
     if (!alone.granted()) {
         return journal; // one that runs may still confirm
     }
@@ -147,6 +160,42 @@ std::optional<Journal> countStart(TreeCalls& calls, const InstallationPlace& pla
     journal.startCount = isDue ? unconfirmedStartLimit : journal.startCount + 1;
     writeJournal(calls, place, journal);
     return journal;
+}
+
+KeptFiles confirm(TreeCalls& calls, const InstallationPlace& place, Journal journal, int tree) {
+    write(calls, place, journal, JournalState::confirmed);
+    removeStaging(place, journal);
+    unmarkTree(calls, tree);
+    return finishConfirmed(calls, place);
+}
+
+/// Ends an earlier update while programs of the installation run.
+void endEarlier(TreeCalls& calls, const InstallationPlace& place, const RememberFailed& remember) {
+    std::optional<Journal> journal = readJournal(place);
+    const FileDescriptor tree = openFolder(place.parent(), place.name());
+    if (journal && journal->state == JournalState::exchanging && tree) { // with a tree in place nothing moves there
+        journal = settleExchange(calls, place, std::move(*journal));
+    }
+    if (!journal) {
+        return;
+    }
+    switch (journal->state) {
+    case JournalState::exchanging:
+    case JournalState::undoing: break; // the next start exchanges the trees
+    case JournalState::installed:
+    case JournalState::confirmed:
+        if (tree) {
+            static_cast<void>(confirm(calls, place, std::move(*journal), tree.get()));
+        }
+        break;
+    case JournalState::failed:
+        if (remember(journal->version)) {
+            removeStaging(place, *journal);
+            static_cast<void>(removeBeside(calls, place, place.failedName()));
+            removeJournal(calls, place);
+        }
+        break;
+    }
 }
 
 void finish(TreeCalls& calls, const InstallationPlace& place, const std::optional<Journal>& journal,
@@ -166,10 +215,7 @@ void finish(TreeCalls& calls, const InstallationPlace& place, const std::optiona
         }
         break;
     }
-    case JournalState::confirmed:
-        report(start, removeBeside(calls, place, place.previousName()));
-        removeJournal(calls, place);
-        break;
+    case JournalState::confirmed: report(start, finishConfirmed(calls, place)); break;
     case JournalState::failed:
         start.failedVersion = journal->version;
         report(start, removeBeside(calls, place, place.failedName()));
@@ -200,15 +246,10 @@ KeptFiles confirmHealthyStart(TreeCalls& calls, const InstallationPlace& place) 
         return {};
     }
     if (journal) {
-        write(calls, place, *journal, JournalState::confirmed);
+        return confirm(calls, place, std::move(*journal), tree.get());
     }
     unmarkTree(calls, tree.get());
-    KeptFiles kept = removeBeside(calls, place, place.previousName());
-    if (journal) {
-        removeStaging(place, *journal);
-        removeJournal(calls, place);
-    }
-    return kept;
+    return finishConfirmed(calls, place);
 }
 
 void forgetFailedVersion(TreeCalls& calls, const InstallationPlace& place, const std::string& version) {
@@ -220,11 +261,13 @@ void forgetFailedVersion(TreeCalls& calls, const InstallationPlace& place, const
     }
 }
 
-std::optional<UpdateLock> lockForNewUpdate(const InstallationPlace& place) {
+std::optional<UpdateLock> lockForNewUpdate(TreeCalls& calls, const InstallationPlace& place,
+                                           const RememberFailed& remember) {
     // An installer that was told to give up still cleans for a moment.
     std::optional<UpdateLock> lock = UpdateLock::acquireSoon(place);
-    if (lock && readJournal(place)) {
-        return std::nullopt;
+    if (lock) {
+        endEarlier(calls, place, remember);
+        require(readJournal(place) ? EBUSY : 0, "an earlier update has not ended");
     }
     return lock;
 }

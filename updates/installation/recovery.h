@@ -15,6 +15,7 @@
 #include "updates/installation/tree_calls.h"
 #include "updates/installation/tree_removal.h"
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -46,18 +47,27 @@ struct StartReport {
 StartReport recoverAtStart(TreeCalls& calls, const InstallationPlace& place, const FileIdentity& running,
                            InstanceLock& instance);
 
-/// Called when the program has shown its main window: the new version stays, the previous tree and the journal go. May
-/// take as long as the removal of a tree does. Without an update it does nothing. Any thread, one at a time.
-/// Throws std::system_error; it may be called again then, and the next start would end what is left.
+/// Called when the program has shown its main window: the new version stays, the previous tree and the journal go;
+/// where a program still runs from that tree, they go at a later start. May take as long as the removal of a tree does.
+/// Without an update it does nothing. Any thread, one at a time. Throws std::system_error; it may be called again then,
+/// and the next start would end what is left.
+///
 /// \return what the previous tree held of the user's
 KeptFiles confirmHealthyStart(TreeCalls& calls, const InstallationPlace& place);
 
 /// Called when the version that StartReport named is remembered elsewhere. Throws std::system_error.
 void forgetFailedVersion(TreeCalls& calls, const InstallationPlace& place, const std::string& version);
 
-/// The right to begin a new update.
-/// \return nothing while another one is at work or has not ended. Throws std::system_error
-std::optional<UpdateLock> lockForNewUpdate(const InstallationPlace& place);
+/// Remembers a version that was taken back, elsewhere and for good. \return false when that is not possible
+using RememberFailed = std::function<bool(const std::string& version)>;
+
+/// The right to begin a new update, for a program that has started healthily. What an earlier update has left is ended
+/// first, as far as that moves no tree below a program; may take as long as the removal of a tree does.
+///
+/// \return nothing while another update is at work. Throws std::system_error: EBUSY when an earlier one can be ended by
+/// a start of the program alone, or its failed version cannot be remembered
+std::optional<UpdateLock> lockForNewUpdate(TreeCalls& calls, const InstallationPlace& place,
+                                           const RememberFailed& remember);
 
 /// What follows is for the holder of the UpdateLock while no program of the installation runs but the caller.
 

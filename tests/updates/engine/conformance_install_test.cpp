@@ -1,6 +1,8 @@
 // Which calls the way from an offer to the installation makes, in their order, and what it leaves on the disk.
 
 #include "tests/updates/engine/updater_test.h"
+#include "tests/updates/installation/working_program.h"
+#include "updates/installation/journal.h"
 
 #include <gmock/gmock.h>
 
@@ -11,6 +13,9 @@
 #include <QThreadPool>
 
 #include <algorithm>
+#include <csignal>
+#include <filesystem>
+#include <string>
 
 namespace ovrel::test {
 
@@ -63,6 +68,31 @@ protected:
         checkAsked();
     }
 
+    /// What an update to version 1.0.5 has left.
+    void writeJournal(JournalState state) const {
+        const Journal journal{.state = state,
+                              .token = std::string(32, 'a'),
+                              .version = "1.0.5",
+                              .staging = ".ovrel-update-" + std::string(32, 'b'),
+                              .top = "ovrel-1.0.5"};
+        TreeCalls calls;
+        ovrel::writeJournal(calls, InstallationPlace(installation()), journal);
+    }
+
+    /// Kills the installer that waits, and waits for its end.
+    void killInstaller() const {
+        for (const std::filesystem::directory_entry& entry : std::filesystem::directory_iterator("/proc")) {
+            std::error_code none;
+            const std::string program = std::filesystem::read_symlink(entry.path() / "exe", none).native();
+            if (program.starts_with((parent() / ".ovrel-update-").native())) {
+                ASSERT_EQ(::kill(std::stoi(entry.path().filename().native()), SIGKILL), 0);
+            }
+        }
+        while (!UpdateLock::tryAcquire(InstallationPlace(installation()))) {
+            QThread::msleep(1);
+        }
+    }
+
     /// As far as an update that is ready.
     void prepare() {
         updater_->checkForUpdates();
@@ -91,6 +121,32 @@ TEST_F(UpdaterInstallation, GoesFromTheOfferToTheEndOfTheProgram) {
     EXPECT_EQ(stagingCount(), 1);
 }
 
+TEST_F(UpdaterInstallation, EndsWhatAnEarlierUpdateHasLeft) {
+    writeJournal(JournalState::failed);
+    recorder_.readyAnswer = Choice::skip;
+    checkAsked();
+    EXPECT_THAT(recorder_.calls, ElementsAreArray(joined({prepared, end()})));
+    EXPECT_EQ(environment_.state.failedVersion(), "1.0.5");
+    EXPECT_FALSE(std::filesystem::exists(parent() / ".ovrel-journal"));
+    EXPECT_TRUE(becomesUnchanged());
+}
+
+TEST_F(UpdaterInstallation, SaysWhenAnEarlierUpdateIsInTheWay) {
+    folder_.write("state", "a file where the state's folder should be");
+    for (const JournalState state : {JournalState::failed, JournalState::undoing}) {
+        recorder_.calls.clear();
+        writeJournal(state);
+        checkAsked();
+        EXPECT_THAT(recorder_.calls,
+                    ElementsAreArray(joined({offered, begun, {"D.failedToDownloadUpdate 4005"}, failed("4005")})));
+        EXPECT_EQ(recorder_.shownError->localizedDescription(AppLanguage::english),
+                  "An earlier update of Ovrel could not be finished. Close all its windows and open it again.");
+        EXPECT_EQ(recorder_.shownError->localizedDescription(AppLanguage::russian),
+                  "Прошлое обновление Ovrel не удалось завершить. Закройте все её окна и откройте её снова.");
+        EXPECT_TRUE(isUnchanged());
+    }
+}
+
 TEST_F(UpdaterInstallation, ThatIsPutOffWaitsAndIsOfferedAgainWithoutTheNetwork) {
     recorder_.readyAnswer = Choice::dismiss;
     checkAsked();
@@ -107,6 +163,36 @@ TEST_F(UpdaterInstallation, ThatIsPutOffWaitsAndIsOfferedAgainWithoutTheNetwork)
                                          relaunching,
                                          installing})));
     EXPECT_EQ(proxy_.requests().size(), requests);
+}
+
+TEST_F(UpdaterInstallation, IsRefusedWhileAnotherProgramRunsFromTheInstallation) {
+    recorder_.readyAnswer = Choice::install;
+    {
+        const WorkingProgram other(installation());
+        checkAsked();
+    }
+    EXPECT_THAT(recorder_.calls, ElementsAreArray(joined({prepared, relaunching, failed("4005")})));
+    EXPECT_EQ(recorder_.shownError->localizedDescription(AppLanguage::english),
+              "Ovrel is open in another window, or ovrel-cli is at work. Close them and try again.");
+    EXPECT_EQ(recorder_.shownError->localizedDescription(AppLanguage::russian),
+              "Ovrel открыта ещё в одном окне, или работает ovrel-cli. Закройте их и повторите попытку.");
+    EXPECT_EQ(quits_, 0);
+
+    recorder_.calls.clear();
+    updater_->checkForUpdates();
+    turnUntil([this] { return quits_ == 1; });
+    EXPECT_EQ(recorder_.count("U.showUpdateFound 1.1 installing asked"), 1);
+}
+
+TEST_F(UpdaterInstallation, BeginsAnewWhereNoInstallerWaitsAnyMore) {
+    recorder_.readyAnswer = Choice::dismiss;
+    checkAsked();
+    killInstaller();
+    recorder_.calls.clear();
+    recorder_.readyAnswer = Choice::skip;
+    checkAsked();
+    EXPECT_THAT(recorder_.calls, ElementsAreArray(joined({prepared, end()})));
+    EXPECT_TRUE(becomesUnchanged());
 }
 
 TEST_F(UpdaterInstallation, ThatIsPutOffCanStillBeSkipped) {

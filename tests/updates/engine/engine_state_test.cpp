@@ -1,3 +1,4 @@
+#include "platform/linux/file_descriptor.h"
 #include "tests/support/temporary_folder.h"
 #include "updates/engine/engine_state.h"
 
@@ -5,10 +6,15 @@
 
 #include <QByteArray>
 
+#include <chrono>
 #include <filesystem>
+#include <future>
 #include <optional>
 #include <string>
+#include <thread>
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 
 namespace ovrel::test {
@@ -92,7 +98,7 @@ TEST_F(EngineStateTest, IsReadByTheNextProcess) {
     EXPECT_EQ(state().skippedVersion(), QStringLiteral("2.4"));
     EXPECT_EQ(state().highestVersion(), QStringLiteral("2.5"));
     EXPECT_EQ(state().failedVersion(), QStringLiteral("2.6 \u0431\u0435\u0442\u0430"));
-    EXPECT_EQ(folder_.listing(), (std::vector<std::string>{"state", "state/updates.json"}));
+    EXPECT_EQ(folder_.listing(), (std::vector<std::string>{"state", "state/updates.json", "state/updates.json.lock"}));
 }
 
 TEST_F(EngineStateTest, ForgetsWhatWasSkippedAndNothingElse) {
@@ -182,6 +188,38 @@ TEST_F(EngineStateTest, SaysWhenItIsNotWritten) {
     EXPECT_FALSE(state().skip(QStringLiteral("2.4")));
     EXPECT_FALSE(state().recordInstalled(QStringLiteral("2.4")));
     EXPECT_FALSE(state().recordFailed(QStringLiteral("2.4")));
+}
+
+TEST_F(EngineStateTest, KeepsWhatEachOfSeveralInstancesWrites) {
+    constexpr int times = 200;
+    const auto writeAll = [](const auto& write, const auto& read) {
+        int lost = 0;
+        for (int number = 1; number <= times; ++number) {
+            const QString version = QStringLiteral("2.%1").arg(number);
+            lost += write(version) && read() == version ? 0 : 1;
+            std::this_thread::sleep_for(std::chrono::milliseconds(1)); // the other one's turn
+        }
+        return lost;
+    };
+    auto skipping = std::async(std::launch::async, [&] {
+        return writeAll([&](const QString& version) { return state().skip(version); },
+                        [&] { return state().skippedVersion(); });
+    });
+    auto installing = std::async(std::launch::async, [&] {
+        return writeAll([&](const QString& version) { return state().recordInstalled(version); },
+                        [&] { return state().highestVersion(); });
+    });
+    EXPECT_EQ(skipping.get(), 0);
+    EXPECT_EQ(installing.get(), 0);
+    EXPECT_EQ(folder_.listing(), (std::vector<std::string>{"state", "state/updates.json", "state/updates.json.lock"}));
+}
+
+TEST_F(EngineStateTest, GivesUpWhereAnotherInstanceDoesNotLetGo) {
+    ASSERT_TRUE(state().skip(QStringLiteral("2.4")));
+    const FileDescriptor other(::open((file_.native() + ".lock").c_str(), O_RDWR | O_CLOEXEC));
+    ASSERT_EQ(::flock(other.get(), LOCK_EX), 0);
+    EXPECT_FALSE(state().skip(QStringLiteral("2.5")));
+    EXPECT_EQ(state().skippedVersion(), QStringLiteral("2.4"));
 }
 
 TEST_F(EngineStateTest, StaysAsItWasWhenTooMuchIsWritten) {

@@ -2,6 +2,7 @@
 
 #include "tests/support/temporary_folder.h"
 #include "tests/updates/engine/feed_text.h"
+#include "tests/updates/engine/tar_writer.h"
 #include "updates/engine/item_choice.h"
 
 #include <gtest/gtest.h>
@@ -48,32 +49,38 @@ protected:
         publicKey_ = publish({QStringLiteral("key"), nameOf(folder_ / "key")});
         folder_.write("ru", "Новое: ]]> и <b>");
         folder_.write("en", "New: ]]> and <b>\n\nend");
-        folder_.write("ovrel.tar.xz", archive_);
         folder_.write("www/.keep", "");
     }
 
-    void add(const char* version, const char* architecture) const {
+    /// \return the archive
+    std::string add(const std::string& version, const std::string& architecture) const {
+        const std::string archive =
+            writeTar({tarFolder("ovrel-" + version),
+                      tarFile("ovrel-" + version + "/manifest.json",
+                              R"({"application": "example.ovrel.Ovrel", "version": ")" + version +
+                                  R"(", "system": "linux", "architecture": ")" + architecture + "\"}")});
+        folder_.write("ovrel.tar.xz", archive);
         publish({QStringLiteral("add"), nameOf(feed_), nameOf(folder_ / "key"), nameOf(folder_ / "ovrel.tar.xz"),
                  QStringLiteral("--url=https://ovrel.example/app/updates/ovrel.tar.xz"),
-                 QStringLiteral("--version=%1").arg(QString::fromUtf8(version)),
-                 QStringLiteral("--arch=%1").arg(QString::fromUtf8(architecture)),
-                 QStringLiteral("--short-version=Осень & %1").arg(QString::fromUtf8(version)),
+                 QStringLiteral("--version=%1").arg(QString::fromStdString(version)),
+                 QStringLiteral("--arch=%1").arg(QString::fromStdString(architecture)),
+                 QStringLiteral("--short-version=Осень & %1").arg(QString::fromStdString(version)),
                  QStringLiteral("--minimum-glibc=2.31"), QStringLiteral("--notes-ru=%1").arg(nameOf(folder_ / "ru")),
                  QStringLiteral("--notes-en=%1").arg(nameOf(folder_ / "en"))});
+        return archive;
     }
 
     Appcast read() const { return readFeed(QByteArray::fromStdString(contentOf(feed_))); }
 
     TemporaryFolder folder_;
     std::filesystem::path feed_ = folder_ / "www" / "appcast.xml";
-    std::string archive_ = std::string(100'000, '\xA5') + '\0' + "end";
     QByteArray publicKey_;
 };
 
 } // namespace
 
 TEST_F(PublisherTest, WritesFeedsThatAreRead) {
-    add("2.4", "x86_64");
+    const std::string archive = add("2.4", "x86_64");
     const Appcast appcast = read();
     ASSERT_EQ(appcast.size(), 1U);
     const AppcastItem& item = appcast.front();
@@ -82,7 +89,7 @@ TEST_F(PublisherTest, WritesFeedsThatAreRead) {
     EXPECT_EQ(item.item.title, QStringLiteral("Ovrel Осень & 2.4"));
     EXPECT_EQ(item.item.itemDescription, QStringLiteral("Новое: ]]> и <b>\n---en---\nNew: ]]> and <b>\n\nend"));
     EXPECT_EQ(item.item.fileURL, QUrl(QStringLiteral("https://ovrel.example/app/updates/ovrel.tar.xz")));
-    EXPECT_EQ(item.item.contentLength, archive_.size());
+    EXPECT_EQ(item.item.contentLength, archive.size());
     EXPECT_FALSE(item.item.isInformationOnlyUpdate);
     EXPECT_EQ(item.os, QStringLiteral("linux-x86_64"));
     EXPECT_EQ(item.minimumSystemVersion, QStringLiteral("2.31"));
@@ -90,13 +97,13 @@ TEST_F(PublisherTest, WritesFeedsThatAreRead) {
 }
 
 TEST_F(PublisherTest, SignsArchivesAsTheyAreVerified) {
-    add("2.4", "x86_64");
+    const std::string archive = add("2.4", "x86_64");
     const QString signature = read().at(0).edSignature;
-    EXPECT_TRUE(isSigned(archive_, signature, publicKey_));
-    std::string changed = archive_;
-    changed.back() = 'D';
+    EXPECT_TRUE(isSigned(archive, signature, publicKey_));
+    std::string changed = archive;
+    changed.back() = static_cast<char>(changed.back() ^ 1);
     EXPECT_FALSE(isSigned(changed, signature, publicKey_));
-    EXPECT_FALSE(isSigned(archive_, signature, publish({QStringLiteral("key"), nameOf(folder_ / "another key")})));
+    EXPECT_FALSE(isSigned(archive, signature, publish({QStringLiteral("key"), nameOf(folder_ / "another key")})));
 }
 
 TEST_F(PublisherTest, AddsReleasesThatAreChosen) {

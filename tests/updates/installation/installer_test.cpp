@@ -2,6 +2,7 @@
 
 #include "tests/updates/installation/played_installation.h"
 #include "tests/updates/installation/test_trees.h"
+#include "tests/updates/installation/working_program.h"
 #include "updates/installation/clean_environment.h"
 #include "updates/installation/installed_layout.h"
 #include "updates/installation/instance_lock.h"
@@ -10,13 +11,16 @@
 
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <system_error>
 #include <thread>
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 
 namespace {
@@ -24,8 +28,12 @@ namespace {
 namespace fs = std::filesystem;
 using namespace ovrel;
 using namespace ovrel::test;
+using testing::AllOf;
+using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::IsSupersetOf;
+using testing::SizeIs;
 using testing::UnorderedElementsAre;
 
 TEST(Installer, InstallsAfterTheProgramsEndAndStartsItOnce) {
@@ -57,6 +65,21 @@ TEST(Installer, StartsTheProgramAsADesktopWould) {
                             "DBUS_SESSION_BUS_ADDRESS=unix:path=/run/user/7/bus"));
 }
 
+TEST(Installer, HandsOnEveryEnvironmentThatAProgramCanHave) {
+    // A quarter of the stack holds it at a program's start, 2 MiB as a rule (execve(2)).
+    std::vector<std::string> variables;
+    for (int number = 0; number < 15; ++number) {
+        variables.push_back("LARGE" + std::to_string(number) + "=" + std::string(100'000, 'x'));
+    }
+    PlayedInstallation played(OVREL_INSTALLER);
+    PlayedProcess program = played.start("relaunch", variables);
+    ASSERT_TRUE(program.hasSpoken());
+    program.quit();
+    waitForAllProcesses();
+    ASSERT_THAT(played.startedVersions(), ElementsAre("2.3", "2.4"));
+    EXPECT_THAT(played.starts().back().all("environment"), IsSupersetOf(variables));
+}
+
 TEST(Installer, InstallsWithoutAWordAndStartsNothing) {
     PlayedInstallation played(OVREL_INSTALLER);
     played.playToTheEnd("silent");
@@ -85,14 +108,28 @@ TEST(Installer, WaitsForAProgramThatDoesNotQuit) {
     PlayedProcess program = played.start("relaunch twice");
     ASSERT_TRUE(program.hasSpoken());
     EXPECT_EQ(PlayedInstallation::versionAt(played.tree()), "2.3");
-    EXPECT_FALSE(lockForNewUpdate(played.place())); // the update is the installer's
+    TreeCalls calls;
+    EXPECT_FALSE(lockForNewUpdate(calls, played.place(), nullptr)); // the update is the installer's
     program.quit();
     waitForAllProcesses();
     EXPECT_EQ(PlayedInstallation::versionAt(played.tree()), "2.4");
     EXPECT_THAT(played.startedVersions(), ElementsAre("2.3", "2.4"));
 }
 
-TEST(Installer, WaitsForTheOtherProgramsOfTheInstallation) {
+/// Once an installer has waited for a while, it waits without an end, and the system lists it (proc_locks(5)).
+void waitUntilAnInstallerWaits(const PlayedInstallation& played) {
+    struct stat facts = {};
+    ASSERT_EQ(::stat((played.parent() / played.place().lockName()).c_str(), &facts), 0);
+    const std::string file = ":" + std::to_string(facts.st_ino) + " ";
+    for (bool isListed = false; !isListed; std::this_thread::yield()) {
+        std::istringstream locks(contentOf("/proc/locks"));
+        for (std::string line; std::getline(locks, line);) {
+            isListed = isListed || (line.find("->") != std::string::npos && line.find(file) != std::string::npos);
+        }
+    }
+}
+
+TEST(Installer, WaitsForAWindowThatWasOpenedMeanwhileAndOpensNoneAfterIt) {
     PlayedInstallation played(OVREL_INSTALLER);
     {
         const InstanceLock other(played.place());
@@ -102,10 +139,45 @@ TEST(Installer, WaitsForTheOtherProgramsOfTheInstallation) {
         ASSERT_EQ(::waitpid(program.process, nullptr, 0), program.process);
         EXPECT_EQ(PlayedInstallation::versionAt(played.tree()), "2.3");
         EXPECT_FALSE(UpdateLock::tryAcquire(played.place()));
+        waitUntilAnInstallerWaits(played);
+    }
+    waitForAllProcesses();
+    EXPECT_EQ(PlayedInstallation::versionAt(played.tree()), "2.4");
+    EXPECT_THAT(played.startedVersions(), ElementsAre("2.3"));
+}
+
+TEST(Installer, WaitsForAProgramThatHoldsNoLock) {
+    PlayedInstallation played(OVREL_INSTALLER);
+    {
+        const WorkingProgram batch(played.tree());
+        PlayedProcess program = played.start("relaunch");
+        ASSERT_TRUE(program.hasSpoken());
+        program.quit();
+        ASSERT_EQ(::waitpid(program.process, nullptr, 0), program.process);
+        std::this_thread::sleep_for(std::chrono::milliseconds(20)); // time for one that would not wait
+        EXPECT_EQ(PlayedInstallation::versionAt(played.tree()), "2.3");
     }
     waitForAllProcesses();
     EXPECT_EQ(PlayedInstallation::versionAt(played.tree()), "2.4");
     EXPECT_THAT(played.startedVersions(), ElementsAre("2.3", "2.4"));
+}
+
+TEST(Installer, LetsWindowsOpenAndCloseWhileItWaits) {
+    PlayedInstallation played(OVREL_INSTALLER);
+    {
+        const WorkingProgram batch(played.tree());
+        PlayedProcess program = played.start("relaunch");
+        ASSERT_TRUE(program.hasSpoken());
+        program.quit();
+        for (int times = 0; times < 10; ++times) {
+            const PlayedProcess window = played.start();
+            ASSERT_EQ(::waitpid(window.process, nullptr, 0), window.process);
+        }
+        EXPECT_EQ(PlayedInstallation::versionAt(played.tree()), "2.3");
+        EXPECT_THAT(played.startedVersions(), AllOf(SizeIs(11), Each("2.3")));
+    }
+    waitForAllProcesses();
+    EXPECT_EQ(PlayedInstallation::versionAt(played.tree()), "2.4");
 }
 
 TEST(Installer, BringsTheOldVersionBackWhenTheNewOneDoesNotStart) {
@@ -125,11 +197,15 @@ TEST(Installer, BringsTheOldVersionBackWhenTheNewOneDoesNotStart) {
     }
 }
 
-TEST(Installer, LeavesAProgramThatEndsWellInPlace) {
-    PlayedInstallation played(OVREL_INSTALLER, "never confirm");
-    played.playToTheEnd("relaunch");
-    EXPECT_EQ(PlayedInstallation::versionAt(played.tree()), "2.4");
-    EXPECT_EQ(PlayedInstallation::versionAt(played.previous()), "2.3");
+TEST(Installer, LeavesAProgramInPlaceThatEndsWellOrIsAskedToEnd) {
+    for (const char* behaviour : {"never confirm", "SIGTERM", "SIGHUP", "SIGINT"}) {
+        SCOPED_TRACE(behaviour);
+        PlayedInstallation played(OVREL_INSTALLER, behaviour);
+        played.playToTheEnd("relaunch");
+        EXPECT_EQ(PlayedInstallation::versionAt(played.tree()), "2.4");
+        EXPECT_EQ(PlayedInstallation::versionAt(played.previous()), "2.3");
+        EXPECT_THAT(played.startedVersions(), ElementsAre("2.3", "2.4"));
+    }
 }
 
 TEST(Installer, LeavesItToTheNextStartsWhenItDoesNotWatch) {

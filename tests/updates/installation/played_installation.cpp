@@ -1,5 +1,6 @@
 #include "tests/updates/installation/played_installation.h"
 
+#include "platform/linux/argument_pointers.h"
 #include "updates/installation/installed_layout.h"
 
 #include <algorithm>
@@ -45,15 +46,6 @@ std::pair<FileDescriptor, FileDescriptor> newPipe() {
     return {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
 }
 
-std::vector<char*> pointersTo(std::vector<std::string>& words) {
-    std::vector<char*> pointers;
-    for (std::string& word : words) {
-        pointers.push_back(word.data());
-    }
-    pointers.push_back(nullptr);
-    return pointers;
-}
-
 } // namespace
 
 std::vector<std::string> PlayedStart::all(const std::string& keyword) const {
@@ -86,7 +78,7 @@ PlayedInstallation::PlayedInstallation(const std::string& installer, const std::
     makePlayedTree(stagingFolder() / "tree" / "ovrel", "2.4", installer, behaviour);
 }
 
-PlayedProcess PlayedInstallation::start(const std::string& story) {
+PlayedProcess PlayedInstallation::start(const std::string& story, const std::vector<std::string>& variables) {
     const fs::path program = (fs::exists(tree()) ? tree() : previous()) / "bin" / "ovrel";
     std::vector<std::string> words = {program.native()};
     if (!story.empty()) {
@@ -102,8 +94,9 @@ PlayedProcess PlayedInstallation::start(const std::string& story) {
                                         "LD_LIBRARY_PATH=" + (tree() / "lib").native(),
                                         "QT_PLUGIN_PATH=" + (tree() / "plugins").native(),
                                         "APPDIR=/tmp/.mount_7"};
-    const std::vector<char*> arguments = pointersTo(words);
-    const std::vector<char*> environment = pointersTo(entries);
+    entries.insert(entries.end(), variables.begin(), variables.end());
+    const std::vector<char*> arguments = argumentPointers(words);
+    const std::vector<char*> environment = argumentPointers(entries);
     auto [inputRead, inputWrite] = newPipe();
     auto [outputRead, outputWrite] = newPipe();
     posix_spawn_file_actions_t actions = {};

@@ -59,7 +59,8 @@ public:
 
     /// Starts the program in place as its user would; where none is in place, the previous one.
     /// \param story what it shall do with the update (played_program.cpp); empty: nothing
-    PlayedProcess start(const std::string& story = "");
+    /// \param variables further entries of its environment
+    PlayedProcess start(const std::string& story = "", const std::vector<std::string>& variables = {});
 
     /// The same, and waits until all processes have ended.
     void playToTheEnd(const std::string& story = "");

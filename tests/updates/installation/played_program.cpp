@@ -13,6 +13,7 @@
 #include <optional>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <fcntl.h>
@@ -75,9 +76,19 @@ void waitForTheEndOfInput() {
     }
 }
 
+/// Plays a program that knows nothing of updates, as the command line's is.
+int work() {
+    if (::write(STDOUT_FILENO, "+", 1) != 1) {
+        return 6;
+    }
+    waitForTheEndOfInput();
+    return 0;
+}
+
 int play(const std::vector<std::string>& words, const InstallationPlace& place) {
     const std::string& story = words.at(1);
-    std::optional<UpdateLock> lock = lockForNewUpdate(place);
+    TreeCalls calls;
+    std::optional<UpdateLock> lock = lockForNewUpdate(calls, place, [](const std::string&) { return false; });
     if (!lock) {
         return 3;
     }
@@ -111,6 +122,9 @@ int play(const std::vector<std::string>& words, const InstallationPlace& place) 
 
 int main(int argumentCount, char** arguments) {
     const std::vector<std::string> words(arguments + 1, arguments + argumentCount);
+    if (words == std::vector<std::string>{"--work"}) {
+        return work();
+    }
     const fs::path tree = fs::read_symlink("/proc/self/exe").parent_path().parent_path();
     const std::string behaviour = contentOf(tree / "behaviour");
     std::ostringstream facts;
@@ -148,6 +162,11 @@ int main(int argumentCount, char** arguments) {
     }
     if (behaviour == "crash later") {
         std::raise(SIGABRT);
+    }
+    for (const auto& [name, signal] : {std::pair("SIGTERM", SIGTERM), {"SIGHUP", SIGHUP}, {"SIGINT", SIGINT}}) {
+        if (behaviour == name) {
+            std::raise(signal);
+        }
     }
     if (behaviour == "bad status") {
         return 5;

@@ -1,9 +1,12 @@
 #include "updates/installation/recovery.h"
 
 #include "tests/updates/installation/test_trees.h"
+#include "tests/updates/installation/working_program.h"
 
+#include <cerrno>
 #include <filesystem>
 #include <fstream>
+#include <string>
 #include <system_error>
 
 #include <gmock/gmock.h>
@@ -70,13 +73,11 @@ TEST(Recovery, TakesAVersionBackThatDidNotStartTwice) {
     TreeCalls calls;
     EXPECT_TRUE(confirmHealthyStart(calls, trees.place()).empty());
     EXPECT_EQ(startAt(trees, trees.tree()).failedVersion, "2.4");
-    EXPECT_FALSE(lockForNewUpdate(trees.place()));
     forgetFailedVersion(calls, trees.place(), "2.5"); // another one
     EXPECT_EQ(startAt(trees, trees.tree()).failedVersion, "2.4");
     forgetFailedVersion(calls, trees.place(), "2.4");
     EXPECT_FALSE(startAt(trees, trees.tree()).failedVersion);
     EXPECT_THAT(trees.names(), ElementsAre("ovrel"));
-    EXPECT_TRUE(lockForNewUpdate(trees.place()));
 }
 
 TEST(Recovery, CountsNoStartBesideAProgramThatRuns) {
@@ -89,6 +90,32 @@ TEST(Recovery, CountsNoStartBesideAProgramThatRuns) {
         EXPECT_FALSE(report.restart);
     }
     EXPECT_EQ(readJournal(trees.place())->startCount, 0U);
+}
+
+TEST(Recovery, CountsNoStartBesideAProgramThatHoldsNoLock) {
+    const TestTrees trees;
+    installUpdate(trees);
+    const WorkingProgram other(trees.tree());
+    for (int start = 0; start < 5; ++start) {
+        EXPECT_FALSE(startAt(trees, trees.tree()).restart);
+    }
+    EXPECT_EQ(readJournal(trees.place())->startCount, 0U);
+}
+
+TEST(Recovery, KeepsThePreviousTreeUntilNoProgramNeedsIt) {
+    const TestTrees trees;
+    installUpdate(trees);
+    TreeCalls calls;
+    {
+        const WorkingProgram other(trees.previous());
+        EXPECT_TRUE(confirmHealthyStart(calls, trees.place()).empty());
+        EXPECT_EQ(versionAt(trees.previous()), "2.3");
+        EXPECT_FALSE(startAt(trees, trees.tree()).awaitsConfirmation);
+        EXPECT_EQ(versionAt(trees.previous()), "2.3");
+    }
+    startAt(trees, trees.tree());
+    EXPECT_THAT(trees.names(), ElementsAre("ovrel"));
+    EXPECT_EQ(versionAt(trees.tree()), "2.4");
 }
 
 TEST(Recovery, LetsOthersStartAgainAfterItsLook) {
@@ -198,14 +225,98 @@ TEST(Recovery, KeepsTheUsersFilesOfAVersionThatWasTakenBack) {
     EXPECT_EQ(versionAt(trees.tree()), "2.3");
 }
 
-TEST(Recovery, LetsTheNextUpdateInOnlyWhenTheLastHasEnded) {
+bool remembers(const std::string& version) {
+    EXPECT_EQ(version, "2.4");
+    return true;
+}
+
+bool cannotRemember(const std::string& /*version*/) {
+    return false;
+}
+
+/// \return 0 when a new update may begin, otherwise the errno of what stands in its way
+int errorOfNewUpdate(const TestTrees& trees, const RememberFailed& remember = cannotRemember) {
+    try {
+        TreeCalls calls;
+        return lockForNewUpdate(calls, trees.place(), remember) ? 0 : EALREADY;
+    } catch (const std::system_error& error) {
+        return error.code().value();
+    }
+}
+
+TEST(NewUpdate, WaitsForNobodyButAnotherOneAtWork) {
     const TestTrees trees;
-    EXPECT_TRUE(lockForNewUpdate(trees.place()));
+    EXPECT_EQ(errorOfNewUpdate(trees), 0);
+    const auto other = UpdateLock::tryAcquire(trees.place());
+    EXPECT_EQ(errorOfNewUpdate(trees), EALREADY);
+}
+
+TEST(NewUpdate, ConfirmsTheVersionThatAsksForIt) {
+    const TestTrees trees;
     installUpdate(trees);
-    EXPECT_FALSE(lockForNewUpdate(trees.place()));
+    EXPECT_EQ(errorOfNewUpdate(trees), 0);
+    EXPECT_THAT(trees.names(), ElementsAre("ovrel"));
+    EXPECT_EQ(versionAt(trees.tree()), "2.4");
+    EXPECT_FALSE(fs::exists(trees.tree() / treeMarkName));
+}
+
+TEST(NewUpdate, EndsAConfirmationThatWasInterrupted) {
+    const TestTrees trees;
+    installUpdate(trees);
+    TestCalls calls;
+    calls.failures[{"remove", 0}] = EIO;
+    EXPECT_THROW(confirmHealthyStart(calls, trees.place()), std::system_error);
+    ASSERT_EQ(readJournal(trees.place())->state, JournalState::confirmed);
+    EXPECT_EQ(errorOfNewUpdate(trees), 0);
+    EXPECT_THAT(trees.names(), ElementsAre("ovrel"));
+}
+
+TEST(NewUpdate, HasToWaitWhereAProgramStillNeedsThePreviousTree) {
+    const TestTrees trees;
+    installUpdate(trees);
+    {
+        const WorkingProgram other(trees.previous());
+        EXPECT_EQ(errorOfNewUpdate(trees), EBUSY);
+        EXPECT_EQ(versionAt(trees.previous()), "2.3");
+    }
+    EXPECT_EQ(errorOfNewUpdate(trees), 0);
+}
+
+TEST(NewUpdate, GivesUpAnInstallationThatHadNotBegun) {
+    const TestTrees trees;
+    TestCalls calls;
+    calls.failures[{"exchange", 1}] = EIO;
+    EXPECT_THROW(install(calls, trees.place(), trees.order()), std::system_error);
+    ASSERT_EQ(readJournal(trees.place())->state, JournalState::exchanging);
+    EXPECT_EQ(errorOfNewUpdate(trees), 0);
+    EXPECT_THAT(trees.names(), ElementsAre("ovrel"));
+    EXPECT_EQ(versionAt(trees.tree()), "2.3");
+}
+
+TEST(NewUpdate, ComesAfterAFailedVersionOnlyOnceThatIsRemembered) {
+    const TestTrees trees;
+    installUpdate(trees);
     TreeCalls calls;
-    confirmHealthyStart(calls, trees.place());
-    EXPECT_TRUE(lockForNewUpdate(trees.place()));
+    ASSERT_TRUE(takeBack(calls, trees.place(), readJournal(trees.place()).value()));
+    EXPECT_EQ(errorOfNewUpdate(trees, cannotRemember), EBUSY);
+    EXPECT_EQ(readJournal(trees.place())->state, JournalState::failed);
+    EXPECT_EQ(errorOfNewUpdate(trees, remembers), 0);
+    EXPECT_THAT(trees.names(), ElementsAre("ovrel"));
+    EXPECT_EQ(versionAt(trees.tree()), "2.3");
+}
+
+TEST(NewUpdate, LeavesAnExchangeBackToTheNextStart) {
+    const TestTrees trees;
+    installUpdate(trees);
+    TestCalls calls;
+    calls.failures[{"exchange", 1}] = EIO;
+    EXPECT_THROW(takeBack(calls, trees.place(), readJournal(trees.place()).value()), std::system_error);
+    ASSERT_EQ(readJournal(trees.place())->state, JournalState::undoing);
+    EXPECT_EQ(errorOfNewUpdate(trees, remembers), EBUSY);
+    EXPECT_EQ(versionAt(trees.tree()), "2.4");
+    EXPECT_TRUE(startAt(trees, trees.tree()).restart);
+    EXPECT_EQ(errorOfNewUpdate(trees, remembers), 0);
+    EXPECT_EQ(versionAt(trees.tree()), "2.3");
 }
 
 } // namespace

@@ -26,6 +26,7 @@ PROGRAMS, PUBLISHER, HOST, APPLICATION = (
 # Root's own installations are an administrator's, so that nothing there updates itself.
 NOBODY = 65534 if os.geteuid() == 0 else None
 LIMIT_SECONDS = 20
+UNCHANGED = "The update could not be installed. The version that you have is unchanged."
 
 
 def run(*command):
@@ -123,36 +124,48 @@ class UpdateTest(unittest.TestCase):
         self.key = self.folder / "key"
         self.public_key = run(PUBLISHER / "publish.py", "key", self.key).split()[-1]
 
-    def publish(self, files, version="2.4", entries=()):
+    def write_archive(self, files, entries=()):
         """Puts an archive of these files, and further entries, on the server."""
         archive = self.site / "updates" / "ovrel.tar.xz"
         with tarfile.open(archive, "w:xz", preset=0) as tar:
-            top = f"ovrel-{version}"
+            top = "ovrel-2.4"
             add(tar, top)
             add(tar, f"{top}/bin")
             for name, content in files.items():
                 add(tar, f"{top}/{name}", content)
             for entry in entries:
                 add(tar, **entry)
+        return archive
+
+    def publish(self, files, entries=()):
+        """Names such an archive of version 2.4 in the feed."""
+        archive = self.write_archive(files, entries)
         notes = [self.folder / "ru.txt", self.folder / "en.txt"]
         notes[0].write_text("Новое.")
         notes[1].write_text("News.")
         run(PUBLISHER / "publish.py", "add", self.feed, self.key, archive, "--url",
-            f"https://{HOST}/app/updates/ovrel.tar.xz", "--version", version, "--notes-ru", notes[0],
-            "--notes-en", notes[1])
+            f"https://{HOST}/app/updates/ovrel.tar.xz", "--version", "2.4", "--application", APPLICATION,
+            "--notes-ru", notes[0], "--notes-en", notes[1])
         return archive
 
     @property
     def feed(self):
         return self.site / "updates" / "appcast.xml"
 
+    def edit_feed(self, pattern, replacement):
+        text, count = re.subn(pattern, replacement, self.feed.read_text())
+        self.assertEqual(count, 1)
+        self.feed.write_text(text)
+
     def start_in_background(self):
         environment = {**os.environ, "HOME": str(self.parent), "XDG_STATE_HOME": str(self.parent / "state"),
                        "XDG_CONFIG_HOME": str(self.parent / "config"), "LD_LIBRARY_PATH": "/nowhere",
                        "https_proxy": self.proxy, "OVREL_PLAYED_LOG": str(self.log),
                        "OVREL_PLAYED_AUTHORITY": str(self.authority), "OVREL_PLAYED_KEY": self.public_key}
-        return subprocess.Popen([self.installation / "bin" / "ovrel"], env=environment, cwd=self.parent, user=NOBODY,
-                                group=NOBODY, extra_groups=None if NOBODY is None else [])
+        with open(self.folder / "said", "w") as said:
+            return subprocess.Popen([self.installation / "bin" / "ovrel"], env=environment, cwd=self.parent,
+                                    stderr=said, user=NOBODY, group=NOBODY,
+                                    extra_groups=None if NOBODY is None else [])
 
     def start(self):
         self.start_in_background().wait(LIMIT_SECONDS)
@@ -223,12 +236,12 @@ class UpdateTest(unittest.TestCase):
         self.assertEqual(self.lines()[0], "2.4 started: ")
         self.assertTrue((self.parent / ".ovrel-previous").exists(), "an old version confirms nothing")
 
-    def refuses(self, *, asked=True):
+    def refuses(self, cause, *, shown=UNCHANGED):
+        """The log always names the cause, with its number; some are too much for the user."""
         self.start()
-        lines = self.lines()
-        self.assertEqual(lines[0], "2.3 started: ")
-        self.assertEqual(lines[1:-1], ["2.3 offered: News."] if asked else [])
-        self.assertRegex(lines[-1], "^2[.]3 ended: Unable to update Ovrel: .")
+        self.assertEqual(self.lines(), ["2.3 started: ", "2.3 offered: News.", f"2.3 ended: Unable to update Ovrel: {shown}"])
+        said = [line for line in (self.folder / "said").read_text().splitlines() if line.startswith("Updates: ")]
+        self.assertEqual(said[-1], f"Updates: {cause}")
         self.assertEqual(self.version(), "2.3")
         self.wait_until_only()
 
@@ -237,38 +250,43 @@ class UpdateTest(unittest.TestCase):
         content = bytearray(archive.read_bytes())
         content[len(content) // 2] ^= 1
         archive.write_bytes(content)
-        self.refuses()
+        self.refuses("The update's signature is not the publisher's. (3001)")
 
     def test_refuses_another_key(self):
         self.publish(files_of("2.4", "played-ovrel-2.4"))
         self.public_key = run(PUBLISHER / "publish.py", "key", self.folder / "other").split()[-1]
-        self.refuses()
+        self.refuses("The update's signature is not the publisher's. (3001)")
 
     def test_refuses_an_archive_without_a_signature(self):
         self.publish(files_of("2.4", "played-ovrel-2.4"))
-        text, count = re.subn(r' sparkle:edSignature="[^"]*"', "", self.feed.read_text())
-        self.assertEqual(count, 1)
-        self.feed.write_text(text)
-        self.refuses()
+        self.edit_feed(r' sparkle:edSignature="[^"]*"', "")
+        self.refuses("The update is not signed by its publisher. (3001)")
 
     def test_refuses_an_older_version_under_a_newer_number(self):
-        self.publish(files_of("2.2", "played-ovrel-2.3"))
-        self.refuses()
+        self.publish(files_of("2.4", "played-ovrel-2.4"))
+        archive = self.write_archive(files_of("2.2", "played-ovrel-2.3"))
+        attributes = run(PUBLISHER / "publish.py", "sign", self.key, archive).strip()
+        self.edit_feed(r' length="[^"]*"', "")
+        self.edit_feed(r'sparkle:edSignature="[^"]*"', attributes)
+        self.refuses("This update is no newer than what has been installed already. (4006)")
 
     def test_refuses_archives_that_reach_outside(self):
         outside = self.parent / "outside"
-        for entries in [
-            [{"name": "../outside", "content": b"x"}],
-            [{"name": "ovrel-2.4/../../../outside", "content": b"x"}],
-            [{"name": "ovrel-2.4/link", "kind": tarfile.SYMTYPE, "target": str(self.parent)},
-             {"name": "ovrel-2.4/link/outside", "content": b"x"}],
-            [{"name": "ovrel-2.4/hard", "kind": tarfile.LNKTYPE, "target": str(self.log)}],
+        for fault, entries in [
+            ("a file name that is not allowed", [{"name": "../outside", "content": b"x"}]),
+            ("a file name that is not allowed", [{"name": "ovrel-2.4/../../../outside", "content": b"x"}]),
+            ("a link that leads out of the program's folder",
+             [{"name": "ovrel-2.4/link", "kind": tarfile.SYMTYPE, "target": str(self.parent)},
+              {"name": "ovrel-2.4/link/outside", "content": b"x"}]),
+            ("more than files and folders",
+             [{"name": "ovrel-2.4/hard", "kind": tarfile.LNKTYPE, "target": str(self.log)}]),
         ]:
             with self.subTest(entries=entries):
                 self.log.unlink(missing_ok=True)
                 self.feed.unlink(missing_ok=True)
                 self.publish(files_of("2.4", "played-ovrel-2.4"), entries=entries)
-                self.refuses()
+                shown = f"The update's archive is refused: it holds {fault}."
+                self.refuses(f"{shown} (3002)", shown=shown)
                 self.assertFalse(outside.exists())
 
     @unittest.skipIf(NOBODY is None, "only root can play another owner")
