@@ -12,6 +12,7 @@
 
 #include <QAction>
 #include <QGridLayout>
+#include <QLabel>
 #include <QMessageBox>
 #include <QPainter>
 #include <QScrollBar>
@@ -155,16 +156,22 @@ void ContentView::loadBanner() {
 
 void ContentView::takeError() {
     if (!model_.error()) {
+        if (alert_ != nullptr) {
+            alert_->close();
+        }
         return;
     }
     if (alert_ == nullptr) {
         alert_ = new QMessageBox(QMessageBox::Critical, QString(), QString(), QMessageBox::Ok, this);
         alert_->setAttribute(Qt::WA_DeleteOnClose);
         alert_->setTextFormat(Qt::PlainText);
-        connect(alert_, &QDialog::finished, this, [this] { model_.setError(nullptr); });
-        alert_->open();
+        connect(alert_, &QDialog::finished, this, [this] {
+            alert_ = nullptr; // it goes later, and another error needs another one
+            model_.setError(nullptr);
+        });
     }
     takeAlertTexts();
+    alert_->open();
 }
 
 void ContentView::takeAlertTexts() {
@@ -175,6 +182,10 @@ void ContentView::takeAlertTexts() {
     alert_->setWindowTitle(title);
     alert_->setText(title);
     alert_->setInformativeText(model_.language().describe(model_.error()));
+    // A file may be called like a piece of HTML; the box itself has no say in the format of this second text.
+    for (QLabel* const label : alert_->findChildren<QLabel*>()) {
+        label->setTextFormat(Qt::PlainText);
+    }
     alert_->button(QMessageBox::Ok)->setText(QStringLiteral("OK"));
 }
 
