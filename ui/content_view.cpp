@@ -1,6 +1,7 @@
 #include "ui/content_view.h"
 
 #include "ui/button.h"
+#include "ui/focus_keeper.h"
 #include "ui/footer_bar.h"
 #include "ui/header_bar.h"
 #include "ui/inspector_panel.h"
@@ -56,7 +57,8 @@ ContentView::ContentView(Services services, QWidget* parent)
     , header_(new HeaderBar(model_, this))
     , queue_(new QueuePanel(model_, this))
     , inspector_(new InspectorPanel(model_, this))
-    , footer_(new FooterBar(model_, banner_, std::move(services.openLink), this)) {
+    , footer_(new FooterBar(model_, banner_, std::move(services.openLink), this))
+    , focus_(new FocusKeeper(*this)) {
     grid_->setContentsMargins(0, 0, 0, 0);
     grid_->setSpacing(0);
     grid_->addWidget(header_, 0, 0, 1, 5);
@@ -68,6 +70,8 @@ ContentView::ContentView(Services services, QWidget* parent)
 
     makeActions();
     arrange();
+    // When all have taken on what has changed.
+    connect(&model_, &Model::canEditQueueChanged, this, &ContentView::keepFocus, Qt::QueuedConnection);
     connect(&model_, &Model::errorChanged, this, &ContentView::takeError);
     connect(&model_, &Model::languageChanged, this, &ContentView::takeAlertTexts);
     connect(&model_, &Model::languageChanged, this, [this] {
@@ -152,6 +156,25 @@ void ContentView::loadBanner() {
     bannerLoad_.request_stop();
     bannerLoad_ = {};
     banner_.load(model_.language(), bannerLoad_.get_token());
+}
+
+// Work disables what the user has begun it with, and the keyboard must neither be lost nor wander off by that.
+void ContentView::keepFocus() {
+    const bool lost = window()->focusWidget() == nullptr;
+    if (!model_.canEditQueue()) {
+        if (lost && model_.busy()) {
+            footer_->stop().setFocus();
+        }
+        return;
+    }
+    QWidget* const displaced = focus_->take();
+    if (displaced != nullptr && displaced->isVisible() && displaced->isEnabled()) {
+        displaced->setFocus();
+    } else if (displaced == &footer_->stop()) {
+        footer_->convert().setFocus();
+    } else if (lost || queue_->isAncestorOf(displaced)) {
+        queue_->takeFocus();
+    }
 }
 
 void ContentView::takeError() {
