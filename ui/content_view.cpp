@@ -1,6 +1,7 @@
 #include "ui/content_view.h"
 
 #include "ui/button.h"
+#include "ui/focus_keeper.h"
 #include "ui/footer_bar.h"
 #include "ui/header_bar.h"
 #include "ui/icons.h"
@@ -13,6 +14,7 @@
 
 #include <QAction>
 #include <QGridLayout>
+#include <QLabel>
 #include <QMessageBox>
 #include <QPainter>
 #include <QScrollBar>
@@ -57,7 +59,8 @@ ContentView::ContentView(Services services, QWidget* parent)
     , header_(new HeaderBar(model_, this))
     , queue_(new QueuePanel(model_, this))
     , inspector_(new InspectorPanel(model_, this))
-    , footer_(new FooterBar(model_, banner_, std::move(services.openLink), this)) {
+    , footer_(new FooterBar(model_, banner_, std::move(services.openLink), this))
+    , focus_(new FocusKeeper(*this)) {
     grid_->setContentsMargins(0, 0, 0, 0);
     grid_->setSpacing(0);
     grid_->addWidget(header_, 0, 0, 1, 5);
@@ -69,6 +72,8 @@ ContentView::ContentView(Services services, QWidget* parent)
 
     makeActions();
     arrange();
+    // When all have taken on what has changed.
+    connect(&model_, &Model::canEditQueueChanged, this, &ContentView::keepFocus, Qt::QueuedConnection);
     connect(&model_, &Model::errorChanged, this, &ContentView::takeError);
     connect(&model_, &Model::languageChanged, this, &ContentView::takeAlertTexts);
     connect(&model_, &Model::languageChanged, this, [this] {
@@ -160,15 +165,40 @@ void ContentView::loadBanner() {
     banner_.load(model_.language(), bannerLoad_.get_token());
 }
 
+// Work disables what the user has begun it with, and the keyboard must neither be lost nor wander off by that.
+void ContentView::keepFocus() {
+    const bool lost = window()->focusWidget() == nullptr;
+    if (!model_.canEditQueue()) {
+        if (lost && model_.busy()) {
+            footer_->stop().setFocus();
+        }
+        return;
+    }
+    QWidget* const displaced = focus_->take();
+    if (displaced != nullptr && displaced->isVisible() && displaced->isEnabled()) {
+        displaced->setFocus();
+    } else if (displaced == &footer_->stop()) {
+        footer_->convert().setFocus();
+    } else if (lost || queue_->isAncestorOf(displaced)) {
+        queue_->takeFocus();
+    }
+}
+
 void ContentView::takeError() {
     if (!model_.error()) {
+        if (alert_ != nullptr) {
+            alert_->close();
+        }
         return;
     }
     if (alert_ == nullptr) {
         alert_ = new QMessageBox(QMessageBox::NoIcon, QString(), QString(), QMessageBox::Ok, this);
         alert_->setAttribute(Qt::WA_DeleteOnClose);
         alert_->setTextFormat(Qt::PlainText);
-        connect(alert_, &QDialog::finished, this, [this] { model_.setError(nullptr); });
+        connect(alert_, &QDialog::finished, this, [this] {
+            alert_ = nullptr; // it goes later, and another error needs another one
+            model_.setError(nullptr);
+        });
     }
     takeAlertTexts();
     alert_->open();
@@ -183,6 +213,10 @@ void ContentView::takeAlertTexts() {
     alert_->setWindowTitle(title);
     alert_->setText(title);
     alert_->setInformativeText(model_.language().describe(model_.error()));
+    // A file may be called like a piece of HTML; the box itself has no say in the format of this second text.
+    for (QLabel* const label : alert_->findChildren<QLabel*>()) {
+        label->setTextFormat(Qt::PlainText);
+    }
     alert_->button(QMessageBox::Ok)->setText(QStringLiteral("OK"));
 }
 

@@ -17,6 +17,7 @@ class QMessageBox;
 
 namespace ovrel {
 
+class FocusKeeper;
 class FooterBar;
 class HeaderBar;
 class InspectorPanel;
@@ -56,6 +57,7 @@ private:
     void makeActions();
     void arrange();
     void loadBanner();
+    void keepFocus();
     void takeError();
     void takeAlertTexts();
 
@@ -70,6 +72,7 @@ private:
     QueuePanel* queue_;
     InspectorPanel* inspector_;
     FooterBar* footer_;
+    FocusKeeper* focus_; ///< a child
     QPointer<QMessageBox> alert_;
 };
 

@@ -149,6 +149,7 @@ void QueuePanel::dragEnterEvent(QDragEnterEvent* event) {
 void QueuePanel::dragMoveEvent(QDragMoveEvent* event) {
     event->setDropAction(Qt::CopyAction);
     event->setAccepted(model_.canEditQueue());
+    model_.setTargeted(event->isAccepted());
 }
 
 void QueuePanel::dragLeaveEvent(QDragLeaveEvent* /*event*/) {
@@ -227,6 +228,9 @@ void QueuePanel::takeState() {
     add_->setEnabled(editable);
     addFiles_->setEnabled(editable);
     addFolder_->setEnabled(editable);
+    if (!editable) {
+        model_.setTargeted(false); // nothing can be dropped any more
+    }
     takeSelection();
     update();
 }

@@ -21,7 +21,6 @@ class Segment final : public QRadioButton {
 public:
     Segment(int designedHeight, QWidget* parent) : QRadioButton(parent), designedHeight_(designedHeight) {
         setFont(fontOf(TextStyle::controlTitle));
-        setFocusPolicy(Qt::StrongFocus);
         setAttribute(Qt::WA_Hover);
     }
 
@@ -74,9 +73,12 @@ Segments::Segments(int count, bool equal, int designedHeight, QWidget* parent)
     segments_.front()->setChecked(true);
     setSizePolicy(equal ? QSizePolicy::Preferred : QSizePolicy::Fixed, QSizePolicy::Fixed);
     connect(group_, &QButtonGroup::idToggled, this, [this](int index, bool checked) {
-        if (checked)
+        if (checked) {
+            takeChoice();
             Q_EMIT chosen(index);
+        }
     });
+    takeChoice();
 }
 
 void Segments::setTexts(const QStringList& texts) {
@@ -93,6 +95,13 @@ int Segments::index() const {
 void Segments::setIndex(int index) {
     const QSignalBlocker quiet(group_);
     segment(index).setChecked(true);
+    takeChoice();
+}
+
+// Qt sees to this only after one of the segments has had the focus: Tab comes to the one that is chosen.
+void Segments::takeChoice() {
+    for (QRadioButton* const segment : segments_)
+        segment->setFocusPolicy(segment->isChecked() ? Qt::StrongFocus : Qt::ClickFocus);
 }
 
 void Segments::paintEvent(QPaintEvent* /*event*/) {

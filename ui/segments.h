@@ -40,6 +40,8 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
+    void takeChoice();
+
     QButtonGroup* group_;
     std::vector<QRadioButton*> segments_; ///< children
 };
