@@ -24,7 +24,6 @@ namespace ovrel::test {
 
 namespace {
 
-
 constexpr int longPatienceMilliseconds = 60'000;
 
 const QString portal = QStringLiteral("org.freedesktop.portal.Desktop");

@@ -18,15 +18,22 @@ WindowFixture::~WindowFixture() {
 
 MainWindow& WindowFixture::window() {
     if (!window_) {
-        window_ = std::make_unique<MainWindow>([this](QWidget&) {
-            return ContentView::Services{
-                .model = services.services, .fetch = network.function(), .openLink = [this](const QUrl& address) {
-                    opened.append(address);
-                    return true;
-                }};
-        });
+        window_ = std::make_unique<MainWindow>([this](QWidget&) { return contentServices(); });
     }
     return *window_;
+}
+
+ContentView::Services WindowFixture::contentServices() {
+    return {.model = services.services, .fetch = network.function(), .openLink = [this](const QUrl& address) {
+                opened.append(address);
+                return true;
+            }};
+}
+
+void WindowFixture::show() {
+    window().show();
+    window().activateWindow();
+    waitUntil([this] { return window().isActiveWindow(); });
 }
 
 void WindowFixture::list(const std::vector<std::string>& names) {
@@ -38,6 +45,17 @@ void WindowFixture::list(const std::vector<std::string>& names) {
     services.scans->succeed(std::move(items));
     model().add({"/in"});
     awaitIdle();
+}
+
+void WindowFixture::prepare(const std::vector<std::string>& names) {
+    list(names);
+    model().setOutput("/out");
+}
+
+void WindowFixture::start() {
+    const std::size_t before = services.conversions->count();
+    model().start();
+    services.awaitConversions(before + 1);
 }
 
 void WindowFixture::awaitIdle() {

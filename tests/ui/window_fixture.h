@@ -30,9 +30,19 @@ public:
     ContentView& content() { return window().content(); }
     Model& model() { return content().model(); }
     void destroyWindow() { window_.reset(); }
+    /// Shows the window and lets it become the active one.
+    void show();
+
+    /// For a window that the test makes itself.
+    ContentView::Services contentServices();
 
     /// Puts files of these names into the list, as a scan of the folder /in would.
     void list(const std::vector<std::string>& names);
+    /// Lists them, with an output folder set.
+    void prepare(const std::vector<std::string>& names);
+    /// Begins a run, and waits until the first image is in hand.
+    void start();
+    QString message() { return model().message(); }
     void awaitIdle();
     /// Waits until so many items of the run are done.
     void awaitCompleted(qint64 count);

@@ -1,0 +1,257 @@
+#include "tests/ui/controls.h"
+#include "tests/ui/window_fixture.h"
+#include "ui/about_window.h"
+#include "ui/help_window.h"
+#include "ui/ovrel_app.h"
+
+#include <QApplication>
+#include <QSignalSpy>
+#include <QTest>
+#include <QTimer>
+#include <QToolButton>
+
+#include <gmock/gmock.h>
+
+#include <memory>
+
+namespace ovrel::test {
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+const QDBusConnection noBus(QStringLiteral("no such connection"));
+
+class OvrelAppTest : public testing::Test {
+protected:
+    OvrelAppTest() {
+        app.start();
+        window().activateWindow();
+        waitUntil([this] { return window().isActiveWindow(); });
+    }
+    ~OvrelAppTest() override { fixture.services.conversions->release(); }
+
+    MainWindow& window() { return app.mainWindow(); }
+    Model& model() { return window().content().model(); }
+
+    QStringList menuTexts() {
+        QStringList texts;
+        for (const QAction* const action : app.menu().actions()) {
+            if (!action->isSeparator()) {
+                texts.append(action->text());
+            }
+        }
+        return texts;
+    }
+    QAction& entry(const QString& text) {
+        for (QAction* const action : app.menu().actions()) {
+            if (action->text() == text) {
+                return *action;
+            }
+        }
+        throw std::runtime_error("the menu does not offer " + text.toStdString());
+    }
+    template <typename Window>
+    static std::vector<Window*> open() {
+        std::vector<Window*> found;
+        for (QWidget* const widget : QApplication::topLevelWidgets()) {
+            if (auto* const window = qobject_cast<Window*>(widget); window != nullptr && window->isVisible()) {
+                found.push_back(window);
+            }
+        }
+        return found;
+    }
+    void list(const std::vector<std::string>& names) {
+        std::vector<InputItem> items;
+        for (const std::string& name : names) {
+            items.push_back({std::filesystem::path("/in") / name, ""});
+        }
+        fixture.services.scans->succeed(std::move(items));
+    }
+    void awaitIdle() {
+        waitUntil([this] { return model().canEditQueue(); });
+    }
+    void press(Qt::Key key, Qt::KeyboardModifiers modifiers = {}) {
+        QTest::keyClick(window().focusWidget(), key, modifiers);
+    }
+
+    WindowFixture fixture;
+    OvrelApp app{{.content = [this](QWidget&) { return fixture.contentServices(); },
+                  .appearance = std::make_unique<Appearance>(noBus),
+                  .bus = noBus}};
+};
+
+TEST_F(OvrelAppTest, OffersItsCommandsInBothLanguages) {
+    EXPECT_THAT(menuTexts(), ElementsAre(QStringLiteral("About Ovrel"), QStringLiteral("Check for Updates…"),
+                                         QStringLiteral("Ovrel Help"), QStringLiteral("Quit")));
+    click(window(), QStringLiteral("Русский"));
+    EXPECT_THAT(menuTexts(), ElementsAre(QStringLiteral("О приложении Ovrel"), QStringLiteral("Проверить обновления…"),
+                                         QStringLiteral("Справка приложения Ovrel"), QStringLiteral("Завершить")));
+    click(window(), QStringLiteral("English"));
+    EXPECT_EQ(menuTexts().front(), QStringLiteral("About Ovrel"));
+}
+
+TEST_F(OvrelAppTest, OpensItsMenuFromTheName) {
+    auto& name = control<QToolButton>(window(), QStringLiteral("Ovrel"));
+    EXPECT_EQ(name.menu(), &app.menu());
+    EXPECT_EQ(roleOf(name), QAccessible::ButtonMenu);
+    name.setFocus(Qt::TabFocusReason);
+    EXPECT_EQ(window().focusWidget(), &name);
+    QTimer::singleShot(0, &window(), [this] {
+        EXPECT_EQ(QApplication::activePopupWidget(), &app.menu());
+        app.menu().close();
+    });
+    press(Qt::Key_Space);
+    EXPECT_EQ(QApplication::activePopupWidget(), nullptr);
+}
+
+TEST_F(OvrelAppTest, ShowsTheKeysOfItsCommands) {
+    const auto keys = [this](const char* text) { return entry(QString::fromUtf8(text)).shortcuts(); };
+    EXPECT_THAT(keys("Ovrel Help"), ElementsAre(QKeySequence(Qt::Key_F1), QKeySequence(QStringLiteral("Ctrl+?"))));
+    EXPECT_THAT(keys("Quit"), ElementsAre(QKeySequence(QStringLiteral("Ctrl+Q"))));
+    EXPECT_THAT(keys("About Ovrel"), IsEmpty());
+    EXPECT_THAT(keys("Check for Updates…"), IsEmpty());
+}
+
+TEST_F(OvrelAppTest, HasOneHelpWindow) {
+    EXPECT_THAT(open<HelpWindow>(), IsEmpty());
+    press(Qt::Key_F1);
+    ASSERT_EQ(open<HelpWindow>().size(), 1U);
+    HelpWindow* const help = open<HelpWindow>().front();
+    entry(QStringLiteral("Ovrel Help")).trigger();
+    press(Qt::Key_Question, Qt::ControlModifier);
+    EXPECT_THAT(open<HelpWindow>(), ElementsAre(help));
+    help->close();
+    press(Qt::Key_Question, Qt::ControlModifier);
+    EXPECT_THAT(open<HelpWindow>(), ElementsAre(help));
+}
+
+TEST_F(OvrelAppTest, HasOneAboutWindow) {
+    EXPECT_THAT(open<AboutWindow>(), IsEmpty());
+    entry(QStringLiteral("About Ovrel")).trigger();
+    ASSERT_EQ(open<AboutWindow>().size(), 1U);
+    AboutWindow* const about = open<AboutWindow>().front();
+    entry(QStringLiteral("About Ovrel")).trigger();
+    EXPECT_THAT(open<AboutWindow>(), ElementsAre(about));
+    EXPECT_TRUE(window().isVisible());
+}
+
+TEST_F(OvrelAppTest, HelpsFromItsOtherWindowsToo) {
+    entry(QStringLiteral("About Ovrel")).trigger();
+    AboutWindow& about = *open<AboutWindow>().front();
+    waitUntil([&] { return about.isActiveWindow(); });
+    QTest::keyClick(&about, Qt::Key_F1);
+    EXPECT_EQ(open<HelpWindow>().size(), 1U);
+}
+
+TEST_F(OvrelAppTest, OffersNoSecondMainWindow) {
+    for (const AppLanguage language : AppLanguage::allCases) {
+        model().setLanguage(language);
+        for (const QAction* const action : window().findChildren<QAction*>()) {
+            EXPECT_FALSE(action->text().contains(QStringLiteral("New"))) << action->text().toStdString();
+            EXPECT_FALSE(action->text().contains(QStringLiteral("Нов"))) << action->text().toStdString();
+            EXPECT_NE(action->shortcut(), QKeySequence(QStringLiteral("Ctrl+N")));
+        }
+        EXPECT_EQ(menuTexts().size(), 4);
+    }
+    press(Qt::Key_N, Qt::ControlModifier);
+    EXPECT_EQ(open<MainWindow>().size(), 1U);
+}
+
+TEST_F(OvrelAppTest, ChecksForUpdatesOnRequest) {
+    const std::size_t atLaunch = fixture.services.updates.network.count();
+    QAction& check = entry(QStringLiteral("Check for Updates…"));
+    fixture.services.updates.answer("enabled=false\n"); // ends the check of the launch
+    settle();
+    ASSERT_TRUE(check.isEnabled());
+    check.trigger();
+    EXPECT_EQ(fixture.services.updates.network.count(), atLaunch + 1);
+    EXPECT_FALSE(check.isEnabled()); // one goes on
+}
+
+TEST_F(OvrelAppTest, LooksForUpdatesOnceWhenItsWindowIsShown) {
+    EXPECT_EQ(fixture.services.updates.network.count(), 1U);
+    window().hide();
+    window().show();
+    EXPECT_EQ(fixture.services.updates.network.count(), 1U);
+}
+
+TEST_F(OvrelAppTest, QuitsByTheKeyboardAsByTheMenu) {
+    QSignalSpy closed(&window(), &MainWindow::closed);
+    press(Qt::Key_Q, Qt::ControlModifier);
+    EXPECT_EQ(closed.count(), 1);
+    window().show();
+    entry(QStringLiteral("Quit")).trigger();
+    EXPECT_EQ(closed.count(), 2);
+}
+
+TEST_F(OvrelAppTest, EndsTheProgramWhenTheMainWindowIsClosed) {
+    app.openHelp();
+    QTimer::singleShot(0, &window(), [this] { window().close(); });
+    EXPECT_EQ(QApplication::exec(), 0); // the Help window does not keep it
+}
+
+TEST_F(OvrelAppTest, AddsWhatOtherProgramsOpen) {
+    app.add({"/in"});
+    list({"a.png"});
+    awaitIdle();
+    EXPECT_THAT(model().roots(), ElementsAre("/in"));
+    EXPECT_EQ(model().items().size(), 1);
+    app.add({});
+    EXPECT_FALSE(model().scanning());
+}
+
+TEST_F(OvrelAppTest, AddsItAfterTheRunThatGoesOn) {
+    app.add({"/in"});
+    list({"a.png", "b.png"});
+    awaitIdle();
+    model().setOutput("/out");
+    model().start();
+    fixture.services.awaitConversions(1);
+    app.add({"/more"});
+    app.add({"/yet more"});
+    EXPECT_THAT(model().roots(), ElementsAre("/in"));
+    fixture.services.convert();
+    fixture.services.convert();
+    waitUntil([this] { return model().scanning(); });
+    EXPECT_THAT(model().roots(), ElementsAre("/in", "/more", "/yet more"));
+    list({"a.png"});
+    awaitIdle();
+}
+
+TEST_F(OvrelAppTest, AddsItAfterTheScanThatGoesOn) {
+    app.add({"/in"});
+    app.add({"/more"});
+    EXPECT_THAT(model().roots(), ElementsAre("/in"));
+    list({"a.png"});
+    waitUntil([this] { return model().roots().size() == 2; });
+    list({"a.png", "b.png"});
+    awaitIdle();
+    EXPECT_EQ(model().items().size(), 2);
+}
+
+TEST_F(OvrelAppTest, BringsItsWindowForward) {
+    window().showMinimized();
+    app.activate();
+    EXPECT_FALSE(window().isMinimized());
+    waitUntil([this] { return window().isActiveWindow(); });
+    window().hide();
+    app.activate(QStringLiteral("token"));
+    EXPECT_TRUE(window().isVisible());
+    EXPECT_EQ(qgetenv("XDG_ACTIVATION_TOKEN"), QByteArrayLiteral("token"));
+    qunsetenv("XDG_ACTIVATION_TOKEN");
+}
+
+TEST_F(OvrelAppTest, StoresNothingButTheLanguage) {
+    click(window(), QStringLiteral("Русский"));
+    window().resize(1000, 700);
+    model().setQuality(3);
+    model().setOutput("/out");
+    window().close();
+    EXPECT_THAT(fixture.services.preferences->written, ElementsAre("OvrelLanguage=ru"));
+}
+
+} // namespace
+
+} // namespace ovrel::test

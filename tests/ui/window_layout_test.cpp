@@ -1,0 +1,281 @@
+// Where everything stands, and what it is drawn with.
+
+#include "tests/ui/controls.h"
+#include "tests/ui/window_fixture.h"
+#include "ui/folder_button.h"
+#include "ui/text_label.h"
+#include "ui/theme.h"
+
+#include <QAbstractScrollArea>
+#include <QComboBox>
+#include <QFocusFrame>
+#include <QListView>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+namespace ovrel::test {
+
+namespace {
+
+std::string describe(QWidget& widget) {
+    return std::string(widget.metaObject()->className()) + " \"" + nameOf(widget).toStdString() + "\"";
+}
+
+/// These end in an ellipsis where there is no room, and say the rest in a tool tip.
+bool isElided(const QWidget& widget) {
+    return qobject_cast<const ElidedLabel*>(&widget) != nullptr ||
+           qobject_cast<const FolderButton*>(&widget) != nullptr;
+}
+
+void expectNoTextIsCut(const QWidget& window) {
+    for (QLabel* const label : window.findChildren<QLabel*>()) {
+        if (!label->isVisible() || label->text().isEmpty()) {
+            continue;
+        }
+        const QSize needed = label->wordWrap() ? QSize(0, label->heightForWidth(label->width())) : label->sizeHint();
+        if (!isElided(*label)) {
+            EXPECT_GE(label->width(), needed.width()) << describe(*label);
+        }
+        EXPECT_GE(label->height(), needed.height()) << describe(*label);
+    }
+    for (QAbstractButton* const button : window.findChildren<QAbstractButton*>()) {
+        if (!button->isVisible()) {
+            continue;
+        }
+        if (!isElided(*button)) {
+            EXPECT_GE(button->width(), button->sizeHint().width()) << describe(*button);
+        }
+        EXPECT_GE(button->height(), button->sizeHint().height()) << describe(*button);
+    }
+    for (QComboBox* const box : window.findChildren<QComboBox*>()) {
+        if (box->isVisible()) {
+            EXPECT_GE(box->width(), box->sizeHint().width()) << describe(*box);
+            EXPECT_GE(box->height(), box->sizeHint().height()) << describe(*box);
+        }
+    }
+}
+
+/// Those that lie side by side in a parent.
+QList<QWidget*> visibleChildrenOf(const QWidget& parent) {
+    QList<QWidget*> children;
+    for (QObject* const child : parent.children()) {
+        auto* const widget = qobject_cast<QWidget*>(child);
+        // The ring around what has the keyboard lies above everything.
+        if (widget != nullptr && widget->isVisible() && !widget->isWindow() &&
+            qobject_cast<QFocusFrame*>(widget) == nullptr) {
+            children.append(widget);
+        }
+    }
+    return children;
+}
+
+void expectNothingOverlaps(QWidget& parent) {
+    const QList<QWidget*> children = visibleChildrenOf(parent);
+    const bool scrolls =
+        parent.parentWidget() != nullptr && qobject_cast<QAbstractScrollArea*>(parent.parentWidget()) != nullptr;
+    for (QWidget* const child : children) {
+        if (!scrolls) {
+            EXPECT_TRUE(parent.rect().contains(child->geometry()))
+                << describe(*child) << " leaves " << describe(parent);
+        }
+        for (QWidget* const other : children) {
+            EXPECT_TRUE(child == other || !child->geometry().intersects(other->geometry()))
+                << describe(*child) << " and " << describe(*other);
+        }
+        if (qobject_cast<QListView*>(child) == nullptr && qobject_cast<QComboBox*>(child) == nullptr) {
+            expectNothingOverlaps(*child);
+        }
+    }
+}
+
+void expectGoodLayout(WindowFixture& fixture) {
+    settle();
+    expectNoTextIsCut(fixture.window());
+    expectNothingOverlaps(fixture.content());
+}
+
+using Arrange = std::function<void(WindowFixture&)>;
+
+struct State {
+    const char* name;
+    Arrange arrange;
+};
+
+const std::vector<State> states{
+    {"empty", [](WindowFixture&) {}},
+    {"gathering", [](WindowFixture& fixture) { fixture.model().add({"/in"}); }},
+    {"filled",
+     [](WindowFixture& fixture) {
+         fixture.prepare({"a.png", "b.gif", std::string(200, 'n') + ".avif"});
+         fixture.model().setSelection({"/in/a.png"});
+     }},
+    {"system",
+     [](WindowFixture& fixture) {
+         fixture.prepare({"a.png"});
+         fixture.services.systemWriter = false;
+         fixture.model().setMode(EncodingMode::system);
+     }},
+    {"running",
+     [](WindowFixture& fixture) {
+         fixture.prepare({"a.png", std::string(200, 'n') + ".png"});
+         fixture.services.convert();
+         fixture.model().start();
+         fixture.awaitCompleted(1);
+     }},
+    {"stopping",
+     [](WindowFixture& fixture) {
+         fixture.prepare({"a.png"});
+         fixture.start();
+         fixture.model().setCancelled(true);
+     }},
+    {"finished",
+     [](WindowFixture& fixture) {
+         fixture.prepare({"a.png", "b.png"});
+         fixture.services.failToConvert();
+         fixture.services.convert();
+         fixture.model().start();
+         fixture.awaitCompleted(2);
+         fixture.awaitIdle();
+     }},
+};
+
+TEST(WindowLayout, CutsNothingInEitherLanguageAtAnySize) {
+    for (const AppLanguage language : AppLanguage::allCases) {
+        for (const State& state : states) {
+            for (const QSize size : {QSize(930, 690), QSize(1080, 780), QSize(1600, 1000)}) {
+                const testing::ScopedTrace where(__FILE__, __LINE__,
+                                                 std::string(state.name) + ", " + language.rawValue().toStdString() +
+                                                     ", " + std::to_string(size.width()));
+                WindowFixture fixture(language);
+                fixture.window().resize(size);
+                fixture.show();
+                state.arrange(fixture);
+                expectGoodLayout(fixture);
+            }
+        }
+    }
+}
+
+TEST(WindowLayout, CutsNothingWhenTheLanguageChanges) {
+    for (const State& state : states) {
+        const testing::ScopedTrace where(__FILE__, __LINE__, state.name);
+        WindowFixture fixture(AppLanguage::english);
+        fixture.window().resize(930, 690);
+        fixture.show();
+        state.arrange(fixture);
+        fixture.model().setLanguage(AppLanguage::russian);
+        expectGoodLayout(fixture);
+    }
+}
+
+TEST(WindowLayout, DoesNotMoveWhenTheSelectionOrTheSegmentsChange) {
+    WindowFixture fixture(AppLanguage::russian);
+    fixture.window().resize(930, 690);
+    fixture.show();
+    fixture.prepare({"a.png", "b.png"});
+    settle();
+    const auto places = [&] {
+        std::vector<QRect> all;
+        for (const QAbstractButton* const button : fixture.window().findChildren<QAbstractButton*>()) {
+            all.emplace_back(button->mapTo(&fixture.window(), QPoint()), button->size());
+        }
+        return all;
+    };
+    const std::vector<QRect> before = places();
+    fixture.model().setSelection({"/in/a.png", "/in/b.png"});
+    settle();
+    EXPECT_EQ(places(), before);
+}
+
+// The sizes below are those of text of the usual size.
+
+TEST(WindowMeasures, FitsIntoItsSmallestSizeInBothLanguages) {
+    for (const AppLanguage language : AppLanguage::allCases) {
+        for (const State& state : states) {
+            WindowFixture fixture(language);
+            fixture.window().resize(930, 690);
+            fixture.show();
+            state.arrange(fixture);
+            settle();
+            EXPECT_EQ(fixture.content().minimumSizeHint(), QSize(930, 690)) << state.name;
+            EXPECT_EQ(fixture.window().size(), QSize(930, 690)) << state.name;
+        }
+    }
+}
+
+TEST(WindowMeasures, CannotBeMadeSmallerThanThat) {
+    WindowFixture fixture;
+    fixture.show();
+    fixture.window().resize(10, 10);
+    settle();
+    EXPECT_EQ(fixture.window().size(), QSize(930, 690));
+}
+
+TEST(WindowMeasures, BeginsWithItsUsualSize) {
+    WindowFixture fixture;
+    EXPECT_EQ(fixture.window().size(), QSize(1080, 780));
+    fixture.show();
+    EXPECT_EQ(fixture.window().size(), QSize(1080, 780));
+}
+
+TEST(WindowMeasures, GivesTheRegionsTheirPlaces) {
+    struct Row {
+        QSize window;
+        QSize list;
+        int inspector;
+        int header;
+    };
+    for (const Row& row : {Row{{930, 690}, {578, 534}, 308, 60}, Row{{1080, 780}, {696, 600}, 328, 68},
+                           Row{{1600, 1000}, {1172, 812}, 360, 68}}) {
+        WindowFixture fixture;
+        fixture.window().resize(row.window);
+        fixture.show();
+        settle();
+        const QList<QWidget*> regions = visibleChildrenOf(fixture.content());
+        ASSERT_EQ(regions.size(), 4);
+        EXPECT_EQ(regions[0]->height(), row.header) << row.window.width();
+        EXPECT_EQ(regions[1]->size(), row.list) << row.window.width();
+        EXPECT_EQ(regions[2]->width(), row.inspector + 2 * 4) << row.window.width(); // with room for the focus
+        EXPECT_EQ(regions[3]->height(), 72) << row.window.width();
+    }
+}
+
+TEST(WindowTheme, ChangesTheColorsOfWhatIsShown) {
+    WindowFixture fixture;
+    fixture.show();
+    fixture.prepare({"a.png", "b.gif"});
+    fixture.model().setSelection({"/in/a.png"});
+    settle();
+    const auto picture = [&] {
+        settle();
+        return fixture.window().grab().toImage();
+    };
+    const Theme before = theme();
+    const QImage light = picture();
+    applyTheme({.scheme = ColorScheme::dark, .animations = false});
+    const QImage dark = picture();
+    // The ground of the window, the header, the list, the footer.
+    const QPoint ground(4, fixture.window().height() / 2);
+    const QPoint header(4, 4);
+    const QPoint list(fixture.window().width() / 3, fixture.window().height() / 2);
+    const QPoint footer(4, fixture.window().height() - 4);
+    for (const auto& [image, scheme] : {std::pair(&light, ColorScheme::light), std::pair(&dark, ColorScheme::dark)}) {
+        EXPECT_EQ(image->pixelColor(ground), colors(scheme).window);
+        EXPECT_EQ(image->pixelColor(header), colors(scheme).surface);
+        EXPECT_EQ(image->pixelColor(list), colors(scheme).surface);
+        EXPECT_EQ(image->pixelColor(footer), colors(scheme).surface);
+    }
+    for (const QLabel* const label : fixture.window().findChildren<QLabel*>()) {
+        const QColor text = label->palette().color(QPalette::Active, QPalette::WindowText);
+        EXPECT_TRUE(text == colors().text || text == colors().secondaryText || text == colors().accentText)
+            << label->text().toStdString();
+    }
+    applyTheme(before);
+    EXPECT_EQ(picture(), light);
+}
+
+} // namespace
+
+} // namespace ovrel::test

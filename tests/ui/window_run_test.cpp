@@ -1,0 +1,105 @@
+#include "tests/ui/controls.h"
+#include "tests/ui/window_fixture.h"
+
+#include <QListView>
+#include <QSignalSpy>
+#include <QSlider>
+
+#include <gtest/gtest.h>
+
+namespace ovrel::test {
+
+namespace {
+
+TEST(MainWindow, ChangesItsLanguageInTheMiddleOfARun) {
+    WindowFixture fixture(AppLanguage::english);
+    fixture.show();
+    fixture.prepare({"a.png", "b.png"});
+    fixture.model().setQuality(70);
+    fixture.start();
+    click(fixture.window(), QStringLiteral("Русский"));
+    EXPECT_TRUE(shows(fixture.window(), QStringLiteral("Преобразую 1 из 2: a.png")));
+    EXPECT_NE(findControl<QAbstractButton>(fixture.window(), QStringLiteral("Остановить")), nullptr);
+    EXPECT_NE(findControl<QSlider>(fixture.window(), QStringLiteral("Качество изображения")), nullptr);
+    const QAbstractItemModel& rows = *fixture.window().findChild<QListView*>()->model();
+    EXPECT_EQ(rows.index(0, 0).data(Qt::AccessibleTextRole).toString(), QStringLiteral("a.png, PNG, Преобразование…"));
+    // The list, the settings and the run go on as they were.
+    EXPECT_EQ(fixture.model().items().size(), 2);
+    EXPECT_EQ(fixture.model().quality(), 70);
+    EXPECT_TRUE(fixture.model().busy());
+    EXPECT_EQ(fixture.services.conversions->count(), 1U);
+    fixture.services.convert();
+    fixture.services.failToConvert();
+    fixture.awaitIdle();
+    EXPECT_TRUE(shows(fixture.window(), QStringLiteral("Готово: 1 успешно, 1 с ошибками")));
+}
+
+TEST(MainWindow, EndsAtOnceWhenNothingGoesOn) {
+    WindowFixture fixture;
+    fixture.show();
+    QSignalSpy closed(&fixture.window(), &MainWindow::closed);
+    EXPECT_TRUE(fixture.window().close());
+    EXPECT_EQ(closed.count(), 1);
+    EXPECT_FALSE(fixture.window().isVisible());
+}
+
+TEST(MainWindow, StopsTheRunFirstWhenItIsClosed) {
+    WindowFixture fixture;
+    fixture.show();
+    fixture.prepare({"a.png", "b.png"});
+    fixture.start();
+    QSignalSpy closed(&fixture.window(), &MainWindow::closed);
+    EXPECT_FALSE(fixture.window().close());
+    EXPECT_TRUE(fixture.window().isVisible());
+    EXPECT_TRUE(fixture.model().cancelled());
+    EXPECT_NE(findControl<QAbstractButton>(fixture.window(), QStringLiteral("Stopping…")), nullptr);
+    EXPECT_EQ(closed.count(), 0);
+    fixture.services.convert();
+    fixture.awaitIdle();
+    EXPECT_EQ(closed.count(), 1);
+    EXPECT_FALSE(fixture.window().isVisible());
+    EXPECT_EQ(fixture.services.conversions->count(), 1U); // the second image was not begun
+}
+
+TEST(MainWindow, StaysAfterARunThatTheUserMerelyStopped) {
+    WindowFixture fixture;
+    fixture.show();
+    fixture.prepare({"a.png"});
+    fixture.start();
+    fixture.model().setCancelled(true);
+    fixture.services.convert();
+    fixture.awaitIdle();
+    EXPECT_TRUE(fixture.window().isVisible());
+}
+
+// These leave without a word to anybody, so each has a process of its own.
+
+TEST(MainWindowDeathTest, LeavesAtOnceWhenItIsClosedTwiceDuringARun) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            WindowFixture fixture;
+            fixture.show();
+            fixture.prepare({"a.png"});
+            fixture.start();
+            fixture.window().close();
+            fixture.window().close();
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+TEST(MainWindowDeathTest, LeavesAtOnceWhenItIsClosedDuringAScan) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            WindowFixture fixture;
+            fixture.show();
+            fixture.model().add({"/in"});
+            fixture.window().close();
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+} // namespace
+
+} // namespace ovrel::test
