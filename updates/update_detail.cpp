@@ -24,7 +24,8 @@ constexpr double lineHeight = 1.25;
 } // namespace
 
 UpdateDetail::UpdateDetail(QWidget* parent) : QWidget(parent), area_(new QScrollArea(this)), text_(new Paragraph) {
-    QSizePolicy policy(QSizePolicy::Preferred, QSizePolicy::Fixed);
+    // Not fixed: that would hold it to the height of lines as long as the text likes them.
+    QSizePolicy policy(QSizePolicy::Preferred, QSizePolicy::Preferred);
     policy.setHeightForWidth(true);
     setSizePolicy(policy);
 

@@ -1,4 +1,5 @@
 #include "tests/updates/update_fixture.h"
+#include "updates/update_detail.h"
 #include "updates/update_panel_window.h"
 #include "updates/update_view.h"
 
@@ -6,6 +7,7 @@
 #include <QPushButton>
 #include <QScreen>
 #include <QScrollArea>
+#include <QScrollBar>
 #include <QTest>
 
 #include <gmock/gmock.h>
@@ -38,6 +40,15 @@ protected:
 
 QString notesOf(int lines) {
     return QStringLiteral("A line\n").repeated(lines);
+}
+
+TEST_F(UpdatePanelWindowTest, ShowsAllOfATextThatFits) {
+    fixture.manager().notice(QStringLiteral("Notice"), QStringLiteral("Some words. ").repeated(20), [] {});
+    runEvents();
+    const auto& detail = *window()->findChild<UpdateDetail*>();
+    EXPECT_EQ(detail.height(), detail.heightForWidth(detail.width()));
+    EXPECT_LT(detail.height(), 150);
+    EXPECT_EQ(detail.findChild<QScrollArea*>()->verticalScrollBar()->maximum(), 0);
 }
 
 TEST_F(UpdatePanelWindowTest, IsMadeWhenSomethingIsShownFirst) {
