@@ -13,8 +13,10 @@
 
 #include <QComboBox>
 #include <QHBoxLayout>
+#include <QScrollBar>
 #include <QVBoxLayout>
 
+#include <algorithm>
 #include <array>
 
 namespace ovrel {
@@ -81,6 +83,11 @@ InspectorPanel::InspectorPanel(Model& model, QWidget* parent) : QScrollArea(pare
 
 void InspectorPanel::setGap(int gap) {
     column_->setSpacing(gap);
+}
+
+int InspectorPanel::leastWidth() const {
+    const int scrollBar = verticalScrollBar()->maximum() > 0 ? verticalScrollBar()->sizeHint().width() : 0;
+    return widget()->minimumSizeHint().width() + scrollBar;
 }
 
 QWidget* InspectorPanel::outputCard() {
@@ -155,7 +162,6 @@ QWidget* InspectorPanel::compressionSection(QWidget* card) {
         speed_->addItem(QString(), speed);
     }
     speed_->setSizeAdjustPolicy(QComboBox::AdjustToContents);
-    speed_->setMinimumWidth(132);
     compressionTitle_->setBuddy(speed_);
     auto* column = sectionOf(compression_, 10);
     column->addWidget(new Divider(compression_));
@@ -213,6 +219,7 @@ void InspectorPanel::takeTexts() {
     speed_->setItemText(0, model_.t(QStringLiteral("Быстро")));
     speed_->setItemText(1, model_.t(QStringLiteral("Баланс")));
     speed_->setItemText(2, model_.t(QStringLiteral("Тщательно")));
+    speed_->setMinimumWidth(std::max(132, speed_->sizeHint().width()));
     folderTitle_->setText(model_.t(QStringLiteral("ПАПКА СОХРАНЕНИЯ")));
     recursive_->setText(model_.t(QStringLiteral("Вложенные папки")));
     recursive_->setToolTip(plainToolTip(model_.language().helpSections().at(2).answer));

@@ -34,6 +34,8 @@ public:
 
     /// \param gap between the parts of the column, in pixels
     void setGap(int gap);
+    /// The width below which its texts would be cut, in pixels.
+    int leastWidth() const;
 
 private:
     QWidget* outputCard();

@@ -30,7 +30,9 @@ void click(QWidget& widget, Qt::KeyboardModifiers modifiers) {
 }
 
 void settle() {
-    for (int turn = 0; turn < 3; ++turn) {
+    // What a longer text needs goes up through the layouts and comes back as another size of the window.
+    constexpr int turns = 10;
+    for (int turn = 0; turn < turns; ++turn) {
         QCoreApplication::processEvents();
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }

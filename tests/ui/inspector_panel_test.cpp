@@ -18,8 +18,6 @@ namespace ovrel::test {
 
 namespace {
 
-using testing::ElementsAre;
-
 class InspectorPanelTest : public testing::Test {
 protected:
     InspectorPanelTest() { fixture.show(); }

@@ -20,8 +20,6 @@ namespace ovrel::test {
 
 namespace {
 
-using testing::ElementsAre;
-
 std::string animation() {
     GifFrameBlock frame;
     frame.width = 2;

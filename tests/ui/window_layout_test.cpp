@@ -1,4 +1,5 @@
-// Where everything stands, and what it is drawn with.
+// Where everything stands, and what it is drawn with; with text of the usual size and, in a run of its own, with text
+// of twice that size.
 
 #include "tests/ui/controls.h"
 #include "tests/ui/window_fixture.h"
@@ -10,6 +11,8 @@
 #include <QComboBox>
 #include <QFocusFrame>
 #include <QListView>
+#include <QScrollArea>
+#include <QScrollBar>
 
 #include <gtest/gtest.h>
 
@@ -240,6 +243,26 @@ TEST(WindowMeasures, GivesTheRegionsTheirPlaces) {
         EXPECT_EQ(regions[2]->width(), row.inspector + 2 * 4) << row.window.width(); // with room for the focus
         EXPECT_EQ(regions[3]->height(), 72) << row.window.width();
     }
+}
+
+TEST(LargeText, ScrollsTheSettingsAndStaysWhole) {
+    // Twice the usual size asks for a larger window, not for an unreadable one.
+    const bool isLarge = qEnvironmentVariable("QT_FONT_DPI") == QStringLiteral("192");
+    EXPECT_EQ(QFontMetrics(fontOf(TextStyle::body)).height() > 25, isLarge);
+    WindowFixture fixture(AppLanguage::russian);
+    fixture.window().resize(930, 690);
+    fixture.show();
+    fixture.prepare({"a.png"});
+    settle();
+    EXPECT_GE(fixture.window().size().width(), fixture.content().minimumSizeHint().width());
+    EXPECT_GE(fixture.window().size().height(), fixture.content().minimumSizeHint().height());
+    // A small screen still holds it.
+    EXPECT_LE(fixture.content().minimumSizeHint().width(), 1366);
+    EXPECT_LE(fixture.content().minimumSizeHint().height(), 768);
+    const QScrollArea& settings = *fixture.window().findChild<QScrollArea*>();
+    EXPECT_EQ(settings.verticalScrollBar()->maximum(),
+              std::max(0, settings.widget()->height() - settings.viewport()->height()));
+    EXPECT_LE(settings.widget()->width(), settings.viewport()->width());
 }
 
 TEST(WindowTheme, ChangesTheColorsOfWhatIsShown) {
