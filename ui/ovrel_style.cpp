@@ -174,20 +174,20 @@ int OvrelStyle::pixelMetric(PixelMetric metric, const QStyleOption* option, cons
     switch (metric) {
     case PM_ScrollBarExtent: return scrollBarExtent;
     case PM_ScrollBarSliderMin: return 32;
-    case PM_ScrollView_ScrollBarSpacing: return 0;
+    case PM_ScrollView_ScrollBarSpacing:
+    case PM_MenuPanelWidth:
+    case PM_ButtonShiftHorizontal:
+    case PM_ButtonShiftVertical:
+    case PM_ButtonDefaultIndicator: return 0;
     case PM_SliderThickness:
     case PM_SliderControlThickness: return knobSize + 2 * knobMargin;
     case PM_SliderLength: return knobSize;
-    case PM_MenuPanelWidth: return 0;
     case PM_MenuHMargin:
     case PM_MenuVMargin: return menuPadding;
     case PM_SmallIconSize: return metrics::icon;
     case PM_ToolTipLabelFrameWidth: return 9;
     case PM_FocusFrameHMargin:
     case PM_FocusFrameVMargin: return metrics::focusGap + metrics::focusWidth;
-    case PM_ButtonShiftHorizontal:
-    case PM_ButtonShiftVertical: return 0;
-    case PM_ButtonDefaultIndicator: return 0;
     default: return QProxyStyle::pixelMetric(metric, option, widget);
     }
 }

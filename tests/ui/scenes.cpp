@@ -1,5 +1,6 @@
 #include "tests/ui/scenes.h"
 
+#include "platform/file_error.h"
 #include "tests/support/avif_writer.h"
 #include "tests/ui/window_fixture.h"
 #include "tests/updates/update_fixture.h"
@@ -7,6 +8,7 @@
 #include "ui/help_window.h"
 #include "updates/update_panel_window.h"
 
+#include <QAbstractItemView>
 #include <QCoreApplication>
 #include <QImage>
 #include <QMessageBox>
@@ -92,8 +94,8 @@ void runTo(WindowFixture& fixture, qint64 count) {
     for (qint64 done = 0; done < count; ++done) {
         const InputItem& item = fixture.model().items().at(done);
         if (done == 3 && count > 6) {
-            fixture.services.conversions->fail(std::make_exception_ptr(
-                std::filesystem::filesystem_error("", std::make_error_code(std::errc::permission_denied))));
+            fixture.services.conversions->fail(
+                std::make_exception_ptr(FileError(FileError::writeNoPermission, item.url)));
         } else if (done == 6) {
             fixture.services.failToConvert("Не удалось записать изображение на диск: " + item.url.filename().string(),
                                            "The image could not be written to the disk: " +
@@ -212,6 +214,7 @@ std::vector<Scene> scenes() {
         fill(fixture);
         runTo(fixture, fixture.model().items().size());
         fixture.awaitIdle();
+        fixture.window().findChild<QAbstractItemView*>()->scrollToTop();
     };
     std::vector<Scene> all{
         mainScene(QStringLiteral("empty"), usual, nothing),

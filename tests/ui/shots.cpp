@@ -14,6 +14,7 @@ int main(int argc, char** argv) {
     using namespace ovrel;
     using namespace ovrel::test;
     const QApplication application(argc, argv);
+    QCoreApplication::setApplicationVersion(QStringLiteral(OVREL_VERSION));
     QApplication::setStyle(new OvrelStyle);
     const QStringList arguments = QCoreApplication::arguments();
     if (arguments.size() < 2 || arguments.size() > 3) {
