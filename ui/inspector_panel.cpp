@@ -94,6 +94,7 @@ QWidget* InspectorPanel::outputCard() {
     auto* card = new Card(this);
     card->setFill(&Colors::accentTint, false);
     card->setFillWhenDisabled(&Colors::disabledFill);
+    card->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
     auto* sign = new IconView(Icon::sparkles, 22, &Colors::onAccent, card);
     sign->setTile(42, &Colors::accentFill, 8);
     auto* format = new TextLabel(TextStyle::wordmark, TextColor::primary, card);

@@ -52,6 +52,8 @@ QueueView::QueueView(Model& model, QWidget* parent)
     setEditTriggers(NoEditTriggers);
     setVerticalScrollMode(ScrollPerPixel);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    // Its place is the margin beside the rows, whether it has anything to scroll or not.
+    setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
     setFrameShape(NoFrame);
     setMouseTracking(true);
     setTextElideMode(Qt::ElideMiddle);
