@@ -28,6 +28,11 @@ target_compile_options(ovrel_flags INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Wshadow
   $<$<BOOL:${OVREL_WARNINGS_AS_ERRORS}>:-Werror>)
 target_include_directories(ovrel_flags INTERFACE "${PROJECT_SOURCE_DIR}")
+if(OVREL_RELEASE)
+  # Where a program was built does not show in it, so that the same sources give the same bytes.
+  target_compile_options(ovrel_flags INTERFACE
+    "-ffile-prefix-map=${PROJECT_BINARY_DIR}=build" "-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.")
+endif()
 
 if(OVREL_SANITIZERS)
   target_compile_options(ovrel_flags INTERFACE

@@ -18,6 +18,9 @@ from concurrent.futures import ThreadPoolExecutor
 
 # Of compile commands: what says where the results go, and the word after it.
 OUTPUT_OPTIONS = {"-o", "-MF", "-MT", "-MQ"}
+# What guards the code that a compiler makes and says nothing of the code that it reads.
+GUARDS = ("-fstack-", "-fcf-protection", "-mbranch-protection", "-U_FORTIFY_SOURCE", "-D_FORTIFY_SOURCE",
+          "-D_GLIBCXX_ASSERTIONS")
 
 
 def output_of(*command, cwd=None):
@@ -49,7 +52,8 @@ class Analysis:
         entry = self.commands.get(str(self.root / file))
         if entry is None or self.libraries is None:
             return None
-        words = [word for word in shlex.split(entry["command"]) if not word.endswith("/ccache")]
+        words = [word for word in shlex.split(entry["command"])
+                 if not word.endswith("/ccache") and not word.startswith(GUARDS)]
         kept = [word for before, word in zip([""] + words, words)
                 if before not in OUTPUT_OPTIONS and word not in OUTPUT_OPTIONS | {"-c", "-MD"}]
         try:
