@@ -6,7 +6,7 @@ system=$(. /etc/os-release && printf '%s' "$ID ${VERSION_ID:-}") 2>/dev/null || 
 
 build_packages=(build-essential cmake ninja-build pkg-config ccache libavif-dev libaom-dev libheif-dev libjpeg-dev
     libpng-dev libgif-dev libwebp-dev liblcms2-dev libicu-dev uuid-dev libcli11-dev qt6-base-dev qt6-svg-dev qcoro-qt6-dev
-    openssl python3 libsodium-dev libarchive-dev libgtest-dev libgmock-dev dbus-daemon)
+    openssl python3 libsodium-dev libarchive-dev libgtest-dev libgmock-dev dbus-daemon desktop-file-utils appstream)
 lint_packages=(clang clang-tidy)
 shots_packages=(fonts-inter)
 fuzz_packages=(clang libclang-rt-dev llvm)

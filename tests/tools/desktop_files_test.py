@@ -1,0 +1,146 @@
+#!/usr/bin/env python3
+"""Looks at what a desktop and shells are told of Ovrel.
+
+usage: desktop_files_test.py FOLDER-OF-PROGRAMS FOLDER-OF-DESKTOP-FILES APPLICATION-ID
+"""
+
+import configparser
+import os
+import pathlib
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+import xml.etree.ElementTree as ElementTree
+
+PROGRAMS, DESKTOP_FILES = (pathlib.Path(word).resolve() for word in sys.argv[1:3])
+APPLICATION_ID = sys.argv[3]
+PROJECT = pathlib.Path(__file__).resolve().parents[2]
+COMPLETIONS = PROJECT / "packaging" / "desktop" / "completions"
+LANGUAGE = "{http://www.w3.org/XML/1998/namespace}lang"
+
+
+def said(*command, **options):
+    """What a command prints; an error when it fails."""
+    environment = {**os.environ, "QT_QPA_PLATFORM": "offscreen", "LC_ALL": "C.UTF-8"}
+    run = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, env=environment, **options)
+    if run.returncode:
+        raise AssertionError(f"{command[0]} ended with {run.returncode}: {run.stdout}")
+    return run.stdout
+
+
+def options_of(program):
+    """Long options that a program's help names."""
+    return set(re.findall(r"(?<![\w-])--[a-z][a-z-]+", said(PROGRAMS / program, "--help")))
+
+
+def entry(name):
+    parser = configparser.ConfigParser(interpolation=None, delimiters="=")
+    parser.optionxform = str
+    parser.read(DESKTOP_FILES / name)
+    return parser
+
+
+class DesktopEntry(unittest.TestCase):
+    path = DESKTOP_FILES / "applications" / f"{APPLICATION_ID}.desktop"
+
+    @unittest.skipUnless(shutil.which("desktop-file-validate") or os.environ.get("CI"), "desktop-file-utils is missing")
+    def test_is_valid(self):
+        self.assertEqual(said("desktop-file-validate", self.path), "")
+
+    def test_opens_images_and_folders(self):
+        group = entry(self.path)["Desktop Entry"]
+        self.assertEqual(group["Exec"], "ovrel %F")
+        self.assertEqual(set(group["MimeType"].split(";")) - {""},
+                         {"image/jpeg", "image/png", "image/webp", "image/gif", "image/avif", "inode/directory"})
+
+
+class Metainfo(unittest.TestCase):
+    path = DESKTOP_FILES / "metainfo" / f"{APPLICATION_ID}.metainfo.xml"
+
+    @unittest.skipUnless(shutil.which("appstreamcli") or os.environ.get("CI"), "appstream is missing")
+    def test_is_valid(self):
+        self.assertIn("Validation was successful", said("appstreamcli", "validate", "--no-net", "--no-color", self.path))
+
+    def test_names_the_desktop_entry(self):
+        component = ElementTree.parse(self.path).getroot()
+        self.assertEqual(component.findtext("id"), APPLICATION_ID)
+        self.assertEqual(component.findtext("launchable"), f"{APPLICATION_ID}.desktop")
+
+    def test_tells_the_newest_version_in_both_languages(self):
+        component = ElementTree.parse(self.path).getroot()
+        newest = component.find("releases/release")
+        self.assertEqual(newest.get("version"), said(PROGRAMS / "ovrel-cli", "--version").split()[1])
+        for texts in (component, *component.iterfind("screenshots/screenshot"), newest.find("description")):
+            for tag in {child.tag for child in texts} & {"summary", "caption", "p"}:
+                languages = [child.get(LANGUAGE) for child in texts.iterfind(tag)]
+                self.assertEqual(languages.count(None), languages.count("ru"), f"{texts.tag} {tag}")
+
+    def test_shows_pictures_that_are_there(self):
+        for image in ElementTree.parse(self.path).getroot().iterfind("screenshots/screenshot/image"):
+            picture = PROJECT / "docs" / "images" / image.text.rsplit("/", 1)[1]
+            header = picture.read_bytes()[:24]
+            self.assertEqual((int(image.get("width")), int(image.get("height"))),
+                             (int.from_bytes(header[16:20], "big"), int.from_bytes(header[20:24], "big")), picture)
+
+
+class Icons(unittest.TestCase):
+    def test_are_as_large_as_they_say(self):
+        for size in (16, 22, 24, 32, 48, 64, 128, 256, 512):
+            header = (DESKTOP_FILES / f"{size}.png").read_bytes()[:24]
+            self.assertEqual(header[:8], b"\x89PNG\r\n\x1a\n")
+            self.assertEqual([int.from_bytes(header[at:at + 4], "big") for at in (16, 20)], [size, size])
+
+
+class ServiceMenus(unittest.TestCase):
+    menus = {f"kio/servicemenus/{APPLICATION_ID}.desktop": "Desktop Action convert",
+             f"nemo/actions/{APPLICATION_ID}.nemo_action": "Nemo Action",
+             f"file-manager/actions/{APPLICATION_ID}.desktop": "Desktop Entry"}
+
+    def test_say_the_same_in_every_file_manager(self):
+        for name, group in self.menus.items():
+            with self.subTest(name):
+                self.assertEqual(entry(name)[group]["Name"], "Convert to AVIF")
+                self.assertEqual(entry(name)[group]["Name[ru]"], "Преобразовать в AVIF")
+                self.assertIn("Exec=ovrel %F\n", (DESKTOP_FILES / name).read_text())
+
+
+class Completions(unittest.TestCase):
+    def test_know_every_option_and_no_other(self):
+        written = {"bash": r"(?<![\w-])--[a-z][a-z-]+", "zsh": r"(?<![\w-])--[a-z][a-z-]+", "fish": r"(?<= -l )[a-z-]+"}
+        for program in ("ovrel", "ovrel-cli"):
+            known = options_of(program) - {"--help-all"}  # Qt's own, of Qt's options
+            for shell, pattern in written.items():
+                with self.subTest(f"{program} in {shell}"):
+                    found = re.findall(pattern, (COMPLETIONS / f"{program}.{shell}").read_text())
+                    self.assertEqual({"--" + name.removeprefix("--") for name in found}, known)
+
+    def completed(self, program, *words, folder="."):
+        """What bash offers for the last word."""
+        script = f"""
+            source {COMPLETIONS / program}.bash
+            compopt() {{ :; }}
+            COMP_WORDS=("$@") COMP_CWORD=$(($# - 1))
+            _{program.replace("-", "_")}
+            printf '%s\\n' "${{COMPREPLY[@]}}"
+        """
+        return set(said("bash", "-c", script, "bash", program, *words, cwd=folder).split("\n")) - {""}
+
+    def test_offer_options_values_and_what_can_be_converted(self):
+        self.assertEqual(self.completed("ovrel-cli", "--sp"), {"--speed"})
+        self.assertEqual(self.completed("ovrel-cli", "--speed", ""), {"fast", "balanced", "thorough"})
+        self.assertEqual(self.completed("ovrel-cli", "-q", ""), set())
+        self.assertEqual(self.completed("ovrel", "--v"), {"--version"})
+        with tempfile.TemporaryDirectory() as folder:
+            (pathlib.Path(folder) / "a folder").mkdir()
+            for name in ("my dawn.JPG", "notes.txt"):
+                (pathlib.Path(folder) / name).touch()
+            for program in ("ovrel", "ovrel-cli"):
+                self.assertEqual(self.completed(program, "", folder=folder), {"a folder", "my dawn.JPG"})
+            self.assertEqual(self.completed("ovrel-cli", "-o", "", folder=folder), {"a folder"})
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1])
