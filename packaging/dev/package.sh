@@ -4,35 +4,120 @@
 package() {
     case ${1:-} in
     portable) package_portable ;;
+    deb) package_deb ;;
     *)
-        say "usage: ./dev package portable"
+        say "usage: ./dev package portable | deb"
         exit 2
         ;;
     esac
 }
 
-# The version as the build knows it, from its cache.
+# A value as the build knows it, from its cache.
 build_value() { sed -n "s/^$1:[A-Z]*=//p" build/release/CMakeCache.txt; }
+
+# When this version was made, in seconds since 1970: the same commit gives the same bytes.
+moment_of_version() {
+    say "${SOURCE_DATE_EPOCH:-$(git log -1 --format=%ct 2>/dev/null || stat -c %Y CMakeLists.txt)}"
+}
+
+# install_programs ROOT: what users of every kind of package get.
+install_programs() {
+    rm -rf "$1"
+    build release --target ovrel ovrel-cli ovrel-installer ovrel-icons
+    cmake --install build/release --prefix "$1" --strip >/dev/null
+}
+
+# describe_bundled ROOT FOLDER: a bill of materials for what was bundled, in FOLDER below ROOT.
+describe_bundled() {
+    local root=$1 folder=$1/$2
+    mkdir -p "$folder"
+    python3 packaging/bill_of_materials.py "$root" ovrel "$(build_value CMAKE_PROJECT_VERSION)" "$(moment_of_version)" \
+        <"$root/bundled-files.txt" >"$folder/ovrel.spdx.json"
+}
+
+# packages_bundled ROOT: the packages that bundled files come from, one a line.
+packages_bundled() { cut -d ' ' -f 2 "$1/bundled-files.txt" | LC_ALL=C sort -u; }
 
 # One directory that runs from wherever it is unpacked, and its archive.
 package_portable() {
-    build release --target ovrel ovrel-cli ovrel-installer
-    local name root archive
-    name=ovrel-$(build_value CMAKE_PROJECT_VERSION)-linux-$(uname -m)
+    local name root archive owner
+    name=ovrel-$(project_version)-linux-$(uname -m)
     root=build/package/$name
     archive=build/package/$name.tar.xz
-    rm -rf "$root" "$archive"
-    cmake --install build/release --prefix "$root" --strip >/dev/null
+    rm -f "$archive"
+    install_programs "$root"
     cmake --install build/release --prefix "$root" --strip --component portable >/dev/null
     cmake -D ROOT="$PWD/$root" -D QT_PLUGINS="$(qmake6 -query QT_INSTALL_PLUGINS)" -P packaging/portable/collect.cmake
+    for owner in $(packages_bundled "$root"); do
+        cp "/usr/share/doc/$owner/copyright" "$root/share/licenses/$owner"
+    done
+    describe_bundled "$root" share/licenses
+    rm "$root/bundled-files.txt"
     # An update removes what stands in this list, and nothing else.
     (cd "$root" && { find . -type f -o -type l; printf './installed-files.txt\n'; } | sed 's,^\./,,' |
         LC_ALL=C sort >../installed-files.txt && mv ../installed-files.txt .)
-    # The same commit gives the same bytes.
-    local moment
-    moment=${SOURCE_DATE_EPOCH:-$(git log -1 --format=%ct 2>/dev/null || stat -c %Y CMakeLists.txt)}
-    tar --create --sort=name --owner=0 --group=0 --numeric-owner --mode=go=rX,u+rw --mtime="@$moment" --format=posix \
-        --pax-option=exthdr.name=%d/PaxHeaders/%f,delete=atime,delete=ctime --directory build/package "$name" |
-        xz --threads=0 --check=crc64 -6 >"$archive"
+    tar --create --sort=name --owner=0 --group=0 --numeric-owner --mode=go=rX,u+rw --mtime="@$(moment_of_version)" \
+        --format=posix --pax-option=exthdr.name=%d/PaxHeaders/%f,delete=atime,delete=ctime \
+        --directory build/package "$name" | xz --threads=2 --check=crc64 -6 >"$archive"
     say "$archive: $(($(stat -c %s "$archive") / 1048576)) MiB, unpacked $(du -sm "$root" | cut -f1) MiB."
+}
+
+# A package for this Debian or Ubuntu. Its programs lie in a folder of their own, with the AVIF libraries beside them
+# and a word that the package manager updates them.
+package_deb() {
+    require_packages build package
+    local root=$PWD/build/package/deb programs documents program release
+    release=1~$(. /etc/os-release && printf '%s%s' "$ID" "${VERSION_ID:-}" | tr -cd 'a-z0-9.')
+    programs=$root/lib/ovrel documents=$root/share/doc/ovrel
+    install_programs "$root"
+    mkdir -p "$programs" "$documents"
+    mv "$root/bin" "$programs/bin"
+    mkdir "$root/bin"
+    for program in ovrel ovrel-cli; do
+        ln -s "../lib/ovrel/bin/$program" "$root/bin/$program"
+    done
+    say apt >"$programs/bin/managed-by"
+    cmake -D ROOT="$programs" -P packaging/deb/collect.cmake
+    strip --strip-unneeded "$programs"/lib/*
+    describe_bundled "$programs" ../../share/doc/ovrel
+    write_debian_documents "$documents" "$(packages_bundled "$programs")" "$release"
+    rm "$programs/bundled-files.txt"
+    # Where Debian's zsh looks.
+    mv "$root/share/zsh/site-functions" "$root/share/zsh/vendor-completions"
+    gzip --best --no-name "$root"/share/man/man1/*.1
+    chmod --recursive go=rX,u+rw "$root"
+
+    rm -f build/package/*.deb
+    SOURCE_DATE_EPOCH=$(moment_of_version) cpack -G DEB --config packaging/deb/CPackConfig.cmake -B build/package \
+        -D ROOT="$root" -D RELEASE="$release" -D HOST="$(build_value OVREL_PUBLISHER_HOST)" \
+        -D CPACK_PACKAGE_VERSION="$(project_version)" -D CPACK_DEBIAN_PACKAGE_DEPENDS="$(heif_plugins)" >/dev/null
+    rm -rf build/package/_CPack_Packages
+    lintian --fail-on error build/package/*.deb
+    say "$(echo build/package/*.deb): $(($(stat -c %s build/package/*.deb) / 1048576)) MiB."
+}
+
+project_version() { sed -n 's/^project(Ovrel VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt; }
+
+# libheif's codecs for what it loads by name, where they are packages of their own; separated by commas.
+heif_plugins() {
+    dpkg-query --show --showformat '${db:Status-Status} ${Package}\n' 'libheif-plugin-*' 2>/dev/null |
+        sed -nE 's/^installed (libheif-plugin-(aomenc|aomdec|libde265))$/\1/p' | paste -sd, | sed 's/,/, /g'
+}
+
+# write_debian_documents FOLDER PACKAGES RELEASE: what Debian wants to know of every package.
+write_debian_documents() {
+    local folder=$1 owner
+    {
+        say "Ovrel" "" "$(cat LICENSE)"
+        for owner in $2; do
+            say "" "" "Files from the package $owner in /usr/lib/ovrel/lib:" ""
+            cat "/usr/share/doc/$owner/copyright"
+        done
+    } >"$folder/copyright"
+    gzip --best --no-name <CHANGELOG.md >"$folder/changelog.gz"
+    {
+        say "ovrel ($(project_version)-$3) unstable; urgency=medium" "" "  * See changelog.gz." ""
+        say " -- The Ovrel developers <packages@$(build_value OVREL_PUBLISHER_HOST)>  $(LC_ALL=C date -u -R \
+            -d "@$(moment_of_version)")"
+    } | gzip --best --no-name >"$folder/changelog.Debian.gz"
 }

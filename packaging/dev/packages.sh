@@ -8,6 +8,7 @@ build_packages=(build-essential cmake ninja-build pkg-config ccache libavif-dev 
     libpng-dev libgif-dev libwebp-dev liblcms2-dev libicu-dev uuid-dev libcli11-dev qt6-base-dev qt6-svg-dev qcoro-qt6-dev
     openssl python3 libsodium-dev libarchive-dev libgtest-dev libgmock-dev dbus-daemon desktop-file-utils appstream)
 lint_packages=(clang clang-tidy)
+package_packages=(lintian file)
 shots_packages=(fonts-inter)
 fuzz_packages=(clang libclang-rt-dev llvm)
 # The test of the program from outside: a display, a window manager, the accessibility bus and another decoder.
@@ -19,7 +20,7 @@ desktop_test_packages=(xvfb openbox at-spi2-core python3-gi python3-xlib libheif
 # Version 14 of clang-format judges, where the system has it.
 case $system in "debian 12" | "ubuntu 24.04") lint_packages+=(clang-format-14) ;; esac
 
-. packaging/dev/debian_12_codecs.sh
+. packaging/dev/debian_codecs.sh
 
 packages_log=build/packages.log
 
@@ -80,7 +81,7 @@ install_packages() {
     mkdir -p build
     say "Installing $*. This can take a few minutes; details are in $packages_log."
     : >"$packages_log"
-    ! is_debian_12 || add_debian_12_codecs
+    ! takes_newer_codecs || add_newer_codecs
     update_package_lists
     as_root env DEBIAN_FRONTEND=noninteractive apt-get install --yes --no-install-recommends --no-remove \
         -o DPkg::Lock::Timeout=300 "$@" </dev/null >>"$packages_log" 2>&1 || {

@@ -1,4 +1,4 @@
-# Copies into a portable directory what its programs need: shared libraries, Qt's plug-ins and everybody's licences.
+# Copies into a portable directory what its programs need: shared libraries and Qt's plug-ins.
 #
 #   cmake -D ROOT=DIRECTORY -D QT_PLUGINS=DIRECTORY -P collect.cmake
 #
@@ -6,6 +6,7 @@
 # system's; so do fonts.
 
 cmake_minimum_required(VERSION 3.25)
+include("${CMAKE_CURRENT_LIST_DIR}/../bundled.cmake")
 
 set(plugin_folders
   iconengines imageformats platforminputcontexts platforms platformthemes tls wayland-decoration-client
@@ -45,44 +46,11 @@ list(APPEND libraries ${loaded_by_name})
 list(REMOVE_DUPLICATES libraries)
 list(SORT libraries)
 
-file(MAKE_DIRECTORY "${ROOT}/lib" "${ROOT}/share/licenses")
-foreach(library IN LISTS libraries)
-  get_filename_component(name "${library}" NAME)
-  file(REAL_PATH "${library}" real)
-  file(COPY_FILE "${real}" "${ROOT}/lib/${name}")
-endforeach()
+ovrel_bundle("${ROOT}" lib ${libraries})
 foreach(plugin IN LISTS plugins)
   file(RELATIVE_PATH name "${QT_PLUGINS}" "${plugin}")
   get_filename_component(folder "${name}" DIRECTORY)
-  file(COPY "${plugin}" DESTINATION "${ROOT}/plugins/${folder}")
-endforeach()
-
-# Whose they are: the licence that each package lays down.
-set(packages "")
-foreach(library IN LISTS libraries plugins)
-  file(REAL_PATH "${library}" real)
-  foreach(path IN ITEMS "${library}" "${real}")
-    execute_process(COMMAND dpkg --search "${path}" OUTPUT_VARIABLE owner ERROR_QUIET RESULT_VARIABLE unknown)
-    if(NOT unknown)
-      break()
-    endif()
-    # A merged /usr is known to dpkg by its old name.
-    string(REGEX REPLACE "^/usr/lib/" "/lib/" path "${path}")
-    execute_process(COMMAND dpkg --search "${path}" OUTPUT_VARIABLE owner ERROR_QUIET RESULT_VARIABLE unknown)
-    if(NOT unknown)
-      break()
-    endif()
-  endforeach()
-  if(unknown)
-    message(FATAL_ERROR "No package owns ${library}, so its licence is not known.")
-  endif()
-  string(REGEX REPLACE ":.*" "" package "${owner}")
-  list(APPEND packages "${package}")
-endforeach()
-list(REMOVE_DUPLICATES packages)
-foreach(package IN LISTS packages)
-  file(REAL_PATH "/usr/share/doc/${package}/copyright" licence)
-  file(COPY_FILE "${licence}" "${ROOT}/share/licenses/${package}")
+  ovrel_bundle("${ROOT}" "plugins/${folder}" "${plugin}")
 endforeach()
 
 list(LENGTH libraries library_count)
