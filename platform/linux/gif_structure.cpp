@@ -16,6 +16,8 @@ constexpr std::uint8_t imageSeparator = 0x2C;
 constexpr std::uint8_t extensionIntroducer = 0x21;
 /// Some encoders close the data of an image twice; decoders in use pass over the second terminator.
 constexpr std::uint8_t blockTerminator = 0x00;
+/// More of them are no slip of an encoder but padding, which a file may hold in any length.
+constexpr std::size_t maximumTerminators = 4096;
 
 class StructureReader {
 public:
@@ -25,10 +27,13 @@ public:
     }
 
     GifStructure read() && {
+        std::size_t terminators = 0; // without anything between them
         while (const std::optional<std::uint8_t> introducer = stream_.readByte()) {
-            const bool more = *introducer == imageSeparator        ? readImage()
-                              : *introducer == extensionIntroducer ? readExtension()
-                                                                   : *introducer == blockTerminator;
+            terminators = *introducer == blockTerminator ? terminators + 1 : 0;
+            const bool more = *introducer == imageSeparator ? readImage()
+                              : *introducer == extensionIntroducer
+                                  ? readExtension()
+                                  : terminators > 0 && terminators <= maximumTerminators;
             if (!more) {
                 break;
             }

@@ -5,6 +5,7 @@
 #include "tests/support/fake_image_source.h"
 #include "tests/support/jpeg_writer.h"
 
+#include <random>
 #include <string_view>
 
 namespace ovrel::test {
@@ -29,6 +30,21 @@ JpegOptions progressive(bool arithmetic = false) {
     options.progressive = true;
     options.arithmetic = arithmetic;
     return options;
+}
+
+/// Progressive, with most coefficients other than zero.
+std::string noise(std::uint32_t side) {
+    std::minstd_rand random(1);
+    const auto sample = [&] { return static_cast<std::uint8_t>(random() >> 8); };
+    JpegOptions options = progressive();
+    options.colors = JpegColors::gray;
+    options.quality = 50;
+    return writeJpeg(makeImage(side, side,
+                               [&](std::uint32_t, std::uint32_t) {
+                                   const std::uint8_t value = sample();
+                                   return Rgba{value, value, value, 255};
+                               }),
+                     options);
 }
 
 /// `file` with another size in its header.
@@ -83,7 +99,7 @@ std::string restartsOnly() {
     for (std::size_t i = 0; i < 8; ++i) {
         restarts += "\xFF"s + static_cast<char>(0xD0 + i);
     }
-    return claiming(4'000, baseline, file.substr(0, file.size() - endOfImage.size())) + repeated(restarts, 31'250) +
+    return claiming(2'000, baseline, file.substr(0, file.size() - endOfImage.size())) + repeated(restarts, 7'812) +
            endOfImage;
 }
 
@@ -111,22 +127,23 @@ std::vector<Bomb> jpegBombs() {
     };
     std::vector<Bomb> bombs{
         row("JpegOfTenThousandScans", Ending::damaged, [] { return withMoreScans(gray(progressive()), 10'000); }),
+        row("JpegOfManyScansOfManyDetails", Ending::damaged, [] { return withMoreScans(noise(2'500), 190); }),
         row("JpegOfManyScansOfALargePicture", Ending::damaged,
             [] { return withMoreScans(claiming(6'000, progressiveHuffman, gray(progressive())), 180); }),
         row("ArithmeticJpegOfManyScansOfALargePicture", Ending::damaged,
             [] { return withMoreScans(claiming(6'000, progressiveArithmetic, gray(progressive(true))), 180); }),
         row("ArithmeticJpegOfAsManyScansAsEncodersWrite", Ending::converted,
-            [] { return withMoreScans(claiming(4'000, progressiveArithmetic, gray(progressive(true))), 20); }),
+            [] { return withMoreScans(claiming(2'000, progressiveArithmetic, gray(progressive(true))), 14); }),
         row("JpegOfTheLargestSize", Ending::lacksMemory, [] { return claiming(largestSide, baseline, gray({})); }),
         row("ProgressiveJpegOfTheLargestSize", Ending::lacksMemory,
             [] { return claiming(largestSide, progressiveHuffman, gray(progressive())); }),
         row("ArithmeticJpegOfTheLargestSize", Ending::lacksMemory,
             [arithmetic] { return claiming(largestSide, sequentialArithmetic, gray(arithmetic)); }),
-        row("ArithmeticJpegWithoutData", Ending::damaged,
-            [arithmetic] { return claiming(4'000, sequentialArithmetic, gray(arithmetic)); }),
+        row("ArithmeticJpegWithLittleData", Ending::converted,
+            [arithmetic] { return claiming(2'000, sequentialArithmetic, gray(arithmetic)); }),
         row("JpegOfInksOfTheLargestSize", Ending::lacksMemory, [] { return claiming(largestSide, baseline, inks()); }),
         row("JpegOfNothingButRestarts", Ending::converted, restartsOnly),
-        row("JpegOfTenMillionComments", Ending::converted, manySegments),
+        row("JpegOfTenMillionComments", Ending::damaged, manySegments),
         row("JpegOfManyPictures", Ending::converted, manyPictures),
         row("JpegWithCircularExif", Ending::converted, circularExif),
     };

@@ -84,8 +84,8 @@ std::string pngOfManyFrames() {
 std::vector<Bomb> pngBombs() {
     return {
         {"PngOfZeros", "a.png", Ending::lacksMemory, [] { return blackPng(20'000); }},
-        {"PngOfZerosThatFits", "a.png", Ending::converted, [] { return blackPng(4'000); }},
-        {"InterlacedPngOfZeros", "a.png", Ending::converted, [] { return interlacedBlackPng(3'000); }},
+        {"PngOfZerosThatFits", "a.png", Ending::converted, [] { return blackPng(3'000); }},
+        {"InterlacedPngOfZeros", "a.png", Ending::converted, [] { return interlacedBlackPng(2'000); }},
         {"PngOfTheLargestSize", "a.png", Ending::lacksMemory, [] { return largestPng(false); }},
         {"InterlacedPngOfTheLargestSize", "a.png", Ending::lacksMemory, [] { return largestPng(true); }},
         {"PngOfOneLongRow", "a.png", Ending::lacksMemory, oneRowPng},
@@ -98,14 +98,18 @@ std::vector<Bomb> pngBombs() {
              const std::string chunks = repeated(pngChunk("tEXt", std::string("a\0", 2)), million);
              return smallPng(chunks, chunks);
          }},
-        {"PngOfAMillionEmptyImageDataChunks", "a.png", Ending::converted,
+        {"PngOfAMillionEmptyImageDataChunks", "a.png", Ending::damaged,
          [] {
              return png(smallHeader(),
                         repeated(pngChunk("IDAT", ""), million) + pngChunk("IDAT", packedZeros(smallBytes)));
          }},
+        {"PngOfFiveMillionChunks", "a.png", Ending::damaged,
+         [] { return smallPng(repeated(pngChunk("juNk", ""), 5 * million)); }},
         {"PngOfTwoBillionFrames", "a.png", Ending::converted, pngOfManyFrames},
-        {"PngWithoutEnd", "a.png", Ending::damaged,
-         [] { return pngSignature + pngChunk("IHDR", smallHeader()) + pngInteger(0); }, 1024 * gibi},
+        {"PngWithoutEnd", "a.png", Ending::damaged, [] { return pngSignature + pngChunk("IHDR", smallHeader()); },
+         1024 * gibi},
+        {"PngOfBillionsOfZeros", "a.png", Ending::damaged,
+         [] { return pngSignature + pngChunk("IHDR", smallHeader()); }, 3 * gibi},
     };
 }
 

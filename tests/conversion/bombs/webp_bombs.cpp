@@ -64,7 +64,7 @@ std::vector<Bomb> webpBombs() {
     return {
         {"WebpOfTheLargestSize", "a.webp", Ending::lacksMemory,
          [] { return riff(plainLossless(largestSide, largestSide)); }},
-        {"WebpOfOneColourThatFits", "a.webp", Ending::converted, [] { return riff(plainLossless(4'000, 4'000)); }},
+        {"WebpOfOneColourThatFits", "a.webp", Ending::converted, [] { return riff(plainLossless(2'000, 2'000)); }},
         {"LossyWebpOfTheLargestSizeWithoutData", "a.webp", Ending::lacksMemory,
          [] { return riff(emptyLossy(largestSide - 1)); }},
         {"WebpOnALargerCanvas", "a.webp", Ending::damaged,
