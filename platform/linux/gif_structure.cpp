@@ -27,14 +27,8 @@ public:
     }
 
     GifStructure read() && {
-        std::size_t terminators = 0; // without anything between them
         while (const std::optional<std::uint8_t> introducer = stream_.readByte()) {
-            terminators = *introducer == blockTerminator ? terminators + 1 : 0;
-            const bool more = *introducer == imageSeparator ? readImage()
-                              : *introducer == extensionIntroducer
-                                  ? readExtension()
-                                  : terminators > 0 && terminators <= maximumTerminators;
-            if (!more) {
+            if (!readBlock(*introducer)) {
                 break;
             }
         }
@@ -42,6 +36,17 @@ public:
     }
 
 private:
+    /// \return false when nothing may follow
+    bool readBlock(std::uint8_t introducer) {
+        terminators_ = introducer == blockTerminator ? terminators_ + 1 : 0;
+        switch (introducer) {
+        case imageSeparator: return readImage();
+        case extensionIntroducer: return readExtension();
+        case blockTerminator: return terminators_ <= maximumTerminators;
+        default: return false;
+        }
+    }
+
     /// \return false when the file ends inside the block; so do the others
     bool readImage() {
         GifFrame frame = control_;
@@ -147,7 +152,8 @@ private:
 
     GifStream& stream_;
     GifStructure structure_;
-    GifFrame control_; ///< what a graphic control extension said of the next image
+    GifFrame control_;            ///< what a graphic control extension said of the next image
+    std::size_t terminators_ = 0; ///< without anything between them
 };
 
 } // namespace

@@ -21,8 +21,8 @@ namespace ovrel {
 
 namespace {
 
-/// The side of a square that holds as many pixels as a picture may have; libheif's own limit in all its versions. What
-/// is below it is compared with the memory that is left.
+/// The side of a square that holds as many pixels as a picture may have, as libheif itself has it. What is below is
+/// compared with the memory that is left.
 constexpr int largestSquare = 32768;
 
 /// Sets what libheif refuses before it takes memory. Its limits on items, extents and blocks are sound as they are.

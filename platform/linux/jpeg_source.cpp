@@ -34,8 +34,8 @@ constexpr int maximumScans = 200;
 
 /// So in a large picture scans are limited by the blocks of coefficients that they pass over: encoders go over each
 /// block up to eight times. A block takes half a microsecond at worst.
-constexpr std::uint64_t maximumPasses = 16;
-constexpr std::uint64_t alwaysAllowedBlocks = std::uint64_t{1} << 24;
+constexpr std::uint64_t maximumPasses = 12;
+constexpr std::uint64_t alwaysAllowedBlocks = std::uint64_t{1} << 23;
 
 /// Compressed samples take less than this; the rest of a file is padding, which is read no further.
 constexpr std::uint64_t mostBytesOfSample = 8;

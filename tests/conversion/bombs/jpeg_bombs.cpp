@@ -32,13 +32,13 @@ JpegOptions progressive(bool arithmetic = false) {
     return options;
 }
 
-/// Progressive, with most coefficients other than zero.
+/// Progressive, with nearly all coefficients other than zero.
 std::string noise(std::uint32_t side) {
     std::minstd_rand random(1);
     const auto sample = [&] { return static_cast<std::uint8_t>(random() >> 8); };
     JpegOptions options = progressive();
     options.colors = JpegColors::gray;
-    options.quality = 50;
+    options.quality = 100;
     return writeJpeg(makeImage(side, side,
                                [&](std::uint32_t, std::uint32_t) {
                                    const std::uint8_t value = sample();
@@ -127,7 +127,7 @@ std::vector<Bomb> jpegBombs() {
     };
     std::vector<Bomb> bombs{
         row("JpegOfTenThousandScans", Ending::damaged, [] { return withMoreScans(gray(progressive()), 10'000); }),
-        row("JpegOfManyScansOfManyDetails", Ending::damaged, [] { return withMoreScans(noise(2'500), 190); }),
+        row("JpegOfManyScansOfManyDetails", Ending::converted, [] { return withMoreScans(noise(1'200), 190); }),
         row("JpegOfManyScansOfALargePicture", Ending::damaged,
             [] { return withMoreScans(claiming(6'000, progressiveHuffman, gray(progressive())), 180); }),
         row("ArithmeticJpegOfManyScansOfALargePicture", Ending::damaged,
