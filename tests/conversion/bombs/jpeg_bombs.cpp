@@ -127,7 +127,7 @@ std::vector<Bomb> jpegBombs() {
     };
     std::vector<Bomb> bombs{
         row("JpegOfTenThousandScans", Ending::damaged, [] { return withMoreScans(gray(progressive()), 10'000); }),
-        row("JpegOfManyScansOfManyDetails", Ending::converted, [] { return withMoreScans(noise(1'200), 190); }),
+        row("JpegOfManyScansOfManyDetails", Ending::converted, [] { return withMoreScans(noise(1'000), 190); }),
         row("JpegOfManyScansOfALargePicture", Ending::damaged,
             [] { return withMoreScans(claiming(6'000, progressiveHuffman, gray(progressive())), 180); }),
         row("ArithmeticJpegOfManyScansOfALargePicture", Ending::damaged,
