@@ -27,6 +27,12 @@ using Decoder = std::unique_ptr<avifDecoder, DecoderDeleter>;
 /// Width and height of an AV1 frame are stored in up to 16 bits.
 constexpr std::uint32_t largestDimension = 65536;
 
+/// Pixels of a picture; libavif takes no more.
+constexpr std::uint32_t maximumPixels = AVIF_DEFAULT_IMAGE_SIZE_LIMIT;
+
+/// As many as of a GIF. libavif keeps a record of each, while the file may name all of them in a few bytes.
+constexpr std::uint32_t maximumFrames = 200'000;
+
 /// The part of a coded picture that is to be shown.
 struct Crop {
     std::uint32_t left = 0;
@@ -228,11 +234,23 @@ Decoder makeDecoder() {
     }
     // Viewers show files that lack a pixi property or state an unusual clean aperture; so do we.
     decoder->strictFlags = AVIF_STRICT_DISABLED;
+    decoder->imageSizeLimit = maximumPixels;
     decoder->imageDimensionLimit = largestDimension;
+    decoder->imageCountLimit = maximumFrames;
     decoder->ignoreExif = AVIF_TRUE; // orientation is stated by irot and imir alone
     decoder->ignoreXMP = AVIF_TRUE;
     decoder->maxThreads = 1;
     return decoder;
+}
+
+/// The coded picture may be of another size than the header says; libavif scales it then. The decoder of AV1 takes
+/// memory for what it meets, so that shall not be much more than what was compared with the memory that is left.
+void limitCodedSize(avifDecoder& decoder) {
+    constexpr std::uint64_t anySize = std::uint64_t{1} << 20;
+    constexpr std::uint64_t mostShrinking = 4;
+    const std::uint64_t stated = std::uint64_t{decoder.image->width} * decoder.image->height;
+    decoder.imageSizeLimit = static_cast<std::uint32_t>(
+        std::min<std::uint64_t>(decoder.imageSizeLimit, std::max(anySize, mostShrinking * stated)));
 }
 
 std::unique_ptr<ImageSource> openBytes(std::vector<std::uint8_t> bytes, Decoder decoder) {
@@ -240,6 +258,7 @@ std::unique_ptr<ImageSource> openBytes(std::vector<std::uint8_t> bytes, Decoder 
         !succeeded(avifDecoderParse(decoder.get())) || decoder->imageCount < 1) {
         return nullptr;
     }
+    limitCodedSize(*decoder);
     return std::make_unique<AvifSource>(std::move(bytes), std::move(decoder));
 }
 

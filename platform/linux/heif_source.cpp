@@ -21,6 +21,18 @@ namespace ovrel {
 
 namespace {
 
+/// The side of a square that holds as many pixels as a picture may have, as libheif itself has it. What is below is
+/// compared with the memory that is left.
+constexpr int largestSquare = 32768;
+
+/// Sets what libheif refuses before it takes memory. Its limits on items, extents and blocks are sound as they are.
+void setLimits(heif_context* context) {
+    heif_context_set_maximum_image_size_limit(context, largestSquare);
+#if LIBHEIF_HAVE_VERSION(1, 19, 0)
+    heif_context_get_security_limits(context)->max_color_profile_size = ColorSpace::maximumProfileBytes;
+#endif
+}
+
 std::uint64_t bigEndian(std::span<const std::uint8_t> bytes) {
     return std::accumulate(bytes.begin(), bytes.end(), std::uint64_t{0},
                            [](std::uint64_t value, std::uint8_t byte) { return value << 8 | byte; });
@@ -252,6 +264,7 @@ std::unique_ptr<ImageSource> openHeif(InputFile file) {
         return nullptr;
     }
     heif_context_set_max_decoding_threads(context.get(), 0);
+    setLimits(context.get());
     if (!succeeded(heif_context_read_from_memory_without_copy(context.get(), bytes->data(), bytes->size(), nullptr))) {
         return nullptr;
     }

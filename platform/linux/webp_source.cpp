@@ -173,13 +173,15 @@ private:
     std::size_t readableFrames_;
 };
 
-/// \return the content of the first chunk of this name (RFC 9649, section 2.7.1); empty when there is none
+/// \return the content of the first chunk of this name (RFC 9649, section 2.7.1); empty when there is none, or one
+///         larger than the profiles that are used, which Exif keeps far below
 std::vector<std::uint8_t> chunk(const WebPDemuxer* demuxer, const char* name) {
     WebPChunkIterator iterator;
     if (!WebPDemuxGetChunk(demuxer, name, 1, &iterator)) {
         return {};
     }
-    std::vector<std::uint8_t> content(iterator.chunk.bytes, iterator.chunk.bytes + iterator.chunk.size);
+    const std::size_t size = iterator.chunk.size <= ColorSpace::maximumProfileBytes ? iterator.chunk.size : 0;
+    std::vector<std::uint8_t> content(iterator.chunk.bytes, iterator.chunk.bytes + size);
     WebPDemuxReleaseChunkIterator(&iterator);
     return content;
 }
