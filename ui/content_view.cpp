@@ -19,7 +19,7 @@
 #include <QPainter>
 #include <QScrollBar>
 
-#include <algorithm>
+#include <utility>
 
 namespace ovrel {
 
@@ -79,7 +79,6 @@ ContentView::ContentView(Services services, QWidget* parent)
     connect(&model_, &Model::errorChanged, this, &ContentView::takeError);
     connect(&model_, &Model::languageChanged, this, &ContentView::takeAlertTexts);
     connect(&model_, &Model::languageChanged, this, [this] {
-        arrange();
         if (shown_) {
             loadBanner();
         }
@@ -158,8 +157,7 @@ void ContentView::arrange() {
     grid_->setColumnMinimumWidth(4, of.margin - InspectorPanel::margin);
     grid_->setRowMinimumHeight(1, of.vertical);
     grid_->setRowMinimumHeight(3, of.vertical);
-    inspector_->setFixedWidth(std::max(of.inspector + 2 * InspectorPanel::margin, inspector_->leastWidth()));
-    inspector_->setGap(height() < tallHeight ? 8 : 12);
+    inspector_->setMetrics(of.inspector + 2 * InspectorPanel::margin, height() < tallHeight);
 }
 
 void ContentView::loadBanner() {

@@ -93,9 +93,20 @@ void expectNothingOverlaps(QWidget& parent) {
     }
 }
 
+QScrollArea& settingsOf(WindowFixture& fixture) {
+    return *fixture.window().findChild<QScrollArea*>();
+}
+
+/// They scroll upwards, but have no way to the side.
+void expectTheSettingsAreWide(const QScrollArea& settings) {
+    EXPECT_GE(settings.viewport()->width(), settings.widget()->minimumSizeHint().width());
+    EXPECT_LE(settings.widget()->width(), settings.viewport()->width());
+}
+
 void expectGoodLayout(WindowFixture& fixture) {
     settle();
     expectNoTextIsCut(fixture.window());
+    expectTheSettingsAreWide(settingsOf(fixture));
     expectNothingOverlaps(fixture.content());
 }
 
@@ -141,6 +152,17 @@ const std::vector<State> states{
          fixture.model().start();
          fixture.awaitCompleted(2);
          fixture.awaitIdle();
+     }},
+    {"banner",
+     [](WindowFixture& fixture) {
+         fixture.prepare({"a.png"});
+         fixture.answerBanner();
+     }},
+    {"banner, running",
+     [](WindowFixture& fixture) {
+         fixture.prepare({"a.png"});
+         fixture.start();
+         fixture.answerBanner();
      }},
 };
 
@@ -204,6 +226,9 @@ TEST(WindowMeasures, FitsIntoItsSmallestSizeInBothLanguages) {
             settle();
             EXPECT_EQ(fixture.content().minimumSizeHint(), QSize(930, 690)) << state.name;
             EXPECT_EQ(fixture.window().size(), QSize(930, 690)) << state.name;
+            // What does not take the keyboard could not be brought up.
+            EXPECT_EQ(settingsOf(fixture).verticalScrollBar()->maximum(), 0)
+                << state.name << ", " << language.rawValue().toStdString();
         }
     }
 }
@@ -259,10 +284,9 @@ TEST(LargeText, ScrollsTheSettingsAndStaysWhole) {
     // A small screen still holds it.
     EXPECT_LE(fixture.content().minimumSizeHint().width(), 1366);
     EXPECT_LE(fixture.content().minimumSizeHint().height(), 768);
-    const QScrollArea& settings = *fixture.window().findChild<QScrollArea*>();
+    const QScrollArea& settings = settingsOf(fixture);
     EXPECT_EQ(settings.verticalScrollBar()->maximum(),
               std::max(0, settings.widget()->height() - settings.viewport()->height()));
-    EXPECT_LE(settings.widget()->width(), settings.viewport()->width());
 }
 
 TEST(WindowTheme, ChangesTheColorsOfWhatIsShown) {
