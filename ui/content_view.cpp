@@ -13,11 +13,12 @@
 #include "updates/update_manager.h"
 
 #include <QAction>
+#include <QEvent>
 #include <QGridLayout>
 #include <QLabel>
 #include <QMessageBox>
 #include <QPainter>
-#include <QScrollBar>
+#include <QtMath>
 
 #include <utility>
 
@@ -121,6 +122,13 @@ void ContentView::resizeEvent(QResizeEvent* event) {
     arrange();
 }
 
+void ContentView::changeEvent(QEvent* event) {
+    if (event->type() == QEvent::StyleChange) {
+        arrange();
+    }
+    QWidget::changeEvent(event);
+}
+
 void ContentView::paintEvent(QPaintEvent* /*event*/) {
     QPainter(this).fillRect(rect(), colors().window);
 }
@@ -149,8 +157,10 @@ void ContentView::makeActions() {
 
 void ContentView::arrange() {
     const Measures of = measuresIn(size());
-    header_->setMetrics(of.header, of.margin);
-    footer_->setMetrics(width(), of.margin);
+    const bool compact = width() < qFloor(smallest.width() * textScale());
+    header_->setMetrics(of.header, of.margin, compact);
+    queue_->setCompact(compact);
+    footer_->setMetrics(width(), of.margin, compact);
     // The column of settings has a margin of its own.
     grid_->setColumnMinimumWidth(0, of.margin);
     grid_->setColumnMinimumWidth(2, of.gap - InspectorPanel::margin);

@@ -69,9 +69,10 @@ FooterBar::FooterBar(Model& model, const BannerModel& banner, LinkOpener openLin
     takeBanner();
 }
 
-void FooterBar::setMetrics(int windowWidth, int margin) {
+void FooterBar::setMetrics(int windowWidth, int margin, bool compact) {
     windowWidth_ = windowWidth;
     margin_ = margin;
+    compact_ = compact;
     arrange();
 }
 
@@ -194,11 +195,8 @@ void FooterBar::arrange() {
     for (Button* button : {open_, convert_, stop_}) {
         button->setDesignedHeight(stacked ? stackedButton : metrics::largeButton);
     }
-    // With large type the buttons stand one above the other.
-    const int room = windowWidth_ - 2 * margin_ - (view_ != nullptr ? banner.width + margin_ : 0);
-    const int needed = open_->sizeHint().width() + buttonRow_->spacing() +
-                       std::max(convert_->sizeHint().width(), stop_->sizeHint().width());
-    buttonRow_->setDirection(needed > room * 3 / 4 && !stacked ? QBoxLayout::TopToBottom : QBoxLayout::LeftToRight);
+    buttonRow_->setDirection(compact_ ? QBoxLayout::TopToBottom : QBoxLayout::LeftToRight);
+    buttonRow_->setSpacing(compact_ ? 6 : 10);
     work_->setDirection(stacked ? QBoxLayout::TopToBottom : QBoxLayout::LeftToRight);
     work_->setSpacing(stacked ? 4 : 16);
     const int vertical = stacked ? 8 : 10;

@@ -69,6 +69,10 @@ QueuePanel::QueuePanel(Model& model, QWidget* parent)
     takeState();
 }
 
+void QueuePanel::setCompact(bool compact) {
+    hint_->setVisible(!compact);
+}
+
 void QueuePanel::takeFocus() {
     if (model_.items().isEmpty()) {
         dropZone_->chooseFiles().setFocus();

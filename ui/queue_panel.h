@@ -38,6 +38,9 @@ public:
     QueueView& list() { return *list_; }
     DropZone& dropZone() { return *dropZone_; }
 
+    /// \param compact whether the text is large for the width of the window
+    void setCompact(bool compact);
+
     /// Puts the focus where work begins.
     void takeFocus();
 

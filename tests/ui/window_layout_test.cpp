@@ -270,10 +270,46 @@ TEST(WindowMeasures, GivesTheRegionsTheirPlaces) {
     }
 }
 
+bool isTextLarge() {
+    return qEnvironmentVariable("QT_FONT_DPI") == QStringLiteral("192");
+}
+
+TEST(LargeText, LeavesOutWhatCanBeDoneWithout) {
+    for (const AppLanguage language : AppLanguage::allCases) {
+        for (const bool hasBanner : {false, true}) {
+            for (const QSize size : {QSize(930, 690), QSize(1281, 780), QSize(1600, 1000)}) {
+                const testing::ScopedTrace where(__FILE__, __LINE__,
+                                                 language.rawValue().toStdString() + (hasBanner ? ", banner, " : ", ") +
+                                                     std::to_string(size.width()));
+                WindowFixture fixture(language);
+                fixture.window().resize(size);
+                fixture.show();
+                fixture.prepare({"a.png"});
+                if (hasBanner) {
+                    fixture.answerBanner();
+                }
+                settle();
+                Model& model = fixture.model();
+                EXPECT_EQ(shows(fixture.window(), model.t(QStringLiteral("Обработка файлов на вашем Mac"))),
+                          !isTextLarge());
+                EXPECT_EQ(shows(fixture.window(), model.t(QStringLiteral("Выделить несколько: ⌘ или ⇧ + клик"))),
+                          !isTextLarge());
+                const auto button = [&](const char* text) {
+                    QWidget& found = control(fixture.window(), model.t(QString::fromUtf8(text)));
+                    return QRect(found.mapTo(&fixture.window(), QPoint()), found.size());
+                };
+                const QRect open = button("Открыть папку результата");
+                const QRect convert = button("Преобразовать в AVIF");
+                EXPECT_EQ(open.bottom() < convert.top(), isTextLarge());
+                EXPECT_EQ(open.right() < convert.left(), !isTextLarge());
+            }
+        }
+    }
+}
+
 TEST(LargeText, ScrollsTheSettingsAndStaysWhole) {
     // Twice the usual size asks for a larger window, not for an unreadable one.
-    const bool isLarge = qEnvironmentVariable("QT_FONT_DPI") == QStringLiteral("192");
-    EXPECT_EQ(QFontMetrics(fontOf(TextStyle::body)).height() > 25, isLarge);
+    EXPECT_EQ(QFontMetrics(fontOf(TextStyle::body)).height() > 25, isTextLarge());
     WindowFixture fixture(AppLanguage::russian);
     fixture.window().resize(930, 690);
     fixture.show();
