@@ -193,7 +193,7 @@ void QueuePanel::paintEvent(QPaintEvent* /*event*/) {
     pen.setCapStyle(Qt::FlatCap);
     painter.setPen(pen);
     painter.setBrush(Qt::NoBrush);
-    const double inset = invites ? dropInset + pen.widthF() / 2 : 2;
+    const double inset = dropInset + pen.widthF() / 2;
     painter.drawRoundedRect(QRectF(rect()).adjusted(inset, inset, -inset, -inset), dropRadius, dropRadius);
 }
 
