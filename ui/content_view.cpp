@@ -56,6 +56,7 @@ constexpr int tallHeight = 740;
 ContentView::ContentView(Services services, QWidget* parent)
     : QWidget(parent)
     , model_(services.model)
+    , qtTexts_(model_)
     , banner_(services.fetch)
     , updater_(*services.model.updateManager)
     , grid_(new QGridLayout(this))
