@@ -29,12 +29,15 @@ void describeProgram() {
     QGuiApplication::setDesktopFileName(QStringLiteral(OVREL_APPLICATION_ID));
 }
 
-/// The files and folders that the command line names. Other options than those of Qt end the program with their help.
+/// The files and folders that the command line names. Most options but those of Qt end the program with their help.
 std::vector<std::filesystem::path> filesOf(const QStringList& arguments) {
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("Converts JPG, PNG, WebP and GIF images to AVIF."));
     parser.addHelpOption();
     parser.addVersionOption();
+    QCommandLineOption relaunched(PortableStart::relaunchedOption(), {}, QStringLiteral("version"));
+    relaunched.setFlags(QCommandLineOption::HiddenFromHelp);
+    parser.addOption(relaunched);
     parser.addPositionalArgument(QStringLiteral("files"), QStringLiteral("Images and folders to add to the list."),
                                  QStringLiteral("[files…]"));
     parser.process(arguments);

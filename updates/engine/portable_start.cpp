@@ -4,6 +4,7 @@
 #include "updates/installation/clean_environment.h"
 #include "updates/installation/file_identity.h"
 #include "updates/installation/installation_snapshot.h"
+#include "updates/installation/program_start.h"
 #include "updates/installation/recovery.h"
 
 #include <QString>
@@ -59,6 +60,10 @@ PortableStart::~PortableStart() {
 
 PortableStart* PortableStart::ofThisProgram() {
     return ofProgram;
+}
+
+QString PortableStart::relaunchedOption() {
+    return QString::fromLatin1(ovrel::relaunchedOption);
 }
 
 void PortableStart::recover(const std::filesystem::path& program, char** arguments) {

@@ -35,6 +35,9 @@ public:
 
     const InstallationVerdict& installation() const { return installation_; }
 
+    /// The option that the program is started with after an update; its value is the version.
+    static QString relaunchedOption();
+
     /// The installation's folder; empty unless it is portable.
     const std::filesystem::path& directory() const { return directory_; }
 
