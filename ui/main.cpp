@@ -30,16 +30,20 @@ void describeProgram() {
 }
 
 /// The files and folders that the command line names. Most options but those of Qt end the program with their help.
-std::vector<std::filesystem::path> filesOf(const QStringList& arguments) {
+std::vector<std::filesystem::path> filesOf(const QStringList& arguments, const PortableStart& start) {
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("Converts JPG, PNG, WebP and GIF images to AVIF."));
-    parser.addHelpOption();
-    parser.addVersionOption();
+    const QCommandLineOption help = parser.addHelpOption();
+    const QCommandLineOption version = parser.addVersionOption();
     QCommandLineOption relaunched(PortableStart::relaunchedOption(), {}, QStringLiteral("version"));
     relaunched.setFlags(QCommandLineOption::HiddenFromHelp);
     parser.addOption(relaunched);
     parser.addPositionalArgument(QStringLiteral("files"), QStringLiteral("Images and folders to add to the list."),
                                  QStringLiteral("[files…]"));
+    if (!parser.parse(arguments) || parser.isSet(help) || parser.isSet(QStringLiteral("help-all")) ||
+        parser.isSet(version)) {
+        start.disregard();
+    }
     parser.process(arguments);
     std::vector<std::filesystem::path> files;
     for (const QString& argument : parser.positionalArguments()) {
@@ -66,9 +70,10 @@ int main(int argc, char** argv) {
     const QString token = startToken();
     describeProgram();
     const QApplication application(argc, argv);
-    const std::vector<std::filesystem::path> files = filesOf(QCoreApplication::arguments());
+    const std::vector<std::filesystem::path> files = filesOf(QCoreApplication::arguments(), start);
     SingleInstance instance(QStringLiteral(OVREL_APPLICATION_ID));
     if (!instance.becomeFirst() && instance.handOver(files, token)) {
+        start.disregard();
         return 0;
     }
 

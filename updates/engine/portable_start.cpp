@@ -75,6 +75,7 @@ void PortableStart::recover(const std::filesystem::path& program, char** argumen
         reportKept(kept);
     }
     failedVersion_ = report.failedVersion;
+    counted_ = report.counted;
     if (report.restart) {
         const std::filesystem::path installed = directory_.parent_path() / place_->name() / program;
         instance_.reset();
@@ -95,6 +96,18 @@ void PortableStart::remember(const EngineState& state) {
         TreeCalls calls;
         forgetFailedVersion(calls, *place_, *failedVersion_);
         failedVersion_.reset();
+    } catch (const std::system_error& error) {
+        qWarning("Updates: %s", error.what());
+    }
+}
+
+void PortableStart::disregard() const {
+    if (!counted_) {
+        return;
+    }
+    try {
+        TreeCalls calls;
+        discountStart(calls, *place_);
     } catch (const std::system_error& error) {
         qWarning("Updates: %s", error.what());
     }

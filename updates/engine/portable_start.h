@@ -51,6 +51,10 @@ public:
     /// goes. Takes as long as the removal of a tree; any thread.
     void confirmHealthy(const EngineState& state, const QString& version) const;
 
+    /// To be called by a program that ends by itself without a window, because it was asked for words alone or has
+    /// handed its files over: this start is no sign that its version fails.
+    void disregard() const;
+
 private:
     /// \param program its path in the installation's folder
     void recover(const std::filesystem::path& program, char** arguments);
@@ -61,6 +65,7 @@ private:
     std::optional<InstallationPlace> place_;
     std::optional<InstanceLock> instance_;
     std::optional<std::string> failedVersion_;
+    bool counted_ = false; ///< this start may take its version back, unless it turns out well
 };
 
 } // namespace ovrel

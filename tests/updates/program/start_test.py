@@ -62,6 +62,19 @@ class StartTest(unittest.TestCase):
         program.send_signal(signal.SIGTERM)
         self.assertEqual(program.wait(LIMIT_SECONDS), 0)
 
+    def test_counts_no_start_that_only_says_something(self):
+        for word, status, says in [("--version", 0, "Ovrel "), ("--help", 0, "[files…]"),
+                                   ("--help-all", 0, "--platform"), ("--wrong", 1, "wrong")]:
+            with self.subTest(word):
+                for _ in range(3):
+                    found_status, said = self.run_to_its_end(word)
+                    self.assertEqual(found_status, status)
+                    self.assertIn(says, said)
+                    self.assertNotIn("relaunched", said)
+                self.assertEqual(self.installation.starts(), 0)
+        self.assertEqual(self.installation.version(), "2.4")
+        self.assertEqual(self.installation.hidden(), LEFT_BY_AN_UPDATE)
+
     def test_takes_back_a_version_that_shows_no_window(self):
         def fail():
             return self.run_to_its_end(QT_QPA_PLATFORM="none")[0]
@@ -72,6 +85,29 @@ class StartTest(unittest.TestCase):
             self.assertEqual(self.installation.version(), "2.4")
         fail()
         self.assertEqual(self.installation.version(), "2.3")
+
+    def test_counts_no_start_that_hands_over_to_a_program_elsewhere(self):
+        daemon = subprocess.Popen(["dbus-daemon", "--session", "--nofork", "--nopidfile", "--nosyslog",
+                                   f"--address=unix:path={self.home}/bus", "--print-address=1"],
+                                  stdout=subprocess.PIPE, text=True, **AS_USER)
+        self.addCleanup(daemon.communicate)
+        self.addCleanup(daemon.kill)
+        self.environment["DBUS_SESSION_BUS_ADDRESS"] = daemon.stdout.readline().strip()
+        other = Installation(self.folder / "other", files_of("2.3"))
+        first = self.start(of=other)
+        # The first one has the name before it shows its window.
+        self.assertTrue(wait_until(lambda: self.has_name(APPLICATION)))
+        for _ in range(3):
+            self.assertEqual(self.run_to_its_end(), (0, ""))
+            self.assertEqual(self.installation.starts(), 0)
+        self.assertIsNone(first.poll())
+        self.assertEqual(self.installation.version(), "2.4")
+
+    def has_name(self, name):
+        command = ["dbus-send", "--session", "--print-reply=literal", "--dest=org.freedesktop.DBus", "/",
+                   "org.freedesktop.DBus.NameHasOwner", f"string:{name}"]
+        return "true" in subprocess.run(command, env=self.environment, check=True, capture_output=True, text=True,
+                                        **AS_USER).stdout
 
 
 if __name__ == "__main__":
