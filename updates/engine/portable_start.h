@@ -47,8 +47,8 @@ public:
     /// What the engine has to remember of a version that did not start. Call it once.
     void remember(const EngineState& state);
 
-    /// To be called once the main window has been shown: this version stays, counts as installed, and the one before it
-    /// goes. Takes as long as the removal of a tree; any thread.
+    /// To be called once the main window has been shown and the program has lived on: this version stays, counts as
+    /// installed, and the one before it goes. Takes as long as the removal of a tree; any thread.
     void confirmHealthy(const EngineState& state, const QString& version) const;
 
     /// To be called by a program that ends by itself without a window, because it was asked for words alone or has
