@@ -107,7 +107,8 @@ void Preparation::check() const {
     expectation.system = systemName;
     expectation.architecture = environment_.machine.architecture;
     checkManifest(readManifest(tree_->directory.get()), expectation, compareVersions);
-    checkProgram(tree_->directory.get(), environment_.machine.architecture);
+    checkPrograms(tree_->directory.get(), environment_.machine.architecture);
+    checkInstallation(tree_->directory.get(), environment_.application);
 }
 
 PendingInstallation Preparation::launch() && {

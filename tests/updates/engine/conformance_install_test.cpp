@@ -532,6 +532,18 @@ TEST_F(UpdaterInstallation, RefusesAnArchiveWithoutAProgramForThisComputer) {
     }
 }
 
+TEST_F(UpdaterInstallation, RefusesAnArchiveThatWouldBeTheLastUpdate) {
+    for (const char* const name : {"bin/ovrel-installer", "portable-installation", "installed-files.txt"}) {
+        SCOPED_TRACE(name);
+        std::vector<TarEntry> entries = tree("1.1");
+        ASSERT_EQ(std::erase_if(entries, [&](const TarEntry& entry) { return entry.path.ends_with(name); }), 1U);
+        checkArchive(writeTar(entries));
+        EXPECT_EQ(recorder_.count("U.showUpdaterError 4005/3002"), 1);
+        EXPECT_EQ(recorder_.count(ready[0]), 0);
+        EXPECT_TRUE(isUnchanged());
+    }
+}
+
 TEST_F(UpdaterInstallation, IsLeftToOneUpdaterAtATime) {
     prepare();
     Recorder other;
