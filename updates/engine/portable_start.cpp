@@ -7,6 +7,7 @@
 #include "updates/installation/program_start.h"
 #include "updates/installation/recovery.h"
 
+#include <QFile>
 #include <QString>
 #include <QtGlobal>
 
@@ -118,7 +119,7 @@ void PortableStart::confirmHealthy(const EngineState& state, const QString& vers
         return;
     }
     // Not before: a version that is taken back may be installed again.
-    if (!state.recordInstalled(version)) {
+    if (!state.recordInstalled(QFile::decodeName(directory_.c_str()), version)) {
         qWarning("Updates: the installed version could not be remembered.");
     }
     try {

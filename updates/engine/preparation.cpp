@@ -101,7 +101,7 @@ void Preparation::check() const {
     expectation.application = environment_.application;
     expectation.feedVersion = item_.item.versionString;
     expectation.installedVersion = environment_.version;
-    if (const QString highest = environment_.state.highestVersion(); !highest.isEmpty()) {
+    if (const QString highest = environment_.highestVersion(); !highest.isEmpty()) {
         expectation.highestVersion = highest;
     }
     expectation.system = systemName;
