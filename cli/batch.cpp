@@ -49,6 +49,7 @@ public:
             tellOfAll();
         } catch (...) {
             // The workers are waited for while this leaves, so they must not go on.
+            const std::lock_guard lock(mutex_);
             breakOff(std::current_exception());
             throw;
         }
@@ -94,9 +95,8 @@ private:
         }
     }
 
-    /// Ends the batch because of what no step is to blame for. The first reason counts.
+    /// Ends the batch, whose mutex is held, because of what no step is to blame for. The first reason counts.
     void breakOff(std::exception_ptr failure) {
-        const std::lock_guard lock(mutex_);
         if (!failure_) {
             failure_ = std::move(failure);
         }
@@ -108,18 +108,20 @@ private:
 
     /// The life of a worker.
     void workOn() {
+        std::unique_lock lock(mutex_);
         try {
-            takeSteps();
+            takeSteps(lock);
         } catch (...) {
+            if (!lock.owns_lock()) {
+                lock.lock();
+            }
             breakOff(std::current_exception());
         }
-        const std::lock_guard lock(mutex_);
         --working_;
         changed_.notify_all();
     }
 
-    void takeSteps() {
-        std::unique_lock lock(mutex_);
+    void takeSteps(std::unique_lock<std::mutex>& lock) {
         for (std::size_t step = nextHead(lock); step != Step::none; step = nextHead(lock)) {
             for (; step != Step::none && !isEnding(); step = plan_[step].follower) {
                 progress_.current = &plan_[step];
