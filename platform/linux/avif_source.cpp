@@ -2,6 +2,7 @@
 
 #include "platform/linux/av1_image.h"
 #include "platform/linux/color_profiles.h"
+#include "platform/linux/memory_watch.h"
 #include "platform/linux/upright_rows.h"
 #include "platform/memory.h"
 
@@ -96,10 +97,16 @@ ColorSpace colorSpaceOf(const avifImage& image) {
     return colorSpaceFromProfile(icc, isGray ? ColorModel::gray : ColorModel::rgb);
 }
 
-/// \throws std::bad_alloc when that was the reason of a failure
-bool succeeded(avifResult result) {
+/// Calls libavif. \throws std::bad_alloc when memory was the reason of a failure, which the AV1 decoder does not tell
+template <typename Call>
+bool succeeds(const Call& call) {
+    const MemoryWatch memory;
+    const avifResult result = call();
     if (result == AVIF_RESULT_OUT_OF_MEMORY) {
         throw std::bad_alloc();
+    }
+    if (result != AVIF_RESULT_OK) {
+        memory.check();
     }
     return result == AVIF_RESULT_OK;
 }
@@ -141,7 +148,7 @@ public:
 
     std::optional<Image> decode(std::size_t index) override {
         requireMemory();
-        if (!succeeded(avifDecoderNthImage(decoder_.get(), static_cast<std::uint32_t>(index)))) {
+        if (!succeeds([&] { return avifDecoderNthImage(decoder_.get(), static_cast<std::uint32_t>(index)); })) {
             return std::nullopt;
         }
         const avifImage& image = *decoder_->image;
@@ -179,7 +186,7 @@ private:
         rgb.depth = image.depth > 8 ? 16 : 8;
         rgb.pixels = pixels;
         rgb.rowBytes = static_cast<std::uint32_t>(bytesPerRow);
-        return succeeded(avifImageYUVToRGB(&image, &rgb));
+        return succeeds([&] { return avifImageYUVToRGB(&image, &rgb); });
     }
 
     std::optional<Image> convert(const avifImage& image) const {
@@ -254,8 +261,8 @@ void limitCodedSize(avifDecoder& decoder) {
 }
 
 std::unique_ptr<ImageSource> openBytes(std::vector<std::uint8_t> bytes, Decoder decoder) {
-    if (!succeeded(avifDecoderSetIOMemory(decoder.get(), bytes.data(), bytes.size())) ||
-        !succeeded(avifDecoderParse(decoder.get())) || decoder->imageCount < 1) {
+    if (!succeeds([&] { return avifDecoderSetIOMemory(decoder.get(), bytes.data(), bytes.size()); }) ||
+        !succeeds([&] { return avifDecoderParse(decoder.get()); }) || decoder->imageCount < 1) {
         return nullptr;
     }
     limitCodedSize(*decoder);

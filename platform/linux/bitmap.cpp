@@ -52,7 +52,7 @@ void removeElements(cmsHPROFILE profile) {
 /// Turns pixels of one colour space into sRGB; the fourth byte of each result is left as it was.
 class ToSrgb {
 public:
-    ToSrgb(const ColorSpace& from, PixelLayout layout) : context_(makeLcmsContext()) {
+    ToSrgb(const ColorSpace& from, PixelLayout layout) {
         if (from.profile.empty()) {
             return;
         }
@@ -64,6 +64,7 @@ public:
             transform_.reset(cmsCreateTransformTHR(context_.get(), source.get(), pixelType(from.model, layout),
                                                    target.get(), TYPE_RGBA_8, INTENT_PERCEPTUAL, 0));
         }
+        context_.requireMemory();
     }
 
     bool usable() const { return transform_ != nullptr; }
