@@ -7,6 +7,7 @@
 
 namespace ovrel {
 
+class EndlessAnimation;
 class Model;
 class QueueDelegate;
 class QueueListModel;
@@ -33,10 +34,10 @@ private:
     void turnSpinner();
 
     Model& model_;
-    QueueListModel* rows_;    ///< a child
-    QueueDelegate* delegate_; ///< a child
-    QVariantAnimation spinner_;
-    bool adopting_ = false; ///< the selection comes from the model
+    QueueListModel* rows_;      ///< a child
+    QueueDelegate* delegate_;   ///< a child
+    EndlessAnimation* spinner_; ///< a child
+    bool adopting_ = false;     ///< the selection comes from the model
 };
 
 } // namespace ovrel
