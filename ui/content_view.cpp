@@ -140,7 +140,7 @@ void ContentView::makeActions() {
         connect(made, &QAction::triggered, this, what);
         addAction(made);
     };
-    addActions({&queue_->addFiles(), &queue_->addFolder(), &queue_->selectAll()});
+    addActions({&queue_->addFiles(), &queue_->addFolder(), &queue_->selectAll(), &queue_->removeSelected()});
     action(shortcuts::convert, [this] {
         if (model_.canStart()) {
             model_.start();

@@ -34,6 +34,7 @@ public:
     QAction& addFiles() { return *addFiles_; }
     QAction& addFolder() { return *addFolder_; }
     QAction& selectAll() { return *selectAll_; }
+    QAction& removeSelected() { return *removeSelected_; }
 
     QueueView& list() { return *list_; }
     DropZone& dropZone() { return *dropZone_; }
@@ -73,6 +74,7 @@ private:
     QAction* addFiles_ = nullptr;
     QAction* addFolder_ = nullptr;
     QAction* selectAll_ = nullptr;
+    QAction* removeSelected_ = nullptr;
     ElidedLabel* selected_ = nullptr;
     ElidedLabel* hint_ = nullptr;
     Button* remove_ = nullptr;

@@ -7,9 +7,7 @@
 #include "ui/tool_tip.h"
 
 #include <QHelpEvent>
-#include <QKeyEvent>
 #include <QScopedValueRollback>
-#include <QScrollBar>
 #include <QToolTip>
 
 #include <algorithm>
@@ -76,14 +74,6 @@ QueueView::QueueView(Model& model, QWidget* parent)
 }
 
 QueueView::~QueueView() = default;
-
-void QueueView::keyPressEvent(QKeyEvent* event) {
-    if (event->matches(QKeySequence::Delete)) {
-        model_.removeSelected();
-        return;
-    }
-    QListView::keyPressEvent(event);
-}
 
 void QueueView::changeEvent(QEvent* event) {
     if (event->type() == QEvent::StyleChange) {

@@ -23,7 +23,6 @@ public:
     ~QueueView() override;
 
 protected:
-    void keyPressEvent(QKeyEvent* event) override;
     void changeEvent(QEvent* event) override;
     bool viewportEvent(QEvent* event) override;
 
