@@ -176,8 +176,12 @@ void FooterBar::takeHint() {
 }
 
 void FooterBar::takeBanner() {
-    delete view_;
-    view_ = nullptr;
+    if (view_ != nullptr) {
+        // It may be the one whose click brought this about.
+        row_->removeWidget(view_);
+        view_->hide();
+        std::exchange(view_, nullptr)->deleteLater();
+    }
     if (banner_.creative()) {
         view_ = new BannerView(*banner_.creative(), model_.language(), openLink_, this);
         row_->insertWidget(0, view_, 0, Qt::AlignVCenter);
