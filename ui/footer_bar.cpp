@@ -1,6 +1,7 @@
 #include "ui/footer_bar.h"
 
 #include "model/model.h"
+#include "platform/file_error.h"
 #include "remote/banner_model.h"
 #include "remote/banner_view.h"
 #include "ui/announcement.h"
@@ -14,7 +15,10 @@
 #include <QBoxLayout>
 #include <QPainter>
 
-#include <algorithm>
+#include <exception>
+#include <filesystem>
+#include <optional>
+#include <system_error>
 #include <utility>
 
 namespace ovrel {
@@ -49,8 +53,10 @@ FooterBar::FooterBar(Model& model, const BannerModel& banner, LinkOpener openLin
     row_->addLayout(work_, 1);
 
     connect(open_, &Button::clicked, this, [this] {
-        if (model_.output()) {
-            openFolder(openLink_, *model_.output());
+        const std::optional<std::filesystem::path> folder = model_.output();
+        std::error_code error;
+        if (folder && !openFolder(openLink_, *folder) && !std::filesystem::exists(*folder, error)) {
+            model_.setError(std::make_exception_ptr(FileError(FileError::readNoSuchFile, *folder)));
         }
     });
     connect(convert_, &Button::clicked, &model_, &Model::start);
@@ -111,7 +117,6 @@ QWidget* FooterBar::buttonArea() {
     stop_->setIcons(Icon::stop);
     buttonRow_ = new QHBoxLayout(buttons_);
     buttonRow_->setContentsMargins(0, 0, 0, 0);
-    buttonRow_->setSpacing(10);
     buttonRow_->addStretch();
     buttonRow_->addWidget(open_);
     buttonRow_->addWidget(convert_);

@@ -149,6 +149,9 @@ TEST_F(FooterBarTest, OpensTheOutputFolderOnceThereIsOne) {
     std::filesystem::remove(output);
     click(*openFolder()); // it is gone meanwhile
     EXPECT_EQ(fixture.opened.size(), 1);
+    EXPECT_EQ(fixture.model().language().describe(fixture.model().error()),
+              QStringLiteral("The file or folder no longer exists."));
+    fixture.model().setError(nullptr);
     fixture.model().setOutput({});
     EXPECT_EQ(openFolder(), nullptr);
 }
