@@ -69,8 +69,8 @@ TEST_F(DragAndDropTest, TakesNamesThatAreNotUtf8ByteForByte) {
 }
 
 TEST_F(DragAndDropTest, RefusesWhatIsNoFileOfThisComputer) {
-    for (const QByteArray address :
-         {"https://example.com/a.png", "ftp://example.com/a.png", "data:image/png;base64,"}) {
+    for (const QByteArray address : {"https://example.com/a.png", "ftp://example.com/a.png", "data:image/png;base64,",
+                                     "file://example.com/a.png", "file:///a%00.png"}) {
         Drag drag(fixture.window(), {address});
         EXPECT_FALSE(drag.moveTo(overTheList())) << address.toStdString();
         EXPECT_FALSE(fixture.model().targeted());
