@@ -10,6 +10,7 @@
 #include <QPalette>
 #include <QSignalSpy>
 #include <QThread>
+#include <QWindow>
 
 #include <gmock/gmock.h>
 
@@ -256,6 +257,33 @@ TEST(Appearance, LeavesThePaletteOutThatTheProgramSets) {
     QApplication::setPalette(QPalette());
     EXPECT_EQ(schemes.count(), 0);
     EXPECT_EQ(appearance.colorScheme(), ColorScheme::light);
+}
+
+TEST(Appearance, SeesThePaletteOfTheDesktopUnderThatOfTheProgram) {
+    const QPalette desktop = QApplication::palette();
+    ASSERT_EQ(Appearance::colorSchemeOf(desktop), ColorScheme::light);
+    const QPalette own = paletteOf(Qt::black, Qt::white);
+    QApplication::setPalette(own);
+    EXPECT_EQ(Appearance::desktopPalette().color(QPalette::Window), desktop.color(QPalette::Window));
+    EXPECT_EQ(QApplication::palette().color(QPalette::Window), own.color(QPalette::Window)); // as it was
+    QApplication::setPalette(QPalette());
+}
+
+TEST(Appearance, FollowsThePaletteOfTheDesktopWhileTheProgramHasItsOwn) {
+    QPalette desktop = paletteOf(Qt::white, Qt::black);
+    const QDBusConnection none(QStringLiteral("no such connection"));
+    const Appearance appearance(none, 0, nullptr, [&] { return desktop; });
+    QApplication::setPalette(paletteOf(Qt::white, Qt::black));
+    QSignalSpy schemes(&appearance, &Appearance::colorSchemeChanged);
+    QWindow window;
+    for (const ColorScheme scheme : {ColorScheme::dark, ColorScheme::light}) {
+        desktop = scheme == ColorScheme::dark ? paletteOf(Qt::black, Qt::white) : paletteOf(Qt::white, Qt::black);
+        QEvent change(QEvent::ThemeChange);
+        QCoreApplication::sendEvent(&window, &change);
+        EXPECT_EQ(appearance.colorScheme(), scheme);
+    }
+    EXPECT_EQ(schemes.count(), 2);
+    QApplication::setPalette(QPalette());
 }
 
 } // namespace
