@@ -56,6 +56,7 @@ constexpr int tallHeight = 740;
 ContentView::ContentView(Services services, QWidget* parent)
     : QWidget(parent)
     , model_(services.model)
+    , qtTexts_(model_)
     , banner_(services.fetch)
     , updater_(*services.model.updateManager)
     , grid_(new QGridLayout(this))
@@ -203,7 +204,9 @@ void ContentView::takeError() {
         return;
     }
     if (alert_ == nullptr) {
-        alert_ = new QMessageBox(QMessageBox::NoIcon, QString(), QString(), QMessageBox::Ok, this);
+        alert_ = new QMessageBox(QMessageBox::NoIcon, QString(), QString(), QMessageBox::NoButton, this);
+        // One of Qt's own buttons would take on the text of Qt's translation.
+        alert_->addButton(QStringLiteral("OK"), QMessageBox::AcceptRole);
         alert_->setAttribute(Qt::WA_DeleteOnClose);
         alert_->setTextFormat(Qt::PlainText);
         connect(alert_, &QDialog::finished, this, [this] {
@@ -228,7 +231,6 @@ void ContentView::takeAlertTexts() {
     for (QLabel* const label : alert_->findChildren<QLabel*>()) {
         label->setTextFormat(Qt::PlainText);
     }
-    alert_->button(QMessageBox::Ok)->setText(QStringLiteral("OK"));
 }
 
 } // namespace ovrel
