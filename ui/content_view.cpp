@@ -230,6 +230,9 @@ void ContentView::takeAlertTexts() {
     // A file may be called like a piece of HTML; the box itself has no say in the format of this second text.
     for (QLabel* const label : alert_->findChildren<QLabel*>()) {
         label->setTextFormat(Qt::PlainText);
+        if (label->text() == title) {
+            label->setFont(fontOf(TextStyle::section));
+        }
     }
 }
 
