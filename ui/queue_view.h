@@ -3,7 +3,6 @@
 #pragma once
 
 #include <QListView>
-#include <QVariantAnimation>
 
 namespace ovrel {
 
