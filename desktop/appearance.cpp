@@ -115,7 +115,7 @@ ColorScheme Appearance::colorSchemeOf(const QPalette& palette) {
 
 // Nothing tells of it where the program has set every colour, unless those are away for a moment.
 QPalette Appearance::desktopPalette() {
-    const QPalette own = QGuiApplication::palette();
+    QPalette own = QGuiApplication::palette();
     if (!own.isBrushSet(QPalette::Active, QPalette::Window)) {
         return own;
     }
