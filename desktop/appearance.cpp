@@ -87,8 +87,9 @@ QVariant unwrapped(QVariant value) {
 
 Appearance::Appearance(QObject* parent) : Appearance(QDBusConnection::sessionBus(), patienceMilliseconds, parent) {}
 
-Appearance::Appearance(QDBusConnection bus, int patience, QObject* parent) : QObject(parent), bus_(std::move(bus)) {
-    paletteScheme_ = colorSchemeOf(QGuiApplication::palette());
+Appearance::Appearance(QDBusConnection bus, int patience, QObject* parent, std::function<QPalette()> palette)
+    : QObject(parent), bus_(std::move(bus)), palette_(std::move(palette)) {
+    paletteScheme_ = colorSchemeOf(palette_());
     // Listening comes first, so that no change is missed between an answer and the first signal.
     bus_.connect(portalService(), portalPath(), settingsInterface(), QStringLiteral("SettingChanged"), this,
                  SLOT(takeChange(QString, QString, QDBusVariant)));
@@ -112,12 +113,27 @@ ColorScheme Appearance::colorSchemeOf(const QPalette& palette) {
     return isDark ? ColorScheme::dark : ColorScheme::light;
 }
 
+// Nothing tells of it where the program has set every colour, unless those are away for a moment.
+QPalette Appearance::desktopPalette() {
+    QPalette own = QGuiApplication::palette();
+    if (!own.isBrushSet(QPalette::Active, QPalette::Window)) {
+        return own;
+    }
+    QGuiApplication::setPalette(QPalette());
+    QPalette desktop = QGuiApplication::palette();
+    QGuiApplication::setPalette(own);
+    return desktop;
+}
+
 bool Appearance::eventFilter(QObject* watched, QEvent* event) {
     if (watched == QCoreApplication::instance() && event->type() == QEvent::ApplicationPaletteChange && !looksUnder_) {
         takePalette();
         refresh();
     } else if (event->type() == QEvent::ThemeChange && watched->isWindowType()) {
-        lookUnderPalette();
+        {
+            const QScopedValueRollback looking(looksUnder_, true);
+            paletteScheme_ = colorSchemeOf(palette_());
+        }
         refresh();
     }
     return QObject::eventFilter(watched, event);
@@ -218,18 +234,6 @@ void Appearance::takePalette() {
     if (!palette.isBrushSet(QPalette::Active, QPalette::Window)) {
         paletteScheme_ = colorSchemeOf(palette);
     }
-}
-
-// Nothing tells of the desktop's palette where the program has set every colour, unless its own is away for a moment.
-void Appearance::lookUnderPalette() {
-    const QPalette own = QGuiApplication::palette();
-    if (!own.isBrushSet(QPalette::Active, QPalette::Window)) {
-        return;
-    }
-    const QScopedValueRollback looking(looksUnder_, true);
-    QGuiApplication::setPalette(QPalette());
-    takePalette();
-    QGuiApplication::setPalette(own);
 }
 
 ColorScheme Appearance::presentColorScheme() const {

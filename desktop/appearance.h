@@ -7,13 +7,14 @@
 #include <QDBusConnection>
 #include <QDBusVariant>
 #include <QObject>
+#include <QPalette>
 #include <QString>
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 
 class QDBusMessage;
-class QPalette;
 
 namespace ovrel {
 
@@ -30,8 +31,9 @@ public:
     /// Waits for the portal, but no longer than `patienceMilliseconds`, so that the first window is painted right at
     /// once. An answer that comes later is told as a change.
     explicit Appearance(QObject* parent = nullptr);
-    /// The same with another bus than that of the user's session.
-    explicit Appearance(QDBusConnection bus, int patience = patienceMilliseconds, QObject* parent = nullptr);
+    /// The same with another bus than that of the user's session, and with another desktop to ask for its palette.
+    explicit Appearance(QDBusConnection bus, int patience = patienceMilliseconds, QObject* parent = nullptr,
+                        std::function<QPalette()> palette = desktopPalette);
     ~Appearance() override;
 
     ColorScheme colorScheme() const { return colorScheme_; }
@@ -40,6 +42,10 @@ public:
 
     /// Judged by the lightness of windows and of the text on them.
     static ColorScheme colorSchemeOf(const QPalette& palette);
+
+    /// The palette of the desktop under the one that the program has set. That one is away while this asks, of which
+    /// every widget hears, so this is for when the desktop has changed something.
+    static QPalette desktopPalette();
 
     bool eventFilter(QObject* watched, QEvent* event) override;
 
@@ -66,6 +72,7 @@ private:
     void refresh();
 
     QDBusConnection bus_;
+    std::function<QPalette()> palette_; ///< of the desktop
 
     // What the portal said, or what its silence means.
     quint32 preferredScheme_ = 0; ///< 0 none, 1 dark, 2 light

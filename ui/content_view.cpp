@@ -204,7 +204,9 @@ void ContentView::takeError() {
         return;
     }
     if (alert_ == nullptr) {
-        alert_ = new QMessageBox(QMessageBox::NoIcon, QString(), QString(), QMessageBox::Ok, this);
+        alert_ = new QMessageBox(QMessageBox::NoIcon, QString(), QString(), QMessageBox::NoButton, this);
+        // One of Qt's own buttons would take on the text of Qt's translation.
+        alert_->addButton(QStringLiteral("OK"), QMessageBox::AcceptRole);
         alert_->setAttribute(Qt::WA_DeleteOnClose);
         alert_->setTextFormat(Qt::PlainText);
         connect(alert_, &QDialog::finished, this, [this] {
@@ -232,7 +234,6 @@ void ContentView::takeAlertTexts() {
             label->setFont(fontOf(TextStyle::section));
         }
     }
-    alert_->button(QMessageBox::Ok)->setText(QStringLiteral("OK"));
 }
 
 } // namespace ovrel

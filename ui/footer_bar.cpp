@@ -82,6 +82,14 @@ void FooterBar::setMetrics(int windowWidth, int margin, bool compact) {
     arrange();
 }
 
+QSize FooterBar::sizeHint() const {
+    return QWidget::sizeHint().expandedTo({0, height_});
+}
+
+QSize FooterBar::minimumSizeHint() const {
+    return QWidget::minimumSizeHint().expandedTo({0, height_});
+}
+
 QWidget* FooterBar::statusArea() {
     status_ = new QWidget(this);
     failure_ = new IconView(Icon::exclamationCircle, 17, &Colors::danger, status_);
@@ -211,7 +219,8 @@ void FooterBar::arrange() {
     const int vertical = stacked ? 8 : 10;
     row_->setContentsMargins(margin_, vertical + 1, margin_, vertical);
     row_->setSpacing(margin_);
-    setMinimumHeight(view_ != nullptr ? banner.footer : plainHeight);
+    height_ = view_ != nullptr ? banner.footer : plainHeight;
+    updateGeometry();
 }
 
 } // namespace ovrel

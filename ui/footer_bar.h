@@ -32,6 +32,9 @@ public:
     /// \param compact whether the text is large for that
     void setMetrics(int windowWidth, int margin, bool compact);
 
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
+
     Button& convert() { return *convert_; }
     Button& stop() { return *stop_; }
 
@@ -54,6 +57,7 @@ private:
     int windowWidth_ = 1080;
     int margin_ = 20;
     bool compact_ = false;
+    int height_ = 72;           ///< at least
     bool announcedRun_ = false; ///< the run that goes on has been announced
 
     BannerView* view_ = nullptr; ///< null while there is no banner

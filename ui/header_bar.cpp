@@ -113,9 +113,18 @@ void HeaderBar::setMenu(QMenu* menu) {
 
 void HeaderBar::setMetrics(int height, int margin, bool compact) {
     compact_ = compact;
-    setMinimumHeight(height);
+    height_ = height;
     layout()->setContentsMargins(margin, 0, margin, 0);
     fitBadge();
+    updateGeometry();
+}
+
+QSize HeaderBar::sizeHint() const {
+    return QWidget::sizeHint().expandedTo({0, height_});
+}
+
+QSize HeaderBar::minimumSizeHint() const {
+    return QWidget::minimumSizeHint().expandedTo({0, height_});
 }
 
 QWidget& HeaderBar::menuButton() {

@@ -31,6 +31,9 @@ public:
     /// \param compact whether the text is large for the width of the window
     void setMetrics(int height, int margin, bool compact);
 
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
+
     QWidget& menuButton();
 
 protected:
@@ -44,6 +47,7 @@ private:
     void fitBadge();
 
     Model& model_;
+    int height_ = 68; ///< at least
     bool compact_ = false;
     WordmarkButton* wordmark_;
     ElidedLabel* tagline_;

@@ -25,6 +25,7 @@ namespace {
 constexpr int headHeight = 52;
 constexpr int selectionHeight = 54;
 constexpr int dropInset = 12;
+constexpr int listDropInset = 4;
 constexpr int dropRadius = 10;
 
 } // namespace
@@ -193,7 +194,8 @@ void QueuePanel::paintEvent(QPaintEvent* /*event*/) {
     pen.setCapStyle(Qt::FlatCap);
     painter.setPen(pen);
     painter.setBrush(Qt::NoBrush);
-    const double inset = dropInset + pen.widthF() / 2;
+    // Over a list it stays off the texts and buttons that stand there.
+    const double inset = (invites ? dropInset : listDropInset) + pen.widthF() / 2;
     painter.drawRoundedRect(QRectF(rect()).adjusted(inset, inset, -inset, -inset), dropRadius, dropRadius);
 }
 

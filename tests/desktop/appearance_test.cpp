@@ -8,7 +8,6 @@
 #include <QDBusMessage>
 #include <QDBusVariant>
 #include <QPalette>
-#include <QProxyStyle>
 #include <QSignalSpy>
 #include <QThread>
 #include <QWindow>
@@ -260,39 +259,29 @@ TEST(Appearance, LeavesThePaletteOutThatTheProgramSets) {
     EXPECT_EQ(appearance.colorScheme(), ColorScheme::light);
 }
 
-/// Gives the palette of a desktop whose colours change.
-class DesktopStyle final : public QProxyStyle {
-public:
-    using QProxyStyle::QProxyStyle;
-
-    QPalette standardPalette() const override { return palette; }
-
-    QPalette palette = paletteOf(Qt::white, Qt::black);
-};
-
-TEST(Appearance, FollowsThePaletteOfTheDesktopUnderThatOfTheProgram) {
-    auto* const desktop = new DesktopStyle; // owned by the application
-    QApplication::setStyle(desktop);
-    QApplication::setPalette(QPalette());
-    ASSERT_EQ(Appearance::colorSchemeOf(QApplication::palette()), ColorScheme::light);
-    const QDBusConnection none(QStringLiteral("no such connection"));
-    const Appearance appearance(none);
-    const QPalette own = paletteOf(Qt::white, Qt::black);
+TEST(Appearance, SeesThePaletteOfTheDesktopUnderThatOfTheProgram) {
+    const QPalette desktop = QApplication::palette();
+    ASSERT_EQ(Appearance::colorSchemeOf(desktop), ColorScheme::light);
+    const QPalette own = paletteOf(Qt::black, Qt::white);
     QApplication::setPalette(own);
-    QWindow window;
-
-    const auto change = [&](const QPalette& palette) {
-        desktop->palette = palette;
-        QEvent event(QEvent::ThemeChange);
-        QCoreApplication::sendEvent(&window, &event);
-    };
-    QSignalSpy schemes(&appearance, &Appearance::colorSchemeChanged);
-    change(paletteOf(Qt::black, Qt::white));
-    EXPECT_EQ(appearance.colorScheme(), ColorScheme::dark);
-    EXPECT_EQ(schemes.count(), 1);
+    EXPECT_EQ(Appearance::desktopPalette().color(QPalette::Window), desktop.color(QPalette::Window));
     EXPECT_EQ(QApplication::palette().color(QPalette::Window), own.color(QPalette::Window)); // as it was
-    change(paletteOf(Qt::white, Qt::black));
-    EXPECT_EQ(appearance.colorScheme(), ColorScheme::light);
+    QApplication::setPalette(QPalette());
+}
+
+TEST(Appearance, FollowsThePaletteOfTheDesktopWhileTheProgramHasItsOwn) {
+    QPalette desktop = paletteOf(Qt::white, Qt::black);
+    const QDBusConnection none(QStringLiteral("no such connection"));
+    const Appearance appearance(none, 0, nullptr, [&] { return desktop; });
+    QApplication::setPalette(paletteOf(Qt::white, Qt::black));
+    QSignalSpy schemes(&appearance, &Appearance::colorSchemeChanged);
+    QWindow window;
+    for (const ColorScheme scheme : {ColorScheme::dark, ColorScheme::light}) {
+        desktop = scheme == ColorScheme::dark ? paletteOf(Qt::black, Qt::white) : paletteOf(Qt::white, Qt::black);
+        QEvent change(QEvent::ThemeChange);
+        QCoreApplication::sendEvent(&window, &change);
+        EXPECT_EQ(appearance.colorScheme(), scheme);
+    }
     EXPECT_EQ(schemes.count(), 2);
     QApplication::setPalette(QPalette());
 }

@@ -162,21 +162,21 @@ TEST_F(DragAndDropTest, SaysSoWhenThereIsNothingAtAll) {
     EXPECT_TRUE(shows(fixture.window(), QStringLiteral("Drop your images here")));
 }
 
-/// Whether a line of dashes two pixels wide stands 12 beside the leading edge of the card, filled or not.
-bool hasDashes(const QImage& window) {
+/// Whether a line of dashes, two pixels wide, stands so far beside the leading edge of the card.
+bool hasDashes(const QImage& window, int inset) {
     constexpr int cardLeft = 20;
     const auto pixelsIn = [&](int x) {
         int count = 0;
         for (int y = 300; y < 600; ++y) {
-            count += window.pixelColor(x, y) == colors().accent ? 1 : 0;
+            count += window.pixelColor(x, y).rgb() == colors().accent.rgb() ? 1 : 0;
         }
         return count;
     };
-    const int first = pixelsIn(cardLeft + 12);
-    const int second = pixelsIn(cardLeft + 13);
+    const int first = pixelsIn(cardLeft + inset);
+    const int second = pixelsIn(cardLeft + inset + 1);
     constexpr int all = 300; // of which 6 of 11 belong to a dash
     return first > all / 3 && first < all * 2 / 3 && second > all / 3 && second < all * 2 / 3 &&
-           pixelsIn(cardLeft + 11) == 0 && pixelsIn(cardLeft + 14) == 0;
+           pixelsIn(cardLeft + inset - 1) == 0 && pixelsIn(cardLeft + inset + 2) == 0;
 }
 
 TEST_F(DragAndDropTest, IsSeenAsLongAsItIsOverTheList) {
@@ -192,8 +192,8 @@ TEST_F(DragAndDropTest, IsSeenAsLongAsItIsOverTheList) {
         const QImage during = fixture.window().grab().toImage();
         EXPECT_NE(during, before);
         EXPECT_EQ(during.pixelColor(200, 600), colors().accentTint);
-        EXPECT_TRUE(hasDashes(during));
-        EXPECT_FALSE(hasDashes(before));
+        EXPECT_TRUE(hasDashes(during, filled ? 4 : 12));
+        EXPECT_FALSE(hasDashes(before, filled ? 4 : 12));
         drag.leave();
         settle();
         EXPECT_EQ(fixture.window().grab().toImage(), before);
