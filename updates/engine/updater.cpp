@@ -79,9 +79,11 @@ std::optional<UpdateError> Updater::startUpdater() {
     if (started_) {
         return std::nullopt;
     }
-    if (std::optional<UpdateError> error = misconfiguration()) {
-        log(*error);
-        return error;
+    if (!isManaged()) { // a check says there who updates it, which is more than that this build cannot
+        if (std::optional<UpdateError> error = misconfiguration()) {
+            log(*error);
+            return error;
+        }
     }
     started_ = true;
     canCheck_ = true;
