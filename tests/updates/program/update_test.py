@@ -10,7 +10,6 @@ import os
 import pathlib
 import re
 import struct
-import subprocess
 import sys
 import tarfile
 import tempfile
