@@ -11,8 +11,9 @@ namespace ovrel {
 
 class UpdateManager;
 
-/// A window that draws what its manager publishes: 510 × 300 points at first and centred on the screen, with a title
-/// but without anything to close, minimise or resize it, so that the user leaves it through its actions alone.
+/// A window that draws what its manager publishes: 510 points wide, as high as its content, and centred on the screen
+/// at first, with a title but without anything to close, minimise or resize it, so that the user leaves it through its
+/// actions alone. It keeps no program from its end.
 /// Main thread. Not visible when it is made; hidden, it stays as it is.
 class UpdatePanel {
 public:

@@ -5,13 +5,11 @@
 namespace ovrel {
 
 std::unique_ptr<SPUUpdater> makeUpdater(SPUUserDriver& driver, SPUUpdaterDelegate& delegate) {
-    PortableStart* const start = PortableStart::ofThisProgram();
+    const PortableStart* const start = PortableStart::ofThisProgram();
     if (start == nullptr) {
         return nullptr;
     }
-    UpdaterEnvironment environment = environmentOf(*start);
-    start->remember(environment.state);
-    return std::make_unique<Updater>(std::move(environment), driver, delegate);
+    return std::make_unique<Updater>(environmentOf(*start), driver, delegate);
 }
 
 } // namespace ovrel

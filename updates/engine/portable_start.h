@@ -44,7 +44,7 @@ public:
     /// The environment as this program found it.
     const std::vector<std::string>& environment() const { return environment_; }
 
-    /// What the engine has to remember of a version that did not start. Call it once.
+    /// Has the engine remember a version that did not start. Called by main() before an updater is made.
     void remember(const EngineState& state);
 
     /// To be called once the main window has been shown and the program has lived on: this version stays, counts as

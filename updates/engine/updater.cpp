@@ -79,9 +79,11 @@ std::optional<UpdateError> Updater::startUpdater() {
     if (started_) {
         return std::nullopt;
     }
-    if (std::optional<UpdateError> error = misconfiguration()) {
-        log(*error);
-        return error;
+    if (!isManaged()) { // a check says there who updates it, which is more than that this build cannot
+        if (std::optional<UpdateError> error = misconfiguration()) {
+            log(*error);
+            return error;
+        }
     }
     started_ = true;
     canCheck_ = true;
@@ -171,6 +173,8 @@ QCoro::Task<Updater::End> Updater::failed(SPUUpdateCheck check, UpdateError erro
 QCoro::Task<Updater::End> Updater::checked(SPUUpdateCheck check) {
     const std::stop_token gone = gone_.get_token();
     const bool asked = check == SPUUpdateCheck::updates;
+    // Here and not in a worker: it is one small file, for which another instance makes this one wait only as long as it
+    // writes the same.
     note(environment_.state.recordCheck());
 
     std::optional<UpdateError> refusal;
@@ -338,6 +342,9 @@ QCoro::Task<Updater::End> Updater::downloaded(SPUUpdateCheck check, AppcastItem 
         failure = error;
     }
     requireAlive(gone);
+    if (failure) {
+        preparation.reset(); // it holds memory and the lock, and the user may take long to read what has failed
+    }
     if (download.isRequested()) {
         delegate_.userDidCancelDownload();
         requireAlive(gone);
@@ -374,12 +381,17 @@ QCoro::Task<Updater::End> Updater::prepared(SPUUpdateCheck check, AppcastItem it
             Qt::QueuedConnection);
     };
     const auto installation = std::make_shared<std::optional<PendingInstallation>>();
+    const auto held = std::make_shared<std::shared_ptr<Preparation>>(std::move(preparation));
     // Named, because GCC 12 destroys a lambda, or an aggregate in braces, twice where it is made within co_await.
-    const std::function<void()> work = [preparation, report, gone, installation] {
-        preparation->verify();
-        preparation->unpack(report, gone);
-        preparation->check();
-        installation->emplace(std::move(*preparation).launch());
+    const std::function<void()> work = [held, report, gone, installation] {
+        // It ends here, whatever comes of it: a tree takes its time to go, and the next update waits for the lock.
+        const std::shared_ptr<Preparation> prepares = std::move(*held);
+        prepares->verify();
+        prepares->unpack(report, gone);
+        prepares->check();
+        if (!gone.stop_requested()) {
+            installation->emplace(std::move(*prepares).launch());
+        }
     };
     const std::optional<UpdateError> failure = co_await inWorker(work);
     requireAlive(gone);

@@ -58,8 +58,10 @@ UpdateError otherUpdateError() {
 
 UpdateError othersRunError() {
     return error(SUError::installation,
-                 u"Ovrel открыта ещё в одном окне, или работает ovrel-cli. Закройте их и повторите попытку.",
-                 u"Ovrel is open in another window, or ovrel-cli is at work. Close them and try again.");
+                 u"Ovrel открыта ещё в одном окне, или работает ovrel-cli. Закройте их и повторите попытку; иначе "
+                 u"обновление установится, когда все они завершатся.",
+                 u"Ovrel is open in another window, or ovrel-cli is at work. Close them and try again; otherwise the "
+                 u"update is installed once all of them have ended.");
 }
 
 UpdateError unfinishedUpdateError() {

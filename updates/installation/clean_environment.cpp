@@ -11,15 +11,19 @@ namespace ovrel {
 
 namespace {
 
-constexpr std::array<std::string_view, 19> leftOut = {
+constexpr std::array<std::string_view, 27> leftOut = {
     "APPDIR",
     "APPIMAGE",
     "ARGV0",
+    "DESKTOP_STARTUP_ID",
     "GCONV_PATH",
     "GIO_MODULE_DIR",
+    "INVOCATION_ID",
+    "JOURNAL_STREAM",
     "LISTEN_FDS",
     "LISTEN_PID",
     "LISTEN_FDNAMES",
+    "MAINPID",
     "NOTIFY_SOCKET",
     "OLDPWD",
     "OWD",
@@ -30,6 +34,10 @@ constexpr std::array<std::string_view, 19> leftOut = {
     "QT_PLUGIN_PATH",
     "QT_QPA_PLATFORM_PLUGIN_PATH",
     "GLIBC_TUNABLES",
+    "SYSTEMD_EXEC_PID",
+    "WATCHDOG_PID",
+    "WATCHDOG_USEC",
+    "XDG_ACTIVATION_TOKEN",
     "_",
 };
 

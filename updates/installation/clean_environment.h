@@ -11,8 +11,9 @@ namespace ovrel {
 std::vector<std::string> currentEnvironment();
 
 /// The entries of `environment` without those that belong to the process that had them: what leads libraries and
-/// plug-ins to the replaced tree, what an AppImage's runtime had set, the working folder, and descriptors of a service
-/// manager. Entries that are no `NAME=value` and a second one of a name are left out.
+/// plug-ins to the replaced tree, what an AppImage's runtime had set, the working folder, what a service manager had
+/// told of its service, and what the desktop had given for one start. Entries that are no `NAME=value` and a second one
+/// of a name are left out.
 std::vector<std::string> cleanEnvironment(const std::vector<std::string>& environment);
 
 /// The value of an entry; empty where there is none.

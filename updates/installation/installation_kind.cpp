@@ -69,8 +69,10 @@ std::optional<InstallationVerdict> judgeOwners(const InstallationSnapshot& snaps
     if (snapshot.programFacts.owner != snapshot.user) {
         return managed("", "the program belongs to another user");
     }
-    if (snapshot.treeFacts.exists && snapshot.treeFacts.owner != snapshot.user) {
-        return managed("", "the folder of the program belongs to another user");
+    for (const FileFacts* facts : {&snapshot.folderFacts, &snapshot.installerFacts, &snapshot.treeFacts}) {
+        if (facts->exists && facts->owner != snapshot.user) {
+            return managed("", "a folder of the program, or its installer, belongs to another user");
+        }
     }
     return std::nullopt;
 }
@@ -93,9 +95,10 @@ std::optional<InstallationVerdict> judgeRights(const InstallationSnapshot& snaps
         (snapshot.parentFacts.mode & ownerMayChange) != ownerMayChange) {
         return notWritable("the folder of the program, or the one around it, cannot be written to");
     }
-    for (const FileFacts* facts : {&snapshot.programFacts, &snapshot.treeFacts, &snapshot.parentFacts}) {
+    for (const FileFacts* facts : {&snapshot.programFacts, &snapshot.folderFacts, &snapshot.installerFacts,
+                                   &snapshot.treeFacts, &snapshot.parentFacts}) {
         if (othersCanWrite(*facts, snapshot.ownGroup)) {
-            return notWritable("other users can write to the program, its folder or the one around it");
+            return notWritable("other users can write to the program, its installer or a folder around them");
         }
     }
     return std::nullopt;

@@ -35,6 +35,8 @@ struct InstallationSnapshot {
     std::filesystem::path tree = {};      ///< folder with the portable installation's file; empty without one
     std::string portableApplication = {}; ///< first line of that file
     FileFacts programFacts;
+    FileFacts folderFacts = {};    ///< of the folder with the program
+    FileFacts installerFacts = {}; ///< of the program that replaces the installation; there may be none
     FileFacts treeFacts = {};
     FileFacts parentFacts = {};       ///< of the folder around the tree
     unsigned user = 0;                ///< the effective one

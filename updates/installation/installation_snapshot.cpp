@@ -102,6 +102,8 @@ InstallationSnapshot takeInstallationSnapshot(const SnapshotSources& sources) {
         if (const std::optional<std::string> application = firstLineOf(candidate / portableMarkerName)) {
             snapshot.tree = candidate;
             snapshot.portableApplication = *application;
+            snapshot.folderFacts = factsOf(folder);
+            snapshot.installerFacts = factsOf(candidate / installerPath);
             snapshot.treeFacts = factsOf(candidate);
             snapshot.parentFacts = factsOf(candidate.parent_path());
             break;

@@ -5,37 +5,22 @@
 
 import configparser
 import contextlib
-import os
 import pathlib
-import shutil
 import signal
 import subprocess
 import sys
 import tempfile
 import unittest
 
-SKIPPED = 77  # as the build knows it
+import needed
 
+needed.look_for("heif-convert")
 
-def leave_because(reason):
-    """A machine may lack what this test needs, but not the one that judges changes."""
-    print(f"{'Failed' if os.environ.get('CI') == 'true' else 'Skipped'}: {reason}", file=sys.stderr)
-    sys.exit(1 if os.environ.get("CI") == "true" else SKIPPED)
-
-
-for tool in ["Xvfb", "openbox", "dbus-daemon", "heif-convert"]:
-    if shutil.which(tool) is None:
-        leave_because(f"there is no {tool}.")
-if not pathlib.Path("/usr/share/dbus-1/services/org.a11y.Bus.service").exists():
-    leave_because("there is no accessibility bus (at-spi2-core).")
-try:
-    import pictures
-    from accessible import CHECKED, Accessibility
-    from desktop import Desktop
-    from program import Home, Program
-    from x_client import XClient
-except ImportError as error:
-    leave_because(f"Python's modules python3-gi and python3-xlib are needed: {error}.")
+import pictures
+from accessible import CHECKED, Accessibility
+from desktop import Desktop
+from program import Home, Program
+from x_client import XClient
 
 PROGRAM, VERSION = sys.argv.pop(1), sys.argv.pop(1)
 PALETTE = [(200, 30, 40), (20, 160, 60), (30, 50, 190), (230, 200, 20)]

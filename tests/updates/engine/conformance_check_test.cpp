@@ -16,8 +16,10 @@ using testing::IsEmpty;
 
 class UpdaterCheck : public UpdaterTest {};
 
-const Calls asked = {"D.mayPerformUpdateCheck asked", "U.showUserInitiatedUpdateCheck"};
-const Calls background = {"D.mayPerformUpdateCheck background"};
+const Calls refusedAsked = {"D.mayPerformUpdateCheck asked"};
+const Calls refusedBackground = {"D.mayPerformUpdateCheck background"};
+const Calls asked = {refusedAsked[0], "D.feedURLString", "U.showUserInitiatedUpdateCheck"};
+const Calls background = {refusedBackground[0], "D.feedURLString"};
 const Calls read = {"D.didFinishLoadingAppcast"};
 const Calls never = {"D.updaterWillNotScheduleUpdateCheck"};
 
@@ -129,7 +131,7 @@ TEST_F(UpdaterCheck, InTheBackgroundFailsWithoutAWord) {
     recorder_.mayCheck = false;
     recorder_.refusal = UpdateError("Ovrel.Updates", 1, "Нет.", "No.");
     checkInBackground();
-    EXPECT_THAT(recorder_.calls, ElementsAreArray(joined({background, endSilently("1")})));
+    EXPECT_THAT(recorder_.calls, ElementsAreArray(joined({refusedBackground, endSilently("1")})));
     EXPECT_TRUE(isUnchanged());
 }
 
@@ -221,11 +223,11 @@ TEST_F(UpdaterCheck, ThatIsRefusedShowsNoSearch) {
     recorder_.mayCheck = false;
     recorder_.refusal = UpdateError("Ovrel.Updates", 1, "Нет.", "No.");
     checkAsked();
-    EXPECT_THAT(recorder_.calls, ElementsAreArray(joined({{asked[0]}, failed("1")})));
+    EXPECT_THAT(recorder_.calls, ElementsAreArray(joined({refusedAsked, failed("1")})));
     recorder_.calls.clear();
     recorder_.refusal.reset();
     checkAsked();
-    EXPECT_THAT(recorder_.calls, ElementsAreArray(joined({{asked[0]}, endAsked("none")})));
+    EXPECT_THAT(recorder_.calls, ElementsAreArray(joined({refusedAsked, endAsked("none")})));
     EXPECT_THAT(proxy_.requests(), IsEmpty());
 }
 
@@ -278,13 +280,13 @@ TEST_F(UpdaterCheck, WithoutAFeedThatIsHttpsAsksNobody) {
     start();
     recorder_.feed.reset();
     checkAsked();
-    EXPECT_THAT(recorder_.calls, ElementsAreArray(joined({{asked[0]}, failed("4")})));
+    EXPECT_THAT(recorder_.calls, ElementsAreArray(joined({{asked[0], asked[1]}, failed("4")})));
     for (const char* feed :
          {"", "http://" OVREL_PUBLISHER_HOST "/app/appcast.xml", "file:///appcast.xml", "appcast.xml"}) {
         recorder_.calls.clear();
         recorder_.feed = feed;
         checkAsked();
-        EXPECT_THAT(recorder_.calls, ElementsAreArray(joined({{asked[0]}, failed("4")}))) << feed;
+        EXPECT_THAT(recorder_.calls, ElementsAreArray(joined({{asked[0], asked[1]}, failed("4")}))) << feed;
     }
     EXPECT_THAT(proxy_.requests(), IsEmpty());
 }
@@ -330,15 +332,24 @@ TEST_F(UpdaterCheck, LeavesAloneWhatOthersManage) {
         const char* what;
         InstallationKind kind;
         const char* managedBy;
+        bool hasKey;
         Calls begin;
+        Calls beginInBackground;
         const char* error;
     } rows[] = {
-        {"a package manager", InstallationKind::managed, "Debian", {asked[0]}, "4012"},
-        {"nobody says", InstallationKind::unknown, "", {asked[0]}, "4012"},
-        {"a place that cannot be written", InstallationKind::notWritable, "", asked, "1003"},
+        {"a package manager", InstallationKind::managed, "Debian", true, refusedAsked, refusedBackground, "4012"},
+        {"a package manager, and a build of its own", InstallationKind::managed, "Debian", false, refusedAsked,
+         refusedBackground, "4012"},
+        {"nobody says", InstallationKind::unknown, "", true, refusedAsked, refusedBackground, "4012"},
+        {"nobody says, of a build for nobody else", InstallationKind::unknown, "", false, refusedAsked,
+         refusedBackground, "4012"},
+        {"a place that cannot be written", InstallationKind::notWritable, "", true, asked, background, "1003"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.what);
+        environment_.publicKey = [&row] {
+            return row.hasKey ? testKey() : PublicKey::fromBase64(u"", PublicKey::Audience::developers);
+        };
         environment_.installation = {row.kind, row.managedBy, "a test"};
         start();
         checkAsked();
@@ -347,7 +358,7 @@ TEST_F(UpdaterCheck, LeavesAloneWhatOthersManage) {
         EXPECT_TRUE(recorder_.shownError->localizedDescription(AppLanguage::english).contains(row.managedBy));
         recorder_.calls.clear();
         checkInBackground();
-        EXPECT_THAT(recorder_.calls, ElementsAreArray(joined({background, endSilently(row.error)})));
+        EXPECT_THAT(recorder_.calls, ElementsAreArray(joined({row.beginInBackground, endSilently(row.error)})));
     }
     EXPECT_THAT(proxy_.requests(), IsEmpty());
     EXPECT_TRUE(isUnchanged());
@@ -416,9 +427,9 @@ TEST_F(UpdaterCheck, MayBeginAnotherOneFromTheEndOfTheFirst) {
 TEST_F(UpdaterCheck, EndsSilentlyWithTheUpdater) {
     publishFeed({release("1.1")});
     for (const char* when :
-         {"D.mayPerformUpdateCheck asked", "U.showUserInitiatedUpdateCheck", "D.didFinishLoadingAppcast",
-          "D.didFindValidUpdate 1.1", "U.showUpdateFound 1.1 notDownloaded asked", "D.userDidMakeChoice dismiss",
-          "U.dismissUpdateInstallation", "D.didFinishUpdateCycle asked none"}) {
+         {"D.mayPerformUpdateCheck asked", "D.feedURLString", "U.showUserInitiatedUpdateCheck",
+          "D.didFinishLoadingAppcast", "D.didFindValidUpdate 1.1", "U.showUpdateFound 1.1 notDownloaded asked",
+          "D.userDidMakeChoice dismiss", "U.dismissUpdateInstallation", "D.didFinishUpdateCycle asked none"}) {
         SCOPED_TRACE(when);
         recorder_.during.clear();
         recorder_.calls.clear();

@@ -1,5 +1,6 @@
 // Which calls the way from an offer to the installation makes, in their order, and what it leaves on the disk.
 
+#include "tests/support/private_mounts.h"
 #include "tests/updates/engine/updater_test.h"
 #include "tests/updates/installation/working_program.h"
 #include "updates/installation/journal.h"
@@ -14,8 +15,12 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <string>
+
+#include <sched.h>
+#include <sys/mount.h>
 
 namespace ovrel::test {
 
@@ -24,9 +29,13 @@ namespace {
 using testing::ElementsAreArray;
 using Choice = SPUUserUpdateChoice;
 
-const Calls offered = {"D.mayPerformUpdateCheck asked", "U.showUserInitiatedUpdateCheck",
-                       "D.didFinishLoadingAppcast",     "D.shouldProceedWithUpdate 1.1",
-                       "D.didFindValidUpdate 1.1",      "U.showUpdateFound 1.1 notDownloaded asked"};
+const Calls offered = {"D.mayPerformUpdateCheck asked",
+                       "D.feedURLString",
+                       "U.showUserInitiatedUpdateCheck",
+                       "D.didFinishLoadingAppcast",
+                       "D.shouldProceedWithUpdate 1.1",
+                       "D.didFindValidUpdate 1.1",
+                       "U.showUpdateFound 1.1 notDownloaded asked"};
 const Calls begun = {"D.userDidMakeChoice install", "D.willDownloadUpdate", "U.showDownloadInitiated"};
 const Calls received = {"U.showDownloadDidReceiveExpectedContentLength", "U.showDownloadDidReceiveData",
                         "D.didDownloadUpdate"};
@@ -51,6 +60,18 @@ Calls failed(const std::string& error) {
 }
 
 const Calls prepared = joined({offered, begun, received, extracting, progress, ready});
+
+/// The same of a session that began in the background: an update was offered, and everything after that is shown.
+Calls inBackground(Calls calls) {
+    for (std::string& call : calls) {
+        const std::size_t at = call.find(" asked");
+        if (at != std::string::npos) {
+            call.replace(at, std::string(" asked").size(), " background");
+        }
+    }
+    std::erase(calls, "U.showUserInitiatedUpdateCheck");
+    return calls;
+}
 
 class UpdaterInstallation : public UpdaterTest {
 protected:
@@ -121,6 +142,68 @@ TEST_F(UpdaterInstallation, GoesFromTheOfferToTheEndOfTheProgram) {
     EXPECT_EQ(stagingCount(), 1);
 }
 
+TEST_F(UpdaterInstallation, OfAnOfferThatCameByItselfShowsEverythingAfterIt) {
+    const std::string archive = writeTar(tree("1.1"));
+    const QByteArray bytes = QByteArray::fromStdString(archive);
+    const struct {
+        const char* what;
+        Answer answer;
+        std::string signature;
+        Calls calls;
+    } rows[] = {
+        {"an archive that is gone", Answer::of(404), sign(archive).toStdString(),
+         joined({offered, begun, {received[0], "D.failedToDownloadUpdate 2001"}, failed("2001")})},
+        {"an archive of others", Answer::of(200, bytes), sign("other").toStdString(),
+         joined({offered, begun, received, extracting, failed("4005/3001")})},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        recorder_.calls.clear();
+        publishFeed({{"1.1", "", enclosure("ovrel.tar.xz", archive.size(), row.signature)}});
+        server_.answer("/app/releases/ovrel.tar.xz", row.answer);
+        checkInBackground();
+        EXPECT_THAT(recorder_.calls, ElementsAreArray(inBackground(row.calls)));
+        EXPECT_TRUE(isUnchanged());
+    }
+    publishArchive(archive);
+    recorder_.calls.clear();
+    recorder_.readyAnswer = Choice::install;
+    updater_->checkForUpdatesInBackground();
+    turnUntil([this] { return quits_ == 1; });
+    EXPECT_THAT(recorder_.calls, ElementsAreArray(inBackground(joined({prepared, relaunching, installing}))));
+}
+
+TEST_F(UpdaterInstallation, ThatHasFailedHoldsNothingWhileTheUserReadsWhy) {
+    const std::string archive = writeTar(tree("1.1"));
+    publishArchive(archive);
+    const struct {
+        const char* what;
+        Answer answer;
+        const char* shown;
+    } rows[] = {
+        {"the download", Answer::of(404), "U.showUpdaterError 2001"},
+        {"the signature", Answer::of(200, QByteArray(qsizetype(archive.size()), 'x')), "U.showUpdaterError 4005/3001"},
+    };
+    recorder_.acknowledges = false;
+    const auto expectNothingHeld = [this](const std::string& shown) {
+        updater_->checkForUpdates();
+        waitFor(shown);
+        EXPECT_TRUE(UpdateLock::tryAcquire(InstallationPlace(installation())));
+        EXPECT_TRUE(isUnchanged());
+        (*recorder_.acknowledgement)();
+        waitForEnd();
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        server_.answer("/app/releases/ovrel.tar.xz", row.answer);
+        expectNothingHeld(row.shown);
+    }
+    std::vector<TarEntry> entries = tree("1.1");
+    entries[2] = tarFile("ovrel-1.1/bin/ovrel", "#!/bin/sh\n", 0755);
+    publishArchive(writeTar(entries)); // what is wrong with it shows when it has been unpacked
+    expectNothingHeld("U.showUpdaterError 4005/3002");
+}
+
 TEST_F(UpdaterInstallation, EndsWhatAnEarlierUpdateHasLeft) {
     writeJournal(JournalState::failed);
     recorder_.readyAnswer = Choice::skip;
@@ -157,11 +240,11 @@ TEST_F(UpdaterInstallation, ThatIsPutOffWaitsAndIsOfferedAgainWithoutTheNetwork)
     const qsizetype requests = proxy_.requests().size();
     updater_->checkForUpdates();
     turnUntil([this] { return quits_ == 1; });
-    EXPECT_THAT(recorder_.calls,
-                ElementsAreArray(joined({{"D.mayPerformUpdateCheck asked", "D.didFindValidUpdate 1.1",
-                                          "U.showUpdateFound 1.1 installing asked", "D.userDidMakeChoice install"},
-                                         relaunching,
-                                         installing})));
+    EXPECT_THAT(recorder_.calls, ElementsAreArray(joined(
+                                     {{"D.mayPerformUpdateCheck asked", "D.feedURLString", "D.didFindValidUpdate 1.1",
+                                       "U.showUpdateFound 1.1 installing asked", "D.userDidMakeChoice install"},
+                                      relaunching,
+                                      installing})));
     EXPECT_EQ(proxy_.requests().size(), requests);
 }
 
@@ -172,10 +255,14 @@ TEST_F(UpdaterInstallation, IsRefusedWhileAnotherProgramRunsFromTheInstallation)
         checkAsked();
     }
     EXPECT_THAT(recorder_.calls, ElementsAreArray(joined({prepared, relaunching, failed("4005")})));
-    EXPECT_EQ(recorder_.shownError->localizedDescription(AppLanguage::english),
-              "Ovrel is open in another window, or ovrel-cli is at work. Close them and try again.");
-    EXPECT_EQ(recorder_.shownError->localizedDescription(AppLanguage::russian),
-              "Ovrel открыта ещё в одном окне, или работает ovrel-cli. Закройте их и повторите попытку.");
+    EXPECT_EQ(
+        recorder_.shownError->localizedDescription(AppLanguage::english),
+        "Ovrel is open in another window, or ovrel-cli is at work. Close them and try again; otherwise the update "
+        "is installed once all of them have ended.");
+    EXPECT_EQ(
+        recorder_.shownError->localizedDescription(AppLanguage::russian),
+        "Ovrel открыта ещё в одном окне, или работает ovrel-cli. Закройте их и повторите попытку; иначе обновление "
+        "установится, когда все они завершатся.");
     EXPECT_EQ(quits_, 0);
 
     recorder_.calls.clear();
@@ -201,7 +288,7 @@ TEST_F(UpdaterInstallation, ThatIsPutOffCanStillBeSkipped) {
     recorder_.offerAnswer = Choice::skip;
     recorder_.calls.clear();
     checkInBackground();
-    EXPECT_EQ(recorder_.calls[2], "U.showUpdateFound 1.1 installing background");
+    EXPECT_EQ(recorder_.calls[3], "U.showUpdateFound 1.1 installing background");
     EXPECT_EQ(environment_.state.skippedVersion(), "1.1");
     EXPECT_TRUE(becomesUnchanged());
 }
@@ -278,9 +365,10 @@ TEST_F(UpdaterInstallation, EndsWithTheUpdaterAtAnyStep) {
 
 TEST_F(UpdaterInstallation, EndsWithAnUpdaterThatGoesWithinACall) {
     for (const std::string& when :
-         {offered[0],  offered[1], offered[2],     offered[3],     offered[4],    offered[5],    begun[0],
-          begun[1],    begun[2],   received[1],    received[2],    extracting[0], extracting[1], extracting[2],
-          progress[0], ready[0],   relaunching[0], relaunching[1], installing[0], installing[1], installing[2]}) {
+         {offered[0],     offered[1],    offered[2],    offered[3],   offered[4],  offered[5],
+          offered[6],     begun[0],      begun[1],      begun[2],     received[1], received[2],
+          extracting[0],  extracting[1], extracting[2], progress[0],  ready[0],    relaunching[0],
+          relaunching[1], installing[0], installing[1], installing[2]}) {
         SCOPED_TRACE(when);
         recorder_.during.clear();
         recorder_.readyAnswer = Choice::install;
@@ -564,6 +652,45 @@ TEST_F(UpdaterInstallation, RefusesAnArchiveThatWouldBeTheLastUpdate) {
         EXPECT_EQ(recorder_.count(ready[0]), 0);
         EXPECT_TRUE(isUnchanged());
     }
+}
+
+// A volume of its own has to be seen by all threads of a process from their beginning, so it has a process of its own.
+
+using UpdaterInstallationDeathTest = UpdaterInstallation;
+
+TEST_F(UpdaterInstallationDeathTest, LeavesNothingOnAVolumeThatIsFull) {
+    if (!runWithOwnMounts([] {})) {
+        GTEST_SKIP() << "nothing can be mounted here";
+    }
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto updateOnAFullVolume = [this] {
+        const std::filesystem::path volume = folder_.path() / "volume";
+        std::filesystem::create_directory(volume);
+        ASSERT_EQ(::unshare(CLONE_NEWNS), 0);
+        ASSERT_EQ(::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr), 0);
+        mountMemory(volume, "size=8m");
+        std::filesystem::copy(installation(), volume / "ovrel", std::filesystem::copy_options::recursive);
+        environment_.directory = volume / "ovrel";
+        start();
+        std::vector<TarEntry> entries = tree("1.1");
+        entries.push_back(tarFile("ovrel-1.1/large", std::string(16U << 20U, 'x')));
+        checkArchive(writeTar(entries));
+        EXPECT_THAT(recorder_.calls,
+                    ElementsAreArray(joined({offered, begun, received, extracting, progress, failed("3000")})));
+        EXPECT_EQ(recorder_.shownError->localizedDescription(AppLanguage::english),
+                  "There is not enough space on the disk for the update.");
+        std::vector<std::string> names;
+        for (const std::filesystem::directory_entry& entry : std::filesystem::directory_iterator(volume)) {
+            names.push_back(entry.path().filename().native());
+        }
+        EXPECT_THAT(names, testing::UnorderedElementsAre("ovrel", ".ovrel-lock"));
+    };
+    EXPECT_EXIT(
+        {
+            updateOnAFullVolume();
+            std::_Exit(HasFailure() ? 1 : 0);
+        },
+        testing::ExitedWithCode(0), "");
 }
 
 TEST_F(UpdaterInstallation, IsLeftToOneUpdaterAtATime) {

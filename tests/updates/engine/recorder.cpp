@@ -167,6 +167,7 @@ void Recorder::dismissUpdateInstallation() {
 }
 
 std::optional<QString> Recorder::feedURLStringForUpdater() {
+    record("D.feedURLString");
     return feed;
 }
 

@@ -26,6 +26,7 @@ TEST(CleanEnvironment, KeepsTheDesktopsAndTheUsersOwn) {
                                            "HOME=/home/me",
                                            "PATH=/usr/bin",
                                            "QT_SCALE_FACTOR=2",
+                                           "XDG_ACTIVATION=x",
                                            "LDAP=yes",
                                            "EMPTY=",
                                            "EQUATION=a=b"};
@@ -33,10 +34,33 @@ TEST(CleanEnvironment, KeepsTheDesktopsAndTheUsersOwn) {
 }
 
 TEST(CleanEnvironment, LeavesOutWhatBelongsToTheReplacedProgram) {
-    for (const char* name :
-         {"LD_LIBRARY_PATH", "LD_PRELOAD", "LD_AUDIT", "LD_DEBUG_OUTPUT", "QT_PLUGIN_PATH",
-          "QT_QPA_PLATFORM_PLUGIN_PATH", "QML_IMPORT_PATH", "QML2_IMPORT_PATH", "APPIMAGE", "APPDIR", "ARGV0", "OWD",
-          "PWD", "OLDPWD", "GCONV_PATH", "GIO_MODULE_DIR", "GLIBC_TUNABLES", "LISTEN_FDS", "NOTIFY_SOCKET"}) {
+    for (const char* name : {"LD_LIBRARY_PATH",
+                             "LD_PRELOAD",
+                             "LD_AUDIT",
+                             "LD_DEBUG_OUTPUT",
+                             "QT_PLUGIN_PATH",
+                             "QT_QPA_PLATFORM_PLUGIN_PATH",
+                             "QML_IMPORT_PATH",
+                             "QML2_IMPORT_PATH",
+                             "APPIMAGE",
+                             "APPDIR",
+                             "ARGV0",
+                             "OWD",
+                             "PWD",
+                             "OLDPWD",
+                             "GCONV_PATH",
+                             "GIO_MODULE_DIR",
+                             "GLIBC_TUNABLES",
+                             "LISTEN_FDS",
+                             "NOTIFY_SOCKET",
+                             "INVOCATION_ID",
+                             "JOURNAL_STREAM",
+                             "MAINPID",
+                             "SYSTEMD_EXEC_PID",
+                             "WATCHDOG_PID",
+                             "WATCHDOG_USEC",
+                             "XDG_ACTIVATION_TOKEN",
+                             "DESKTOP_STARTUP_ID"}) {
         EXPECT_THAT(cleanEnvironment({std::string(name) + "=x"}), IsEmpty()) << name;
     }
 }

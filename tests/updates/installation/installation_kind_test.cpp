@@ -24,6 +24,8 @@ InstallationSnapshot portableInstallation() {
             .tree = "/home/me/apps/ovrel",
             .portableApplication = application,
             .programFacts = mine(0755),
+            .folderFacts = mine(0755),
+            .installerFacts = mine(0755),
             .treeFacts = mine(0755),
             .parentFacts = mine(0755),
             .user = me,
@@ -65,7 +67,11 @@ INSTANTIATE_TEST_SUITE_P(
         Row{"below /opt, ours", [](Snapshot& s) { s.program = "/opt/ovrel/bin/ovrel"; }, portable, ""},
         Row{"a name like /usr", [](Snapshot& s) { s.program = "/usrlocal/ovrel/bin/ovrel"; }, portable, ""},
         Row{"own group may write, alone in it",
-            [](Snapshot& s) { s.programFacts = s.treeFacts = s.parentFacts = mine(0775); }, portable, ""},
+            [](Snapshot& s) {
+                s.programFacts = s.folderFacts = s.installerFacts = s.treeFacts = s.parentFacts = mine(0775);
+            },
+            portable, ""},
+        Row{"no installer", [](Snapshot& s) { s.installerFacts = {}; }, portable, ""},
 
         Row{"compiled in", [](Snapshot& s) { s.packager = "Debian"; }, managed, "Debian"},
         Row{"packager's file", [](Snapshot& s) { s.packagerMarker = "apt"; }, managed, "apt"},
@@ -86,6 +92,8 @@ INSTANTIATE_TEST_SUITE_P(
             managed, ""},
         Row{"another user's program", [](Snapshot& s) { s.programFacts.owner = 1001; }, managed, ""},
         Row{"another user's folder", [](Snapshot& s) { s.treeFacts.owner = 1001; }, managed, ""},
+        Row{"another user's folder of programs", [](Snapshot& s) { s.folderFacts.owner = 1001; }, managed, ""},
+        Row{"another user's installer", [](Snapshot& s) { s.installerFacts.owner = 1001; }, managed, ""},
         Row{"root", [](Snapshot& s) { s.elevated = true; }, managed, ""},
 
         Row{"parent is another's", [](Snapshot& s) { s.parentFacts.owner = 0; }, notWritable, ""},
@@ -97,6 +105,15 @@ INSTANTIATE_TEST_SUITE_P(
         Row{"everybody may write the folder", [](Snapshot& s) { s.treeFacts.mode = 0757; }, notWritable, ""},
         Row{"everybody may write around it", [](Snapshot& s) { s.parentFacts.mode = 01777; }, notWritable, ""},
         Row{"everybody may write the program", [](Snapshot& s) { s.programFacts.mode = 0757; }, notWritable, ""},
+        Row{"everybody may write the folder of programs", [](Snapshot& s) { s.folderFacts.mode = 0757; }, notWritable,
+            ""},
+        Row{"everybody may write the installer", [](Snapshot& s) { s.installerFacts.mode = 0757; }, notWritable, ""},
+        Row{"another group may write the folder of programs",
+            [](Snapshot& s) {
+                s.folderFacts.mode = 0775;
+                s.folderFacts.group = otherGroup;
+            },
+            notWritable, ""},
         Row{"another group may write",
             [](Snapshot& s) {
                 s.treeFacts.mode = 0775;

@@ -26,8 +26,10 @@ fs::path makeInstallation(const fs::path& home) {
     fs::path tree = home / "apps" / "ovrel";
     fs::create_directories(tree / "bin");
     std::ofstream(tree / "bin" / "ovrel") << "program";
+    std::ofstream(tree / installerPath) << "installer";
     std::ofstream(tree / portableMarkerName) << application << "\nmore\n";
-    for (const fs::path& path : {home, home / "apps", tree, tree / "bin", tree / "bin" / "ovrel"}) {
+    for (const fs::path& path :
+         {home, home / "apps", tree, tree / "bin", tree / "bin" / "ovrel", tree / installerPath}) {
         fs::permissions(path, fs::perms(0755));
     }
     return tree;
@@ -83,7 +85,7 @@ TEST(InstallationSnapshot, SeesWhoMayWrite) {
     asUser([](const fs::path& home) {
         const fs::path tree = makeInstallation(home);
         const fs::path program = tree / "bin" / "ovrel";
-        for (const fs::path& path : {program, tree, tree.parent_path()}) {
+        for (const fs::path& path : {program, tree / "bin", tree / installerPath, tree, tree.parent_path()}) {
             fs::permissions(path, fs::perms(0757));
             EXPECT_EQ(judge(sourcesOf(program)).kind, InstallationKind::notWritable) << path;
             fs::permissions(path, fs::perms(0755));

@@ -6,12 +6,10 @@ PROGRAMS holds the played programs and the installer, PUBLISHER the publisher's 
 """
 
 import fcntl
-import io
 import os
 import pathlib
 import re
 import struct
-import subprocess
 import sys
 import tarfile
 import tempfile
@@ -20,6 +18,7 @@ import unittest
 
 import installation
 from installation import NOBODY, Installation
+from publisher import Publisher, run
 
 PROGRAMS, PUBLISHER, HOST, APPLICATION = (
     pathlib.Path(sys.argv[1]), pathlib.Path(sys.argv[2]), sys.argv[3], sys.argv[4])
@@ -27,21 +26,8 @@ LIMIT_SECONDS = 20
 UNCHANGED = "The update could not be installed. The version that you have is unchanged."
 
 
-def run(*command):
-    return subprocess.run([sys.executable, "-B", *map(str, command)], check=True, capture_output=True, text=True).stdout
-
-
 def files_of(version, program_name):
     return installation.files_of(version, PROGRAMS / program_name, PROGRAMS / "ovrel-installer", APPLICATION)
-
-
-def add(archive, name, content=None, kind=tarfile.REGTYPE, target=""):
-    entry = tarfile.TarInfo(name)
-    entry.type = tarfile.DIRTYPE if content is None and kind == tarfile.REGTYPE else kind
-    entry.mode = 0o755 if content is None or "/bin/" in name else 0o644
-    entry.linkname = target
-    entry.size = len(content or b"")
-    archive.addfile(entry, io.BytesIO(content or b""))
 
 
 class UpdateTest(unittest.TestCase):
@@ -53,66 +39,23 @@ class UpdateTest(unittest.TestCase):
         self.installation = Installation(self.parent, files_of("2.3", "played-ovrel-2.3"))
         self.folder.chmod(0o755)
         self.log = self.parent / "log"
-        self.start_publisher()
+        self.publisher = Publisher(self.folder, PUBLISHER, HOST, APPLICATION)
+        self.addCleanup(self.publisher.close)
+        self.public_key = self.publisher.make_key()
 
-    def start_publisher(self):
-        self.site = self.folder / "site"
-        (self.site / "updates").mkdir(parents=True)
-        (self.site / "app_settings.txt").write_text(
-            "enabled = false\nversion = 1\nupdates_enabled = true\n"
-            f"update_feed_url = https://{HOST}/app/updates/appcast.xml\n")
-        server = subprocess.Popen(
-            [sys.executable, "-B", PUBLISHER / "serve.py", self.site, self.folder / "certificates", "--host", HOST,
-             "--port", "0", "--proxy-port", "0"], stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
-        self.addCleanup(server.stdout.close)
-        self.addCleanup(server.wait)
-        self.addCleanup(server.kill)
-        said = "".join(server.stdout.readline() for _ in range(4))
-        self.proxy = re.search(r"Proxy: +(\S+)", said)[1]
-        self.authority = self.folder / "authority.pem"
-        self.authority.write_bytes(pathlib.Path(re.search(r"Trust: +(\S+)", said)[1]).read_bytes())
-        self.authority.chmod(0o644)
-        self.key = self.folder / "key"
-        self.public_key = run(PUBLISHER / "publish.py", "key", self.key).split()[-1]
-
-    def write_archive(self, files, entries=()):
-        """Puts an archive of these files, and further entries, on the server."""
-        archive = self.site / "updates" / "ovrel.tar.xz"
-        with tarfile.open(archive, "w:xz", preset=0) as tar:
-            top = "ovrel-2.4"
-            add(tar, top)
-            add(tar, f"{top}/bin")
-            for name, content in files.items():
-                add(tar, f"{top}/{name}", content)
-            for entry in entries:
-                add(tar, **entry)
-        return archive
-
-    def publish(self, files, entries=()):
-        """Names such an archive of version 2.4 in the feed."""
-        archive = self.write_archive(files, entries)
-        notes = [self.folder / "ru.txt", self.folder / "en.txt"]
-        notes[0].write_text("Новое.")
-        notes[1].write_text("News.")
-        run(PUBLISHER / "publish.py", "add", self.feed, self.key, archive, "--url",
-            f"https://{HOST}/app/updates/ovrel.tar.xz", "--version", "2.4", "--application", APPLICATION,
-            "--notes-ru", notes[0], "--notes-en", notes[1])
-        return archive
-
-    @property
-    def feed(self):
-        return self.site / "updates" / "appcast.xml"
+    def publish(self, program_name, entries=()):
+        return self.publisher.publish("2.4", files_of("2.4", program_name), entries)
 
     def edit_feed(self, pattern, replacement):
-        text, count = re.subn(pattern, replacement, self.feed.read_text())
+        text, count = re.subn(pattern, replacement, self.publisher.feed.read_text())
         self.assertEqual(count, 1)
-        self.feed.write_text(text)
+        self.publisher.feed.write_text(text)
 
     def start_in_background(self):
         environment = {**os.environ, "HOME": str(self.parent), "XDG_STATE_HOME": str(self.parent / "state"),
                        "XDG_CONFIG_HOME": str(self.parent / "config"), "LD_LIBRARY_PATH": "/nowhere",
-                       "https_proxy": self.proxy, "OVREL_PLAYED_LOG": str(self.log),
-                       "OVREL_PLAYED_AUTHORITY": str(self.authority), "OVREL_PLAYED_KEY": self.public_key}
+                       "https_proxy": self.publisher.proxy, "OVREL_PLAYED_LOG": str(self.log),
+                       "OVREL_PLAYED_AUTHORITY": str(self.publisher.authority), "OVREL_PLAYED_KEY": self.public_key}
         with open(self.folder / "said", "w") as said:
             return self.installation.start(environment=environment, stderr=said)
 
@@ -145,7 +88,7 @@ class UpdateTest(unittest.TestCase):
             time.sleep(0.02)
 
     def test_installs_the_new_version_and_starts_it(self):
-        self.publish(files_of("2.4", "played-ovrel-2.4"))
+        self.publish("played-ovrel-2.4")
         self.start()
         self.assertEqual(self.wait_for("2.4 confirmed"),
                          ["2.3 started: ", "2.3 offered: News.", "2.4 started: --relaunched-after-update=2.4",
@@ -154,7 +97,7 @@ class UpdateTest(unittest.TestCase):
         self.wait_until_only()
 
     def test_takes_back_a_version_that_crashes_at_once(self):
-        self.publish(files_of("2.4", "played-ovrel-2.4-that-crashes"))
+        self.publish("played-ovrel-2.4-that-crashes")
         self.start()
         self.assertEqual(self.wait_for("2.3 knows that this failed: 2.4"),
                          ["2.3 started: ", "2.3 offered: News.", "2.4 started: --relaunched-after-update=2.4",
@@ -193,26 +136,26 @@ class UpdateTest(unittest.TestCase):
         self.wait_until_only()
 
     def test_refuses_a_flipped_byte(self):
-        archive = self.publish(files_of("2.4", "played-ovrel-2.4"))
+        archive = self.publish("played-ovrel-2.4")
         content = bytearray(archive.read_bytes())
         content[len(content) // 2] ^= 1
         archive.write_bytes(content)
         self.refuses("The update's signature is not the publisher's. (3001)")
 
     def test_refuses_another_key(self):
-        self.publish(files_of("2.4", "played-ovrel-2.4"))
-        self.public_key = run(PUBLISHER / "publish.py", "key", self.folder / "other").split()[-1]
+        self.publish("played-ovrel-2.4")
+        self.public_key = self.publisher.make_key("other")
         self.refuses("The update's signature is not the publisher's. (3001)")
 
     def test_refuses_an_archive_without_a_signature(self):
-        self.publish(files_of("2.4", "played-ovrel-2.4"))
+        self.publish("played-ovrel-2.4")
         self.edit_feed(r' sparkle:edSignature="[^"]*"', "")
         self.refuses("The update is not signed by its publisher. (3001)")
 
     def test_refuses_an_older_version_under_a_newer_number(self):
-        self.publish(files_of("2.4", "played-ovrel-2.4"))
-        archive = self.write_archive(files_of("2.2", "played-ovrel-2.3"))
-        attributes = run(PUBLISHER / "publish.py", "sign", self.key, archive).strip()
+        self.publish("played-ovrel-2.4")
+        archive = self.publisher.write_archive(files_of("2.2", "played-ovrel-2.3"))
+        attributes = run(PUBLISHER / "publish.py", "sign", self.publisher.key, archive).strip()
         self.edit_feed(r' length="[^"]*"', "")
         self.edit_feed(r'sparkle:edSignature="[^"]*"', attributes)
         self.refuses("This update is no newer than what has been installed already. (4006)")
@@ -221,24 +164,24 @@ class UpdateTest(unittest.TestCase):
         outside = self.parent / "outside"
         for fault, entries in [
             ("a file name that is not allowed", [{"name": "../outside", "content": b"x"}]),
-            ("a file name that is not allowed", [{"name": "ovrel-2.4/../../../outside", "content": b"x"}]),
+            ("a file name that is not allowed", [{"name": "ovrel-new/../../../outside", "content": b"x"}]),
             ("a link that leads out of the program's folder",
-             [{"name": "ovrel-2.4/link", "kind": tarfile.SYMTYPE, "target": str(self.parent)},
-              {"name": "ovrel-2.4/link/outside", "content": b"x"}]),
+             [{"name": "ovrel-new/link", "kind": tarfile.SYMTYPE, "target": str(self.parent)},
+              {"name": "ovrel-new/link/outside", "content": b"x"}]),
             ("more than files and folders",
-             [{"name": "ovrel-2.4/hard", "kind": tarfile.LNKTYPE, "target": str(self.log)}]),
+             [{"name": "ovrel-new/hard", "kind": tarfile.LNKTYPE, "target": str(self.log)}]),
         ]:
             with self.subTest(entries=entries):
                 self.log.unlink(missing_ok=True)
-                self.feed.unlink(missing_ok=True)
-                self.publish(files_of("2.4", "played-ovrel-2.4"), entries=entries)
+                self.publisher.feed.unlink(missing_ok=True)
+                self.publish("played-ovrel-2.4", entries=entries)
                 shown = f"The update's archive is refused: it holds {fault}."
                 self.refuses(f"{shown} (3002)", shown=shown)
                 self.assertFalse(outside.exists())
 
     @unittest.skipIf(NOBODY is None, "only root can play another owner")
     def test_leaves_an_installation_of_another_owner_alone(self):
-        self.publish(files_of("2.4", "played-ovrel-2.4"))
+        self.publish("played-ovrel-2.4")
         os.chown(self.installation.tree, 0, 0)
         self.start()
         self.assertRegex(self.lines()[-1], "^2[.]3 ended: Unable to update Ovrel: .*system")
