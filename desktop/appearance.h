@@ -66,7 +66,6 @@ private:
     void takeReply(std::size_t setting, const QDBusMessage& reply);
     void takeValue(std::size_t setting, const QVariant& value);
     void takePalette();
-    void lookUnderPalette();
     ColorScheme presentColorScheme() const;
     bool presentReducedMotion() const;
     void refresh();
