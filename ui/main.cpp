@@ -16,9 +16,13 @@
 #include <QNetworkProxyFactory>
 #include <QThreadPool>
 
+#include <algorithm>
+#include <array>
 #include <chrono>
 #include <filesystem>
 #include <string>
+#include <string_view>
+#include <system_error>
 #include <vector>
 
 namespace {
@@ -31,8 +35,34 @@ void describeProgram() {
     QGuiApplication::setDesktopFileName(QStringLiteral(OVREL_APPLICATION_ID));
 }
 
+/// The words of the command line, which stay where they are; those of Qt go once it has read them.
+struct CommandLine {
+    int& count;
+    char** words;
+
+    const char* const* begin() const { return words; }
+    const char* const* end() const { return words + count; }
+};
+
+/// Whether nothing but text is wanted, for which no display has to be there.
+bool asksForText(const CommandLine& line) {
+    constexpr std::array<std::string_view, 4> asking{"-h", "--help", "-v", "--version"};
+    return std::find_first_of(line.begin(), line.end(), asking.begin(), asking.end()) != line.end();
+}
+
+/// A name may have bytes that are no text, so it is taken from the word itself.
+std::filesystem::path pathOf(const QString& argument, const CommandLine& line) {
+    const auto* const word = std::find_if(
+        line.begin(), line.end(), [&](const char* candidate) { return QString::fromLocal8Bit(candidate) == argument; });
+    const std::filesystem::path path = word != line.end() ? *word : QFile::encodeName(argument).constData();
+    std::error_code unknown; // where the current folder is gone
+    const std::filesystem::path whole = std::filesystem::absolute(path, unknown);
+    return unknown ? path : whole;
+}
+
 /// The files and folders that the command line names. Most options but those of Qt end the program with their help.
-std::vector<std::filesystem::path> filesOf(const QStringList& arguments, const PortableStart& start) {
+std::vector<std::filesystem::path> filesOf(const CommandLine& line, const PortableStart& start) {
+    const QStringList arguments = QCoreApplication::arguments();
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("Converts JPG, PNG, WebP and GIF images to AVIF."));
     const QCommandLineOption help = parser.addHelpOption();
@@ -49,7 +79,9 @@ std::vector<std::filesystem::path> filesOf(const QStringList& arguments, const P
     parser.process(arguments);
     std::vector<std::filesystem::path> files;
     for (const QString& argument : parser.positionalArguments()) {
-        files.push_back(std::filesystem::absolute(QFile::encodeName(argument).toStdString()));
+        if (!argument.isEmpty()) {
+            files.push_back(pathOf(argument, line));
+        }
     }
     return files;
 }
@@ -68,8 +100,13 @@ int main(int argc, char** argv) {
     PortableStart start(std::string(applicationIdentifier.data(), applicationIdentifier.size()), argv);
     const QString token = startToken();
     describeProgram();
+    const CommandLine line{argc, argv};
+    if (asksForText(line)) {
+        const QCoreApplication application(argc, argv);
+        filesOf(line, start); // says what was asked for and ends the program
+    }
     const QApplication application(argc, argv);
-    const std::vector<std::filesystem::path> files = filesOf(QCoreApplication::arguments(), start);
+    const std::vector<std::filesystem::path> files = filesOf(line, start);
     SingleInstance instance(QStringLiteral(OVREL_APPLICATION_ID));
     if (!instance.becomeFirst() && instance.handOver(files, token)) {
         start.disregard();

@@ -8,14 +8,17 @@
 cmake_minimum_required(VERSION 3.25)
 include("${CMAKE_CURRENT_LIST_DIR}/../bundled.cmake")
 
-file(GET_RUNTIME_DEPENDENCIES
-  EXECUTABLES "${ROOT}/bin/ovrel-cli"
-  RESOLVED_DEPENDENCIES_VAR libraries
-  UNRESOLVED_DEPENDENCIES_VAR missing)
-if(missing)
-  message(FATAL_ERROR "Not to be found: ${missing}")
-endif()
-# libavif, the codecs that it may ask and the two libraries with which it converts colours.
-list(FILTER libraries INCLUDE REGEX "/lib(avif|aom|dav1d|gav1|rav1e|SvtAv1Enc|yuv|sharpyuv)[.]so[.]")
-list(SORT libraries)
-ovrel_bundle("${ROOT}" lib ${libraries})
+function(ovrel_dependencies kind file out)
+  file(GET_RUNTIME_DEPENDENCIES ${kind} "${file}" RESOLVED_DEPENDENCIES_VAR found UNRESOLVED_DEPENDENCIES_VAR missing)
+  if(missing)
+    message(FATAL_ERROR "Not to be found: ${missing}")
+  endif()
+  set(${out} ${found} PARENT_SCOPE)
+endfunction()
+
+ovrel_dependencies(EXECUTABLES "${ROOT}/bin/ovrel-cli" avif)
+list(FILTER avif INCLUDE REGEX "/libavif[.]so[.]")
+ovrel_dependencies(LIBRARIES "${avif}" codecs)
+# What it encodes and decodes with, and the two libraries with which it converts colours.
+list(FILTER codecs INCLUDE REGEX "/lib(aom|dav1d|rav1e|SvtAv1Enc|yuv|sharpyuv)[.]so[.]")
+ovrel_bundle("${ROOT}" lib ${avif} ${codecs})

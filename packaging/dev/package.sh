@@ -66,39 +66,58 @@ package_portable() {
 # and a word that the package manager updates them.
 package_deb() {
     require_packages build package
-    local root=$PWD/build/package/deb programs documents program release
+    local root=$PWD/build/package/deb usr programs documents program release depends
     release=1~$(. /etc/os-release && printf '%s%s' "$ID" "${VERSION_ID:-}" | tr -cd 'a-z0-9.')
-    programs=$root/lib/ovrel documents=$root/share/doc/ovrel
-    install_programs "$root"
+    usr=$root/usr programs=$root/usr/lib/ovrel documents=$root/usr/share/doc/ovrel
+    rm -rf "$root"
+    install_programs "$usr"
     mkdir -p "$programs" "$documents"
-    mv "$root/bin" "$programs/bin"
-    mkdir "$root/bin"
+    mv "$usr/bin" "$programs/bin"
+    mkdir "$usr/bin"
     for program in ovrel ovrel-cli; do
-        ln -s "../lib/ovrel/bin/$program" "$root/bin/$program"
+        ln -s "../lib/ovrel/bin/$program" "$usr/bin/$program"
     done
     say apt >"$programs/bin/managed-by"
     cmake -D ROOT="$programs" -P packaging/deb/collect.cmake
     strip --strip-unneeded "$programs"/lib/*
     describe_bundled "$programs" ../../share/doc/ovrel
     write_debian_documents "$documents" "$(packages_bundled "$programs")" "$release"
+    depends=$(needed_packages "$programs")
     rm "$programs/bundled-files.txt"
     # Where Debian's zsh looks.
-    mv "$root/share/zsh/site-functions" "$root/share/zsh/vendor-completions"
-    gzip --best --no-name "$root"/share/man/man1/*.1
+    mv "$usr/share/zsh/site-functions" "$usr/share/zsh/vendor-completions"
+    gzip --best --no-name "$usr"/share/man/man1/*.1
     chmod --recursive go=rX,u+rw "$root"
 
     rm -f build/package/*.deb
-    SOURCE_DATE_EPOCH=$(moment_of_version) cpack -G DEB --config packaging/deb/CPackConfig.cmake -B build/package \
-        -D ROOT="$root" -D RELEASE="$release" -D HOST="$(build_value OVREL_PUBLISHER_HOST)" \
-        -D CPACK_PACKAGE_VERSION="$(project_version)" -D CPACK_DEBIAN_PACKAGE_DEPENDS="$(heif_plugins)" >/dev/null
+    SOURCE_DATE_EPOCH=$(moment_of_version) ROOT=$root VERSION=$(project_version) RELEASE=$release \
+        HOST=$(build_value OVREL_PUBLISHER_HOST) MAINTAINER=$(maintainer) DEPENDS=$depends \
+        cpack -G DEB --config packaging/deb/CPackConfig.cmake -B build/package >/dev/null
     rm -rf build/package/_CPack_Packages
     lintian --fail-on error build/package/*.deb
     say "$(echo build/package/*.deb): $(($(stat -c %s build/package/*.deb) / 1048576)) MiB."
 }
 
+maintainer() { say "The Ovrel developers <packages@$(build_value OVREL_PUBLISHER_HOST)>"; }
+
 project_version() { sed -n 's/^project(Ovrel VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt; }
 
-# libheif's codecs for what it loads by name, where they are packages of their own; separated by commas.
+# needed_packages PROGRAMS: the packages that programs and bundled libraries need beside what is bundled, as Debian
+# writes dependencies.
+needed_packages() {
+    local programs=$1 folder owner excluded=()
+    for owner in $(packages_bundled "$programs"); do
+        excluded+=("-x$owner")
+    done
+    folder=build/package/dependencies
+    mkdir -p "$folder/debian"
+    : >"$folder/debian/control"
+    (cd "$folder" && dpkg-shlibdeps -O --ignore-missing-info "${excluded[@]}" "$programs"/bin/ovrel* "$programs"/lib/* \
+        2>/dev/null) | sed -n 's/^shlibs:Depends=//p' | sed "s/\$/$(heif_plugins | sed 's/./, &/')/"
+    rm -r "$folder"
+}
+
+# libheif's codecs, which it loads by name, where they are packages of their own; separated by commas.
 heif_plugins() {
     dpkg-query --show --showformat '${db:Status-Status} ${Package}\n' 'libheif-plugin-*' 2>/dev/null |
         sed -nE 's/^installed (libheif-plugin-(aomenc|aomdec|libde265))$/\1/p' | paste -sd, | sed 's/,/, /g'
@@ -108,16 +127,15 @@ heif_plugins() {
 write_debian_documents() {
     local folder=$1 owner
     {
-        say "Ovrel" "" "$(cat LICENSE)"
+        printf '%s\n\n' Ovrel
+        cat LICENSE
         for owner in $2; do
-            say "" "" "Files from the package $owner in /usr/lib/ovrel/lib:" ""
+            printf '\n\n%s\n\n' "Files from the package $owner in /usr/lib/ovrel/lib:"
             cat "/usr/share/doc/$owner/copyright"
         done
     } >"$folder/copyright"
     gzip --best --no-name <CHANGELOG.md >"$folder/changelog.gz"
-    {
-        say "ovrel ($(project_version)-$3) unstable; urgency=medium" "" "  * See changelog.gz." ""
-        say " -- The Ovrel developers <packages@$(build_value OVREL_PUBLISHER_HOST)>  $(LC_ALL=C date -u -R \
-            -d "@$(moment_of_version)")"
-    } | gzip --best --no-name >"$folder/changelog.Debian.gz"
+    printf '%s\n\n' "ovrel ($(project_version)-$3) unstable; urgency=medium" "  * See changelog.gz." \
+        " -- $(maintainer)  $(LC_ALL=C date -u -R -d "@$(moment_of_version)")" |
+        gzip --best --no-name >"$folder/changelog.Debian.gz"
 }
