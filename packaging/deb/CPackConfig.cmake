@@ -28,6 +28,6 @@ set(CPACK_DEBIAN_PACKAGE_SECTION graphics)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_HOMEPAGE "https://$ENV{HOST}/")
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "$ENV{DEPENDS}")
-# Wayland's plug-in of Qt; on other desktops nobody misses it.
-set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "qt6-wayland")
+# Wayland's plug-in of Qt, and Qt's own texts in other languages.
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "qt6-wayland, qt6-translations-l10n")
 set(CPACK_DEBIAN_COMPRESSION_TYPE xz)

@@ -40,6 +40,7 @@ packages_bundled() { cut -d ' ' -f 2 "$1/bundled-files.txt" | LC_ALL=C sort -u; 
 
 # One directory that runs from wherever it is unpacked, and its archive.
 package_portable() {
+    require_packages build package
     local name root archive owner
     name=ovrel-$(project_version)-linux-$(uname -m)
     root=build/package/$name
@@ -47,7 +48,8 @@ package_portable() {
     rm -f "$archive"
     install_programs "$root"
     cmake --install build/release --prefix "$root" --strip --component portable >/dev/null
-    cmake -D ROOT="$PWD/$root" -D QT_PLUGINS="$(qmake6 -query QT_INSTALL_PLUGINS)" -P packaging/portable/collect.cmake
+    cmake -D ROOT="$PWD/$root" -D QT_PLUGINS="$(qmake6 -query QT_INSTALL_PLUGINS)" \
+        -D QT_TRANSLATIONS="$(qmake6 -query QT_INSTALL_TRANSLATIONS)" -P packaging/portable/collect.cmake
     for owner in $(packages_bundled "$root"); do
         cp "/usr/share/doc/$owner/copyright" "$root/share/licenses/$owner"
     done

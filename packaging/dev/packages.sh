@@ -8,7 +8,7 @@ build_packages=(build-essential cmake ninja-build pkg-config ccache libavif-dev 
     libpng-dev libgif-dev libwebp-dev liblcms2-dev libicu-dev uuid-dev libcli11-dev qt6-base-dev qt6-svg-dev qcoro-qt6-dev
     openssl python3 libsodium-dev libarchive-dev libgtest-dev libgmock-dev dbus-daemon desktop-file-utils appstream)
 lint_packages=(clang clang-tidy)
-package_packages=(lintian file)
+package_packages=(lintian qt6-translations-l10n)
 shots_packages=(fonts-inter)
 fuzz_packages=(clang libclang-rt-dev llvm)
 # The test of the program from outside: a display, a window manager, the accessibility bus and another decoder.

@@ -1,6 +1,6 @@
-# Copies into a portable directory what its programs need: shared libraries and Qt's plug-ins.
+# Copies into a portable directory what its programs need: shared libraries, Qt's plug-ins and Qt's texts in Russian.
 #
-#   cmake -D ROOT=DIRECTORY -D QT_PLUGINS=DIRECTORY -P collect.cmake
+#   cmake -D ROOT=DIRECTORY -D QT_PLUGINS=DIRECTORY -D QT_TRANSLATIONS=DIRECTORY -P collect.cmake
 #
 # ROOT holds bin/ with the programs. The C and C++ runtimes, the kernel's interface and graphics drivers stay the
 # system's; so do fonts.
@@ -52,6 +52,7 @@ foreach(plugin IN LISTS plugins)
   get_filename_component(folder "${name}" DIRECTORY)
   ovrel_bundle("${ROOT}" "plugins/${folder}" "${plugin}")
 endforeach()
+ovrel_bundle("${ROOT}" translations "${QT_TRANSLATIONS}/qtbase_ru.qm")
 
 list(LENGTH libraries library_count)
 list(LENGTH plugins plugin_count)
