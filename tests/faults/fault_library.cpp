@@ -10,6 +10,9 @@
 // What the C library calls within itself does not come by here. fopen() and fclose() therefore count as calls of their
 // own, and what is read and written through a FILE in between is not seen.
 
+// Guarded, the C library's headers define some of these functions themselves.
+#undef _FORTIFY_SOURCE
+
 #include "tests/faults/fault.h"
 
 #include <cerrno>
@@ -237,6 +240,31 @@ ssize_t pread(int file, void* into, std::size_t size, off_t offset) {
 
 ssize_t pread64(int file, void* into, std::size_t size, off64_t offset) {
     return failsToTransfer(FaultClass::read, size) ? -1 : ::syscall(SYS_pread64, file, into, size, offset);
+}
+
+// What programs with guards call where the compiler knows the size of the buffer, or sees no mode.
+ssize_t __read_chk(int file, void* into, std::size_t size, std::size_t /*room*/) {
+    return read(file, into, size);
+}
+
+ssize_t __pread64_chk(int file, void* into, std::size_t size, off64_t offset, std::size_t /*room*/) {
+    return pread64(file, into, size, offset);
+}
+
+int __open_2(const char* path, int flags) {
+    return openFile(AT_FDCWD, path, flags, 0);
+}
+
+int __open64_2(const char* path, int flags) {
+    return openFile(AT_FDCWD, path, flags, 0);
+}
+
+int __openat_2(int folder, const char* path, int flags) {
+    return openFile(folder, path, flags, 0);
+}
+
+int __openat64_2(int folder, const char* path, int flags) {
+    return openFile(folder, path, flags, 0);
 }
 
 ssize_t write(int file, const void* from, std::size_t size) {
