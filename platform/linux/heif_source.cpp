@@ -112,9 +112,10 @@ ColorSpace colorSpaceOf(const heif_image_handle* handle, const Image& image) {
             return embeddedColorSpace(profile, image);
         }
     }
-    heif_color_profile_nclx* nclx = nullptr;
-    if (succeeded(heif_image_handle_get_nclx_color_profile(handle, &nclx)) && nclx != nullptr) {
-        const HeifNclx released(nclx);
+    heif_color_profile_nclx* stated = nullptr;
+    const heif_error error = heif_image_handle_get_nclx_color_profile(handle, &stated);
+    const HeifNclx nclx(stated); // given for numbers that libheif does not know, too
+    if (succeeded(error) && nclx) {
         return colorSpaceFromCicp(static_cast<std::uint16_t>(nclx->color_primaries),
                                   static_cast<std::uint16_t>(nclx->transfer_characteristics));
     }
