@@ -3,6 +3,9 @@
 #include "bench/bare_encode.h"
 #include "bench/measure.h"
 #include "bench/queue.h"
+#include "bench/race.h"
+#include "bench/rivals.h"
+#include "bench/scratch_folder.h"
 #include "conversion/converter.h"
 #include "platform/bitmap.h"
 #include "platform/image_source.h"
@@ -10,7 +13,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <cstdlib>
 #include <exception>
 #include <filesystem>
 #include <fstream>
@@ -31,54 +33,9 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr int quality = 50;
-constexpr int rounds = 3;
 
 int encoderThreads() {
     return static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1U, 8U));
-}
-
-/// A folder for results, emptied at the end.
-class ScratchFolder {
-public:
-    ScratchFolder() {
-        std::string pattern = (fs::temp_directory_path() / "ovrel-bench-XXXXXX").native();
-        if (::mkdtemp(pattern.data()) == nullptr) {
-            throw std::runtime_error("no scratch folder");
-        }
-        path_ = pattern;
-    }
-    ~ScratchFolder() {
-        std::error_code ignored;
-        fs::remove_all(path_, ignored);
-    }
-    ScratchFolder(const ScratchFolder&) = delete;
-    ScratchFolder& operator=(const ScratchFolder&) = delete;
-
-    const fs::path& path() const { return path_; }
-
-private:
-    fs::path path_;
-};
-
-/// The fastest of several rounds with its memory; rounds of different contestants take turns.
-struct Contestant {
-    std::string name;
-    std::function<Measurement()> run;
-    std::optional<Measurement> best;
-};
-
-void race(std::vector<Contestant>& contestants) {
-    for (int round = 0; round < rounds; ++round) {
-        for (Contestant& contestant : contestants) {
-            const Measurement measurement = contestant.run();
-            if (!measurement.succeeded) {
-                throw std::runtime_error(contestant.name + " failed");
-            }
-            if (!contestant.best || measurement.seconds < contestant.best->seconds) {
-                contestant.best = measurement;
-            }
-        }
-    }
 }
 
 Measurement convertAll(const std::vector<fs::path>& photos, int speed) {
@@ -228,8 +185,10 @@ int main(int count, char** arguments) {
         std::printf("%zu photographs at quality 50, %d threads; each ratio is the best of %d rounds that took turns\n",
                     photos.size(), encoderThreads(), rounds);
         requireSameFile(photos.front());
+        const std::filesystem::path program = std::filesystem::path(arguments[0]).parent_path() / "ovrel-cli";
+        compareRivals(program, photos);
         compareEncoding(photos);
-        compareJobs(std::filesystem::path(arguments[0]).parent_path() / "ovrel-cli", photos);
+        compareJobs(program, photos);
         compareQueues();
     } catch (const std::exception& error) {
         std::fprintf(stderr, "ovrel-bench: %s\n", error.what());

@@ -44,12 +44,18 @@ public:
 
     Totals run(unsigned jobs) {
         std::vector<std::jthread> workers;
-        startWorkers(workers, jobs);
-        std::unique_lock lock(mutex_);
-        while (working_ > 0 || !waiting_.empty()) {
-            if (!reportNext(lock)) {
-                showProgress(lock);
-            }
+        try {
+            startWorkers(workers, jobs);
+            tellOfAll();
+        } catch (...) {
+            // The workers are waited for while this leaves, so they must not go on.
+            const std::lock_guard lock(mutex_);
+            breakOff(std::current_exception());
+            throw;
+        }
+        const std::lock_guard lock(mutex_);
+        if (failure_) {
+            std::rethrow_exception(failure_);
         }
         totals_.stopped = stop_.stop_requested();
         return totals_;
@@ -80,26 +86,58 @@ private:
         }
     }
 
+    void tellOfAll() {
+        std::unique_lock lock(mutex_);
+        while (working_ > 0 || !waiting_.empty()) {
+            if (!reportNext(lock)) {
+                showProgress(lock);
+            }
+        }
+    }
+
+    /// Ends the batch, whose mutex is held, because of what no step is to blame for. The first reason counts.
+    void breakOff(std::exception_ptr failure) {
+        if (!failure_) {
+            failure_ = std::move(failure);
+        }
+        ended_ = true;
+        changed_.notify_all();
+    }
+
     bool isEnding() const { return ended_ || stop_.stop_requested(); }
 
     /// The life of a worker.
     void workOn() {
         std::unique_lock lock(mutex_);
+        try {
+            takeSteps(lock);
+        } catch (...) {
+            if (!lock.owns_lock()) {
+                lock.lock();
+            }
+            breakOff(std::current_exception());
+        }
+        --working_;
+        changed_.notify_all();
+    }
+
+    void takeSteps(std::unique_lock<std::mutex>& lock) {
         for (std::size_t step = nextHead(lock); step != Step::none; step = nextHead(lock)) {
             for (; step != Step::none && !isEnding(); step = plan_[step].follower) {
                 progress_.current = &plan_[step];
                 changed_.notify_all();
                 lock.unlock();
-                Outcome outcome = outcomeOf(work_, plan_[step]);
+                // Its place is made first: when memory runs out, no step that was done is lost.
+                std::map<std::size_t, Outcome> done;
+                Outcome& outcome = done[step];
+                outcome = outcomeOf(work_, plan_[step]);
                 lock.lock();
-                waiting_.emplace(step, std::move(outcome));
+                waiting_.merge(done);
                 ++progress_.completed;
                 progress_.worked += plan_[step].isWork() ? 1U : 0U;
                 changed_.notify_all();
             }
         }
-        --working_;
-        changed_.notify_all();
     }
 
     /// The next step that follows no other, or none when the batch is over.
@@ -166,7 +204,8 @@ private:
     std::size_t cursor_ = 0;                 ///< the first step that no worker has looked at
     std::size_t told_ = 0;                   ///< steps before this one have been told of
     std::size_t working_ = 0;                ///< workers
-    bool ended_ = false;                     ///< the observer wants no more
+    bool ended_ = false;                     ///< the observer wants no more, or something failed
+    std::exception_ptr failure_;             ///< what broke the batch off
     BatchProgress progress_;
     Totals totals_;
 };

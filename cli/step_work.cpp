@@ -1,7 +1,9 @@
 #include "cli/step_work.h"
 
 #include <cstdint>
+#include <new>
 #include <optional>
+#include <utility>
 
 namespace ovrel::cli {
 
@@ -12,6 +14,8 @@ std::optional<std::uint64_t> sizeOf(const std::filesystem::path& file, FileSyste
         return files.fileSize(file);
     } catch (const FileError&) {
         return std::nullopt;
+    } catch (const std::bad_alloc&) {
+        return std::nullopt; // it is only told, and the step is done all the same
     }
 }
 
@@ -38,12 +42,12 @@ Outcome carryOut(const Step& step, const ConvertFunction& convert, FileSystem& f
         return outcome;
     }
     try {
-        const ConversionResult written = convert(step.item);
-        outcome.result = written.file;
+        ConversionResult written = convert(step.item);
+        outcome.result = std::move(written.file);
         outcome.multiImage = written.multiImage;
-        outcome.resultBytes = sizeOf(written.file, files);
+        outcome.resultBytes = sizeOf(outcome.result, files);
         if (preserveTimes) {
-            files.copyModificationTime(step.item.url, written.file);
+            files.copyModificationTime(step.item.url, outcome.result);
         }
         outcome.status = step.action == Step::Action::copy ? Outcome::Status::copied : Outcome::Status::converted;
     } catch (...) {

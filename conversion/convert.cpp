@@ -73,9 +73,9 @@ Image decodeStill(ImageSource& source, const Services& services) {
 ConversionResult convertChecked(const InputItem& item, const fs::path& output, double quality, EncodingMode mode,
                                 int speed, const Services& services) {
     if (item.isAVIF()) {
-        const fs::path file = publishWritten(
+        fs::path file = publishWritten(
             item, output, services, [&](const fs::path& temporary) { services.files->copyFile(item.url, temporary); });
-        return {file, false};
+        return {std::move(file), false}; // a copy could lack memory when the file stands already
     }
     const bool withSystem = mode == EncodingMode::system && !item.isGIF();
     if (withSystem && !canWriteAvif(services)) {
@@ -92,19 +92,19 @@ ConversionResult convertChecked(const InputItem& item, const fs::path& output, d
         if (!fitsIntoMemory(source->properties(0), services)) {
             throw framePreparationError("1");
         }
-        const fs::path file = publishWritten(
+        fs::path file = publishWritten(
             item, output, services, [&](const fs::path& temporary) { encodeGIF(*source, temporary, quality, speed); });
-        return {file, true};
+        return {std::move(file), true};
     }
     Image image = decodeStill(*source, services);
-    const fs::path file = publishWritten(item, output, services, [&](const fs::path& temporary) {
+    fs::path file = publishWritten(item, output, services, [&](const fs::path& temporary) {
         if (withSystem) {
             encodeWithSystem(std::move(image), temporary, quality, services);
         } else {
             encodeCompact(std::move(image), temporary, quality, speed);
         }
     });
-    return {file, multiImage};
+    return {std::move(file), multiImage};
 }
 
 } // namespace

@@ -12,6 +12,7 @@
 #include <QMetaType>
 #include <QPalette>
 #include <QPointer>
+#include <QScopedValueRollback>
 #include <QVariant>
 #include <QtGlobal>
 #if QT_VERSION >= QT_VERSION_CHECK(6, 5, 0)
@@ -112,8 +113,11 @@ ColorScheme Appearance::colorSchemeOf(const QPalette& palette) {
 }
 
 bool Appearance::eventFilter(QObject* watched, QEvent* event) {
-    if (watched == QCoreApplication::instance() && event->type() == QEvent::ApplicationPaletteChange) {
+    if (watched == QCoreApplication::instance() && event->type() == QEvent::ApplicationPaletteChange && !looksUnder_) {
         takePalette();
+        refresh();
+    } else if (event->type() == QEvent::ThemeChange && watched->isWindowType()) {
+        lookUnderPalette();
         refresh();
     }
     return QObject::eventFilter(watched, event);
@@ -214,6 +218,18 @@ void Appearance::takePalette() {
     if (!palette.isBrushSet(QPalette::Active, QPalette::Window)) {
         paletteScheme_ = colorSchemeOf(palette);
     }
+}
+
+// Nothing tells of the desktop's palette where the program has set every colour, unless its own is away for a moment.
+void Appearance::lookUnderPalette() {
+    const QPalette own = QGuiApplication::palette();
+    if (!own.isBrushSet(QPalette::Active, QPalette::Window)) {
+        return;
+    }
+    const QScopedValueRollback looking(looksUnder_, true);
+    QGuiApplication::setPalette(QPalette());
+    takePalette();
+    QGuiApplication::setPalette(own);
 }
 
 ColorScheme Appearance::presentColorScheme() const {

@@ -60,6 +60,7 @@ private:
     void takeReply(std::size_t setting, const QDBusMessage& reply);
     void takeValue(std::size_t setting, const QVariant& value);
     void takePalette();
+    void lookUnderPalette();
     ColorScheme presentColorScheme() const;
     bool presentReducedMotion() const;
     void refresh();
@@ -72,6 +73,7 @@ private:
     quint32 preferredMotion_ = 0;  ///< 0 none, 1 reduced
     double animationDuration_ = 1; ///< a factor
 
+    bool looksUnder_ = false;                        ///< the program's palette is away
     ColorScheme paletteScheme_ = ColorScheme::light; ///< of the palette that the desktop gave
     ColorScheme colorScheme_ = ColorScheme::light;
     bool reducedMotion_ = false;

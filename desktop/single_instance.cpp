@@ -1,5 +1,6 @@
 #include "desktop/single_instance.h"
 
+#include "desktop/local_file.h"
 #include "model/path_text.h"
 
 #include <QDBusAbstractAdaptor>
@@ -52,26 +53,10 @@ QVariantMap platformDataOf(const QString& token) {
     return token.isEmpty() ? QVariantMap() : QVariantMap{{tokenKey(), token}, {formerTokenKey(), token}};
 }
 
-/// RFC 8089: a file address may name the machine.
-bool isOfThisMachine(const QString& host) {
-    return host.isEmpty() || host == QStringLiteral("localhost") ||
-           host.compare(QSysInfo::machineHostName(), Qt::CaseInsensitive) == 0;
-}
-
-std::optional<fs::path> localFile(const QString& uri) {
-    const QUrl url(uri);
-    if (!url.isValid() || !url.isLocalFile() || !isOfThisMachine(url.host())) {
-        return std::nullopt;
-    }
-    fs::path file = pathOf(url);
-    const bool isUsable = file.is_absolute() && file.native().find('\0') == std::string::npos;
-    return isUsable ? std::optional(std::move(file)) : std::nullopt;
-}
-
 SingleInstance::Files localFiles(const QStringList& uris) {
     SingleInstance::Files files;
     for (const QString& uri : uris) {
-        if (std::optional<fs::path> file = localFile(uri)) {
+        if (std::optional<fs::path> file = localFile(QUrl(uri))) {
             files.push_back(std::move(*file));
         }
     }

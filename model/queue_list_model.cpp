@@ -173,7 +173,7 @@ QString QueueListModel::accessibleTextOf(const InputItem& item) const {
 QString QueueListModel::toolTipOf(const InputItem& item) const {
     const FileStatus* const status = statusOf(item);
     const QString path = textOf(item.url);
-    return status != nullptr && status->failed() ? path + QLatin1Char('\n') + status->text(model_.language()) : path;
+    return status == nullptr ? path : path + QLatin1Char('\n') + status->text(model_.language());
 }
 
 } // namespace ovrel

@@ -30,7 +30,7 @@ public:
         note,                    ///< text under the file's name; often empty
         state,                   ///< a State
         text,                    ///< the status in words; empty before a run
-        toolTip,                 ///< the whole path, and what went wrong in full
+        toolTip,                 ///< the whole path, and what became of the file in full
         id,                      ///< QByteArray: InputItem::id
     };
     enum class Kind : std::uint8_t { image, animation, copy }; ///< animation: a GIF; copy: an AVIF

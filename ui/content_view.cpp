@@ -13,13 +13,14 @@
 #include "updates/update_manager.h"
 
 #include <QAction>
+#include <QEvent>
 #include <QGridLayout>
 #include <QLabel>
 #include <QMessageBox>
 #include <QPainter>
-#include <QScrollBar>
+#include <QtMath>
 
-#include <algorithm>
+#include <utility>
 
 namespace ovrel {
 
@@ -55,6 +56,7 @@ constexpr int tallHeight = 740;
 ContentView::ContentView(Services services, QWidget* parent)
     : QWidget(parent)
     , model_(services.model)
+    , qtTexts_(model_)
     , banner_(services.fetch)
     , updater_(*services.model.updateManager)
     , grid_(new QGridLayout(this))
@@ -79,7 +81,6 @@ ContentView::ContentView(Services services, QWidget* parent)
     connect(&model_, &Model::errorChanged, this, &ContentView::takeError);
     connect(&model_, &Model::languageChanged, this, &ContentView::takeAlertTexts);
     connect(&model_, &Model::languageChanged, this, [this] {
-        arrange();
         if (shown_) {
             loadBanner();
         }
@@ -122,6 +123,13 @@ void ContentView::resizeEvent(QResizeEvent* event) {
     arrange();
 }
 
+void ContentView::changeEvent(QEvent* event) {
+    if (event->type() == QEvent::StyleChange) {
+        arrange();
+    }
+    QWidget::changeEvent(event);
+}
+
 void ContentView::paintEvent(QPaintEvent* /*event*/) {
     QPainter(this).fillRect(rect(), colors().window);
 }
@@ -133,7 +141,7 @@ void ContentView::makeActions() {
         connect(made, &QAction::triggered, this, what);
         addAction(made);
     };
-    addActions({&queue_->addFiles(), &queue_->addFolder(), &queue_->selectAll()});
+    addActions({&queue_->addFiles(), &queue_->addFolder(), &queue_->selectAll(), &queue_->removeSelected()});
     action(shortcuts::convert, [this] {
         if (model_.canStart()) {
             model_.start();
@@ -150,16 +158,17 @@ void ContentView::makeActions() {
 
 void ContentView::arrange() {
     const Measures of = measuresIn(size());
-    header_->setMetrics(of.header, of.margin);
-    footer_->setMetrics(width(), of.margin);
+    const bool compact = width() < qFloor(smallest.width() * textScale());
+    header_->setMetrics(of.header, of.margin, compact);
+    queue_->setCompact(compact);
+    footer_->setMetrics(width(), of.margin, compact);
     // The column of settings has a margin of its own.
     grid_->setColumnMinimumWidth(0, of.margin);
     grid_->setColumnMinimumWidth(2, of.gap - InspectorPanel::margin);
     grid_->setColumnMinimumWidth(4, of.margin - InspectorPanel::margin);
     grid_->setRowMinimumHeight(1, of.vertical);
     grid_->setRowMinimumHeight(3, of.vertical);
-    inspector_->setFixedWidth(std::max(of.inspector + 2 * InspectorPanel::margin, inspector_->leastWidth()));
-    inspector_->setGap(height() < tallHeight ? 8 : 12);
+    inspector_->setMetrics(of.inspector + 2 * InspectorPanel::margin, height() < tallHeight);
 }
 
 void ContentView::loadBanner() {
@@ -219,6 +228,9 @@ void ContentView::takeAlertTexts() {
     // A file may be called like a piece of HTML; the box itself has no say in the format of this second text.
     for (QLabel* const label : alert_->findChildren<QLabel*>()) {
         label->setTextFormat(Qt::PlainText);
+        if (label->text() == title) {
+            label->setFont(fontOf(TextStyle::section));
+        }
     }
     alert_->button(QMessageBox::Ok)->setText(QStringLiteral("OK"));
 }

@@ -5,6 +5,7 @@
 #include "desktop/links.h"
 #include "model/model.h"
 #include "remote/banner_model.h"
+#include "ui/qt_texts.h"
 
 #include <QPointer>
 #include <QWidget>
@@ -51,6 +52,7 @@ public:
 protected:
     void showEvent(QShowEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
+    void changeEvent(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
 
 private:
@@ -62,6 +64,7 @@ private:
     void takeAlertTexts();
 
     Model model_;
+    QtTexts qtTexts_; ///< before what asks Qt for names of keys
     BannerModel banner_;
     UpdateManager& updater_;
     std::stop_source bannerLoad_;

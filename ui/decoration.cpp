@@ -1,6 +1,7 @@
 #include "ui/decoration.h"
 
 #include "ui/control_painting.h"
+#include "ui/endless_animation.h"
 
 #include <QEvent>
 #include <QPainter>
@@ -21,14 +22,6 @@ void Card::paintEvent(QPaintEvent* /*event*/) {
     QPainter painter(this);
     const ColorOf fill = isEnabled() || disabledFill_ == nullptr ? fill_ : disabledFill_;
     drawRounded(painter, rect(), metrics::cardRadius, colors().*fill, outlined_ ? colors().border : Qt::transparent);
-}
-
-Band::Band(Qt::Edge line, QWidget* parent) : QFrame(parent), line_(line) {}
-
-void Band::paintEvent(QPaintEvent* /*event*/) {
-    QPainter painter(this);
-    painter.fillRect(rect(), colors().surface);
-    painter.fillRect(0, line_ == Qt::TopEdge ? 0 : height() - 1, width(), 1, colors().border);
 }
 
 Divider::Divider(QWidget* parent) : QWidget(parent) {
@@ -77,7 +70,7 @@ Pill::Pill(QWidget* parent) : QLabel(parent) {
 
 void Pill::paintEvent(QPaintEvent* event) {
     QPainter painter(this);
-    drawRounded(painter, rect(), height() / 2.0, colors().*fill_, Qt::transparent);
+    drawRounded(painter, rect(), height() / 2.0, colors().inset, Qt::transparent);
     painter.end();
     QLabel::paintEvent(event);
 }
@@ -95,29 +88,15 @@ void Pill::takeTheme() {
     setPalette(own);
 }
 
-Spinner::Spinner(int size, QWidget* parent) : QWidget(parent) {
+Spinner::Spinner(int size, QWidget* parent) : QWidget(parent), turn_(new EndlessAnimation(*this, motion::spinnerTurn)) {
     setFixedSize(size, size);
-    turn_.setStartValue(0.0);
-    turn_.setEndValue(360.0);
-    turn_.setDuration(motion::spinnerTurn);
-    turn_.setLoopCount(-1);
-    connect(&turn_, &QVariantAnimation::valueChanged, this, [this] { update(); });
+    connect(turn_, &EndlessAnimation::valueChanged, this, qOverload<>(&QWidget::update));
+    turn_->setWanted(true);
 }
 
 void Spinner::paintEvent(QPaintEvent* /*event*/) {
     QPainter painter(this);
-    drawSpinner(painter, rect(), turn_.currentValue().toDouble());
-}
-
-void Spinner::showEvent(QShowEvent* event) {
-    if (theme().animations)
-        turn_.start();
-    QWidget::showEvent(event);
-}
-
-void Spinner::hideEvent(QHideEvent* event) {
-    turn_.stop();
-    QWidget::hideEvent(event);
+    drawSpinner(painter, rect(), 360 * turn_->value());
 }
 
 void drawSpinner(QPainter& painter, const QRectF& where, double degrees) {

@@ -7,10 +7,11 @@
 
 #include <QFrame>
 #include <QLabel>
-#include <QVariantAnimation>
 #include <QWidget>
 
 namespace ovrel {
+
+class EndlessAnimation;
 
 /// A color of the theme, so that it can be asked for whenever something is drawn.
 using ColorOf = QColor Colors::*;
@@ -34,23 +35,6 @@ private:
     ColorOf fill_ = &Colors::surface;
     ColorOf disabledFill_ = nullptr;
     bool outlined_ = true;
-};
-
-/// A ground that reaches from edge to edge of the window, with a line where the rest of the window begins.
-class Band final : public QFrame {
-    Q_OBJECT
-    Q_DISABLE_COPY_MOVE(Band)
-
-public:
-    /// \param line Qt::TopEdge or Qt::BottomEdge
-    explicit Band(Qt::Edge line, QWidget* parent = nullptr);
-    ~Band() override = default;
-
-protected:
-    void paintEvent(QPaintEvent* event) override;
-
-private:
-    Qt::Edge line_;
 };
 
 /// A thin line between two sections.
@@ -99,16 +83,12 @@ public:
     explicit Pill(QWidget* parent = nullptr);
     ~Pill() override = default;
 
-    void setGround(ColorOf fill) { fill_ = fill; }
-
 protected:
     void paintEvent(QPaintEvent* event) override;
     void changeEvent(QEvent* event) override;
 
 private:
     void takeTheme();
-
-    ColorOf fill_ = &Colors::inset;
 };
 
 /// Turns while it is seen, or stands still where the desktop wants no animations.
@@ -123,11 +103,9 @@ public:
 
 protected:
     void paintEvent(QPaintEvent* event) override;
-    void showEvent(QShowEvent* event) override;
-    void hideEvent(QHideEvent* event) override;
 
 private:
-    QVariantAnimation turn_; ///< degrees
+    EndlessAnimation* turn_; ///< a child
 };
 
 /// The ring that turns, as drawn at one moment.

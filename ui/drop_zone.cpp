@@ -11,6 +11,7 @@
 #include <QPainter>
 #include <QStackedWidget>
 #include <QVBoxLayout>
+#include <QVariantAnimation>
 
 namespace ovrel {
 

@@ -2,10 +2,8 @@
 /// What stands where the list will be.
 #pragma once
 
-#include <QVariantAnimation>
 #include <QWidget>
 
-class QLabel;
 class QStackedWidget;
 
 namespace ovrel {

@@ -23,6 +23,7 @@ void FolderButton::setLines(const QString& title, const QString& explanation) {
     // What begins with "&" in a folder's name is no shortcut.
     setText(QString(title).replace(u'&', QStringLiteral("&&")));
     setAccessibleName(title);
+    title_ = title;
     setAccessibleDescription(explanation);
     explanation_ = explanation;
     update();
@@ -70,8 +71,7 @@ void FolderButton::paintEvent(QPaintEvent* /*event*/) {
     };
     const int lines =
         QFontMetrics(fontOf(TextStyle::controlTitle)).height() + QFontMetrics(fontOf(TextStyle::caption)).height();
-    const int second =
-        line(accessibleName(), TextStyle::controlTitle, of.text, (height() - lines) / 2, Qt::ElideMiddle);
+    const int second = line(title_, TextStyle::controlTitle, of.text, (height() - lines) / 2, Qt::ElideMiddle);
     line(explanation_, TextStyle::caption, of.secondaryText, second, Qt::ElideRight);
 }
 

@@ -30,6 +30,7 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
+    QString title_;
     QString explanation_;
     HoverFade* fade_; ///< a child
 };

@@ -1,6 +1,7 @@
 #include "ui/footer_bar.h"
 
 #include "model/model.h"
+#include "platform/file_error.h"
 #include "remote/banner_model.h"
 #include "remote/banner_view.h"
 #include "ui/announcement.h"
@@ -14,7 +15,10 @@
 #include <QBoxLayout>
 #include <QPainter>
 
-#include <algorithm>
+#include <exception>
+#include <filesystem>
+#include <optional>
+#include <system_error>
 #include <utility>
 
 namespace ovrel {
@@ -49,8 +53,10 @@ FooterBar::FooterBar(Model& model, const BannerModel& banner, LinkOpener openLin
     row_->addLayout(work_, 1);
 
     connect(open_, &Button::clicked, this, [this] {
-        if (model_.output()) {
-            openFolder(openLink_, *model_.output());
+        const std::optional<std::filesystem::path> folder = model_.output();
+        std::error_code error;
+        if (folder && !openFolder(openLink_, *folder) && !std::filesystem::exists(*folder, error)) {
+            model_.setError(std::make_exception_ptr(FileError(FileError::readNoSuchFile, *folder)));
         }
     });
     connect(convert_, &Button::clicked, &model_, &Model::start);
@@ -69,9 +75,10 @@ FooterBar::FooterBar(Model& model, const BannerModel& banner, LinkOpener openLin
     takeBanner();
 }
 
-void FooterBar::setMetrics(int windowWidth, int margin) {
+void FooterBar::setMetrics(int windowWidth, int margin, bool compact) {
     windowWidth_ = windowWidth;
     margin_ = margin;
+    compact_ = compact;
     arrange();
 }
 
@@ -110,7 +117,6 @@ QWidget* FooterBar::buttonArea() {
     stop_->setIcons(Icon::stop);
     buttonRow_ = new QHBoxLayout(buttons_);
     buttonRow_->setContentsMargins(0, 0, 0, 0);
-    buttonRow_->setSpacing(10);
     buttonRow_->addStretch();
     buttonRow_->addWidget(open_);
     buttonRow_->addWidget(convert_);
@@ -175,8 +181,12 @@ void FooterBar::takeHint() {
 }
 
 void FooterBar::takeBanner() {
-    delete view_;
-    view_ = nullptr;
+    if (view_ != nullptr) {
+        // It may be the one whose click brought this about.
+        row_->removeWidget(view_);
+        view_->hide();
+        std::exchange(view_, nullptr)->deleteLater();
+    }
     if (banner_.creative()) {
         view_ = new BannerView(*banner_.creative(), model_.language(), openLink_, this);
         row_->insertWidget(0, view_, 0, Qt::AlignVCenter);
@@ -194,11 +204,8 @@ void FooterBar::arrange() {
     for (Button* button : {open_, convert_, stop_}) {
         button->setDesignedHeight(stacked ? stackedButton : metrics::largeButton);
     }
-    // With large type the buttons stand one above the other.
-    const int room = windowWidth_ - 2 * margin_ - (view_ != nullptr ? banner.width + margin_ : 0);
-    const int needed = open_->sizeHint().width() + buttonRow_->spacing() +
-                       std::max(convert_->sizeHint().width(), stop_->sizeHint().width());
-    buttonRow_->setDirection(needed > room * 3 / 4 && !stacked ? QBoxLayout::TopToBottom : QBoxLayout::LeftToRight);
+    buttonRow_->setDirection(compact_ ? QBoxLayout::TopToBottom : QBoxLayout::LeftToRight);
+    buttonRow_->setSpacing(compact_ ? 6 : 10);
     work_->setDirection(stacked ? QBoxLayout::TopToBottom : QBoxLayout::LeftToRight);
     work_->setSpacing(stacked ? 4 : 16);
     const int vertical = stacked ? 8 : 10;

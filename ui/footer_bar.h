@@ -7,7 +7,6 @@
 #include <QWidget>
 
 class QBoxLayout;
-class QGridLayout;
 
 namespace ovrel {
 
@@ -30,7 +29,8 @@ public:
     ~FooterBar() override = default;
 
     /// Takes on the measures of a window of this size.
-    void setMetrics(int windowWidth, int margin);
+    /// \param compact whether the text is large for that
+    void setMetrics(int windowWidth, int margin, bool compact);
 
     Button& convert() { return *convert_; }
     Button& stop() { return *stop_; }
@@ -53,6 +53,7 @@ private:
     LinkOpener openLink_;
     int windowWidth_ = 1080;
     int margin_ = 20;
+    bool compact_ = false;
     bool announcedRun_ = false; ///< the run that goes on has been announced
 
     BannerView* view_ = nullptr; ///< null while there is no banner

@@ -8,9 +8,9 @@
 #include "ui/wordmark_button.h"
 
 #include <QHBoxLayout>
-#include <QMenu>
 #include <QPainter>
-#include <QRadioButton>
+
+#include <algorithm>
 
 namespace ovrel {
 
@@ -41,8 +41,11 @@ public:
         row->setSpacing(8);
         row->addWidget(new IconView(Icon::lockShield, 15, &Colors::success, this));
         row->addWidget(text_);
-        setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+        setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Fixed);
     }
+
+    /// Its text never keeps the window wide.
+    QSize minimumSizeHint() const override { return {10 + 15 + 10, sizeHint().height()}; }
 
     void setText(const QString& text) {
         text_->setText(text);
@@ -108,7 +111,8 @@ void HeaderBar::setMenu(QMenu* menu) {
     wordmark_->updateGeometry();
 }
 
-void HeaderBar::setMetrics(int height, int margin) {
+void HeaderBar::setMetrics(int height, int margin, bool compact) {
+    compact_ = compact;
     setMinimumHeight(height);
     layout()->setContentsMargins(margin, 0, margin, 0);
     fitBadge();
@@ -141,7 +145,7 @@ void HeaderBar::fitBadge() {
     const int others = margins.left() + margins.right() + logoSize + 12 +
                        std::max(wordmark_->sizeHint().width(), tagline_->sizeHint().width()) + 12 + 16 + 18 + 8 +
                        language_->sizeHint().width();
-    badge_->setCollapsed(others + badge_->fullWidth() > width());
+    badge_->setCollapsed(compact_ || others + badge_->fullWidth() > width());
 }
 
 } // namespace ovrel

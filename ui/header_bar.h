@@ -10,7 +10,6 @@ class QMenu;
 
 namespace ovrel {
 
-class Button;
 class ElidedLabel;
 class Model;
 class Segments;
@@ -29,7 +28,8 @@ public:
     /// \param menu outlives this; null for none
     void setMenu(QMenu* menu);
     /// \param margin on both sides, in pixels
-    void setMetrics(int height, int margin);
+    /// \param compact whether the text is large for the width of the window
+    void setMetrics(int height, int margin, bool compact);
 
     QWidget& menuButton();
 
@@ -44,6 +44,7 @@ private:
     void fitBadge();
 
     Model& model_;
+    bool compact_ = false;
     WordmarkButton* wordmark_;
     ElidedLabel* tagline_;
     PrivacyBadge* badge_;

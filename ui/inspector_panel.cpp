@@ -12,6 +12,7 @@
 #include "ui/tool_tip.h"
 
 #include <QComboBox>
+#include <QEvent>
 #include <QHBoxLayout>
 #include <QScrollBar>
 #include <QVBoxLayout>
@@ -49,13 +50,13 @@ InspectorPanel::InspectorPanel(Model& model, QWidget* parent) : QScrollArea(pare
     setWidgetResizable(true);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setFocusPolicy(Qt::NoFocus);
+    setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Expanding);
     viewport()->setAutoFillBackground(false);
 
     auto* content = new QWidget(this);
     content->setAutoFillBackground(false);
     column_ = new QVBoxLayout(content);
     column_->setContentsMargins(margin, 0, margin, margin);
-    column_->setSpacing(12);
     column_->addWidget(outputCard());
     column_->addWidget(settingsCard());
     folderTitle_ = new TextLabel(TextStyle::overline, TextColor::secondary, content);
@@ -71,6 +72,7 @@ InspectorPanel::InspectorPanel(Model& model, QWidget* parent) : QScrollArea(pare
     column_->addWidget(informationLine());
     column_->addStretch();
     setWidget(content);
+    setMetrics(width_, false);
 
     connectSettings();
     takeTexts();
@@ -81,13 +83,30 @@ InspectorPanel::InspectorPanel(Model& model, QWidget* parent) : QScrollArea(pare
     content->setEnabled(!model_.busy());
 }
 
-void InspectorPanel::setGap(int gap) {
-    column_->setSpacing(gap);
+void InspectorPanel::setMetrics(int width, bool dense) {
+    width_ = width;
+    column_->setSpacing(dense ? 8 : 12);
+    sections_->setContentsMargins(14, dense ? 10 : 14, 14, dense ? 7 : 10);
+    sections_->setSpacing(dense ? 10 : 14);
+    compression_->layout()->setSpacing(dense ? 7 : 10);
+    updateGeometry();
 }
 
-int InspectorPanel::leastWidth() const {
-    const int scrollBar = verticalScrollBar()->maximum() > 0 ? verticalScrollBar()->sizeHint().width() : 0;
-    return widget()->minimumSizeHint().width() + scrollBar;
+// The scroll bar has its room whether it is seen or not: it comes with a height that depends on the width.
+QSize InspectorPanel::sizeHint() const {
+    const int texts = widget()->minimumSizeHint().width() + verticalScrollBar()->sizeHint().width();
+    return {std::max(width_, texts), QScrollArea::sizeHint().height()};
+}
+
+QSize InspectorPanel::minimumSizeHint() const {
+    return {sizeHint().width(), QScrollArea::minimumSizeHint().height()};
+}
+
+bool InspectorPanel::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == widget() && event->type() == QEvent::LayoutRequest) {
+        updateGeometry();
+    }
+    return QScrollArea::eventFilter(watched, event);
 }
 
 QWidget* InspectorPanel::outputCard() {
@@ -117,15 +136,13 @@ QWidget* InspectorPanel::outputCard() {
 }
 
 QWidget* InspectorPanel::settingsCard() {
-    card_ = new Card(this);
-    auto* column = new QVBoxLayout(card_);
-    column->setContentsMargins(14, 14, 14, 10);
-    column->setSpacing(14);
-    column->addWidget(qualitySection(card_));
-    column->addWidget(new Divider(card_));
-    column->addWidget(methodSection(card_));
-    column->addWidget(compressionSection(card_));
-    return card_;
+    auto* card = new Card(this);
+    sections_ = new QVBoxLayout(card);
+    sections_->addWidget(qualitySection(card));
+    sections_->addWidget(new Divider(card));
+    sections_->addWidget(methodSection(card));
+    sections_->addWidget(compressionSection(card));
+    return card;
 }
 
 QWidget* InspectorPanel::qualitySection(QWidget* card) {
@@ -164,7 +181,7 @@ QWidget* InspectorPanel::compressionSection(QWidget* card) {
     }
     speed_->setSizeAdjustPolicy(QComboBox::AdjustToContents);
     compressionTitle_->setBuddy(speed_);
-    auto* column = sectionOf(compression_, 10);
+    auto* column = sectionOf(compression_, 0);
     column->addWidget(new Divider(compression_));
     column->addLayout(rowOf(compressionTitle_, speed_));
     return compression_;

@@ -10,7 +10,6 @@ class QVBoxLayout;
 
 namespace ovrel {
 
-class Card;
 class ElidedLabel;
 class FolderButton;
 class IconView;
@@ -32,10 +31,15 @@ public:
     explicit InspectorPanel(Model& model, QWidget* parent = nullptr);
     ~InspectorPanel() override = default;
 
-    /// \param gap between the parts of the column, in pixels
-    void setGap(int gap);
-    /// The width below which its texts would be cut, in pixels.
-    int leastWidth() const;
+    /// \param width of the column with its margins, in pixels; it is wider than that where its texts would be cut
+    /// \param dense whether everything stands closer together because there is little height
+    void setMetrics(int width, bool dense);
+
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     QWidget* outputCard();
@@ -54,8 +58,9 @@ private:
     void takeInformation();
 
     Model& model_;
+    int width_ = 328 + 2 * margin;
     QVBoxLayout* column_ = nullptr;
-    Card* card_ = nullptr;
+    QVBoxLayout* sections_ = nullptr; ///< of the card
     TextLabel* output_ = nullptr;
     ElidedLabel* outputNote_ = nullptr;
     TextLabel* qualityTitle_ = nullptr;

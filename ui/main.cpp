@@ -3,7 +3,9 @@
 #include "desktop/quit_signals.h"
 #include "desktop/single_instance.h"
 #include "remote/publisher.h"
+#include "ui/first_seconds.h"
 #include "ui/icons.h"
+#include "ui/main_window.h"
 #include "ui/ovrel_app.h"
 #include "ui/ovrel_style.h"
 #include "updates/engine/portable_start.h"
@@ -13,8 +15,8 @@
 #include <QFile>
 #include <QNetworkProxyFactory>
 #include <QThreadPool>
-#include <QTimer>
 
+#include <chrono>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -29,14 +31,21 @@ void describeProgram() {
     QGuiApplication::setDesktopFileName(QStringLiteral(OVREL_APPLICATION_ID));
 }
 
-/// The files and folders that the command line names. Other options than those of Qt end the program with their help.
-std::vector<std::filesystem::path> filesOf(const QStringList& arguments) {
+/// The files and folders that the command line names. Most options but those of Qt end the program with their help.
+std::vector<std::filesystem::path> filesOf(const QStringList& arguments, const PortableStart& start) {
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("Converts JPG, PNG, WebP and GIF images to AVIF."));
-    parser.addHelpOption();
-    parser.addVersionOption();
+    const QCommandLineOption help = parser.addHelpOption();
+    const QCommandLineOption version = parser.addVersionOption();
+    QCommandLineOption relaunched(PortableStart::relaunchedOption(), {}, QStringLiteral("version"));
+    relaunched.setFlags(QCommandLineOption::HiddenFromHelp);
+    parser.addOption(relaunched);
     parser.addPositionalArgument(QStringLiteral("files"), QStringLiteral("Images and folders to add to the list."),
                                  QStringLiteral("[files…]"));
+    if (!parser.parse(arguments) || parser.isSet(help) || parser.isSet(QStringLiteral("help-all")) ||
+        parser.isSet(version)) {
+        start.disregard();
+    }
     parser.process(arguments);
     std::vector<std::filesystem::path> files;
     for (const QString& argument : parser.positionalArguments()) {
@@ -45,15 +54,12 @@ std::vector<std::filesystem::path> filesOf(const QStringList& arguments) {
     return files;
 }
 
-/// A version that has shown its window counts as installed, and the one before it goes.
-void confirmSoon(const PortableStart& start) {
-    if (start.directory().empty()) {
-        return;
-    }
-    QTimer::singleShot(0, qApp, [&start] {
-        QThreadPool::globalInstance()->start(
-            [&start] { start.confirmHealthy(EngineState(), QStringLiteral(OVREL_VERSION)); });
-    });
+/// How long the window has to live until its version counts as one that starts. The installer watches a new version for
+/// longer.
+constexpr std::chrono::seconds beginning(3);
+
+void confirm(const PortableStart& start) {
+    start.confirmHealthy(EngineState(), QStringLiteral(OVREL_VERSION));
 }
 
 } // namespace
@@ -63,9 +69,10 @@ int main(int argc, char** argv) {
     const QString token = startToken();
     describeProgram();
     const QApplication application(argc, argv);
-    const std::vector<std::filesystem::path> files = filesOf(QCoreApplication::arguments());
+    const std::vector<std::filesystem::path> files = filesOf(QCoreApplication::arguments(), start);
     SingleInstance instance(QStringLiteral(OVREL_APPLICATION_ID));
     if (!instance.becomeFirst() && instance.handOver(files, token)) {
+        start.disregard();
         return 0;
     }
 
@@ -82,8 +89,16 @@ int main(int argc, char** argv) {
                      });
     const QuitSignals signals;
     QObject::connect(&signals, &QuitSignals::requested, &app, &OvrelApp::quit);
+    const FirstSeconds firstSeconds(app.mainWindow(), beginning);
+    QObject::connect(&firstSeconds, &FirstSeconds::over, &app,
+                     [&start] { QThreadPool::globalInstance()->start([&start] { confirm(start); }); });
     app.start();
     app.add(files);
-    confirmSoon(start);
-    return QApplication::exec();
+    const int status = QApplication::exec();
+    if (!firstSeconds.begun()) {
+        start.disregard();
+    } else if (!firstSeconds.isOver()) { // the user was quicker
+        confirm(start);
+    }
+    return status;
 }

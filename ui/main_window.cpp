@@ -21,6 +21,7 @@ MainWindow::MainWindow(const MakeServices& makeServices) : content_(new ContentV
 void MainWindow::closeEvent(QCloseEvent* event) {
     switch (content_->model().requestClose()) {
     case Model::Closing::now:
+        closesAfterRun_ = false; // the window may be shown again
         event->accept();
         Q_EMIT closed();
         return;

@@ -1,5 +1,6 @@
 #include "ui/ovrel_style.h"
 
+#include "ui/endless_animation.h"
 #include "ui/focus_ring.h"
 #include "ui/style_painting.h"
 
@@ -10,14 +11,14 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QStyleOption>
-#include <QTimer>
+
+#include <cmath>
 
 namespace ovrel {
 
 namespace {
 
 constexpr int menuRow = 30;
-constexpr int menuPadding = 5;
 constexpr int comboHeight = metrics::smallButton;
 constexpr int dialogButtonPadding = 15;
 constexpr int scrollBarExtent = 14;
@@ -39,6 +40,25 @@ QSize menuItemSize(const QStyleOptionMenuItem& item, const QSize& contents) {
     return {menuItemWidth(item), heightOf(menuRow, item.fontMetrics)};
 }
 
+/// The sign goes from end to end in the time of a spinner's turn, and stands in the middle where nothing moves.
+double busyPlace(const QStyleOptionProgressBar& bar, const QWidget* widget) {
+    auto* const animation =
+        widget == nullptr ? nullptr : widget->findChild<EndlessAnimation*>(QString(), Qt::FindDirectChildrenOnly);
+    if (animation == nullptr) {
+        return 0.5;
+    }
+    // Bars tell of their range by nothing but being painted.
+    animation->setWanted(isBusy(bar));
+    return animation->state() == EndlessAnimation::Running ? 1 - std::abs(2 * animation->value() - 1) : 0.5;
+}
+
+void animate(QProgressBar& bar) {
+    if (bar.findChild<EndlessAnimation*>(QString(), Qt::FindDirectChildrenOnly) == nullptr) {
+        auto* const animation = new EndlessAnimation(bar, 2 * motion::spinnerTurn);
+        QObject::connect(animation, &EndlessAnimation::valueChanged, &bar, qOverload<>(&QWidget::update));
+    }
+}
+
 } // namespace
 
 OvrelStyle::OvrelStyle() : QProxyStyle(QStringLiteral("Fusion")) {}
@@ -50,6 +70,8 @@ void OvrelStyle::polish(QWidget* widget) {
         widget->setAttribute(Qt::WA_TranslucentBackground);
     if (qobject_cast<QComboBox*>(widget) != nullptr || qobject_cast<QPushButton*>(widget) != nullptr)
         widget->setAttribute(Qt::WA_Hover);
+    if (auto* const bar = qobject_cast<QProgressBar*>(widget))
+        animate(*bar);
 }
 
 void OvrelStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
@@ -91,12 +113,7 @@ void OvrelStyle::drawControl(ControlElement element, const QStyleOption* option,
         break;
     case CE_ProgressBar:
         if (const auto* bar = qstyleoption_cast<const QStyleOptionProgressBar*>(option)) {
-            drawProgress(*painter, *bar);
-            if (isBusy(*bar) && theme().animations && widget != nullptr) {
-                // It moves as long as it is seen.
-                auto* shown = const_cast<QWidget*>(widget);
-                QTimer::singleShot(busyStep, shown, [shown] { shown->update(); });
-            }
+            drawProgress(*painter, *bar, busyPlace(*bar, widget));
             return;
         }
         break;
@@ -145,7 +162,7 @@ QRect OvrelStyle::subControlRect(ComplexControl control, const QStyleOptionCompl
     if (control == CC_ScrollBar) {
         const auto* bar = qstyleoption_cast<const QStyleOptionSlider*>(option);
         if (bar != nullptr && (part == SC_ScrollBarSlider || part == SC_ScrollBarGroove))
-            return part == SC_ScrollBarGroove ? option->rect : scrollHandle(*bar);
+            return part == SC_ScrollBarGroove ? scrollGroove(*bar) : scrollHandle(*bar);
         if (part == SC_ScrollBarAddLine || part == SC_ScrollBarSubLine)
             return {};
     }
@@ -173,7 +190,7 @@ QSize OvrelStyle::sizeFromContents(ContentsType type, const QStyleOption* option
 int OvrelStyle::pixelMetric(PixelMetric metric, const QStyleOption* option, const QWidget* widget) const {
     switch (metric) {
     case PM_ScrollBarExtent: return scrollBarExtent;
-    case PM_ScrollBarSliderMin: return 32;
+    case PM_ScrollBarSliderMin: return leastScrollHandle;
     case PM_ScrollView_ScrollBarSpacing:
     case PM_MenuPanelWidth:
     case PM_ButtonShiftHorizontal:
@@ -183,7 +200,7 @@ int OvrelStyle::pixelMetric(PixelMetric metric, const QStyleOption* option, cons
     case PM_SliderControlThickness: return knobSize + 2 * knobMargin;
     case PM_SliderLength: return knobSize;
     case PM_MenuHMargin:
-    case PM_MenuVMargin: return menuPadding;
+    case PM_MenuVMargin: return menuMargin;
     case PM_SmallIconSize: return metrics::icon;
     case PM_ToolTipLabelFrameWidth: return 9;
     case PM_FocusFrameHMargin:

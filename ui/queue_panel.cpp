@@ -35,9 +35,11 @@ QueuePanel::QueuePanel(Model& model, QWidget* parent)
     addFiles_ = new QAction(this);
     addFolder_ = new QAction(this);
     selectAll_ = new QAction(this);
+    removeSelected_ = new QAction(this);
     addFiles_->setShortcut(shortcuts::addFiles);
     addFolder_->setShortcut(shortcuts::addFolder);
     selectAll_->setShortcut(shortcuts::selectAll);
+    removeSelected_->setShortcut(shortcuts::remove);
     addFiles_->setIcon(themeIcon(Icon::photoStack));
     addFolder_->setIcon(themeIcon(Icon::folderPlus));
 
@@ -51,7 +53,8 @@ QueuePanel::QueuePanel(Model& model, QWidget* parent)
     connect(addFolder_, &QAction::triggered, &model_, &Model::chooseFolder);
     connect(selectAll_, &QAction::triggered, list_, &QAbstractItemView::selectAll);
     connect(clear_, &Button::clicked, &model_, &Model::clearQueue);
-    connect(remove_, &Button::clicked, &model_, &Model::removeSelected);
+    connect(remove_, &Button::clicked, removeSelected_, &QAction::trigger);
+    connect(removeSelected_, &QAction::triggered, &model_, &Model::removeSelected);
     connect(&model_, &Model::languageChanged, this, &QueuePanel::takeTexts);
     connect(&model_, &Model::itemsChanged, this, &QueuePanel::takeItems);
     connect(&model_, &Model::selectionChanged, this, &QueuePanel::takeSelection);
@@ -67,6 +70,10 @@ QueuePanel::QueuePanel(Model& model, QWidget* parent)
     takeTexts();
     takeItems();
     takeState();
+}
+
+void QueuePanel::setCompact(bool compact) {
+    hint_->setVisible(!compact);
 }
 
 void QueuePanel::takeFocus() {
@@ -186,7 +193,7 @@ void QueuePanel::paintEvent(QPaintEvent* /*event*/) {
     pen.setCapStyle(Qt::FlatCap);
     painter.setPen(pen);
     painter.setBrush(Qt::NoBrush);
-    const double inset = invites ? dropInset + pen.widthF() / 2 : 2;
+    const double inset = dropInset + pen.widthF() / 2;
     painter.drawRoundedRect(QRectF(rect()).adjusted(inset, inset, -inset, -inset), dropRadius, dropRadius);
 }
 
@@ -219,7 +226,8 @@ void QueuePanel::takeSelection() {
     selected_->setText(model_.language().choose(QStringLiteral("Выбрано файлов: "), QStringLiteral("Selected: ")) +
                        QString::number(count));
     selected_->setTextStyle(count > 0 ? TextStyle::figure : TextStyle::caption);
-    remove_->setEnabled(count > 0 && model_.canEditQueue());
+    removeSelected_->setEnabled(count > 0 && model_.canEditQueue());
+    remove_->setEnabled(removeSelected_->isEnabled());
 }
 
 void QueuePanel::takeState() {

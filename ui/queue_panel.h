@@ -34,9 +34,13 @@ public:
     QAction& addFiles() { return *addFiles_; }
     QAction& addFolder() { return *addFolder_; }
     QAction& selectAll() { return *selectAll_; }
+    QAction& removeSelected() { return *removeSelected_; }
 
     QueueView& list() { return *list_; }
     DropZone& dropZone() { return *dropZone_; }
+
+    /// \param compact whether the text is large for the width of the window
+    void setCompact(bool compact);
 
     /// Puts the focus where work begins.
     void takeFocus();
@@ -70,6 +74,7 @@ private:
     QAction* addFiles_ = nullptr;
     QAction* addFolder_ = nullptr;
     QAction* selectAll_ = nullptr;
+    QAction* removeSelected_ = nullptr;
     ElidedLabel* selected_ = nullptr;
     ElidedLabel* hint_ = nullptr;
     Button* remove_ = nullptr;

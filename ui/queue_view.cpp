@@ -1,14 +1,13 @@
 #include "ui/queue_view.h"
 
 #include "model/queue_list_model.h"
+#include "ui/endless_animation.h"
 #include "ui/queue_delegate.h"
 #include "ui/theme.h"
 #include "ui/tool_tip.h"
 
 #include <QHelpEvent>
-#include <QKeyEvent>
 #include <QScopedValueRollback>
-#include <QScrollBar>
 #include <QToolTip>
 
 #include <algorithm>
@@ -44,7 +43,11 @@ QItemSelection rangesOf(const QAbstractItemModel& model, std::vector<int> rows) 
 } // namespace
 
 QueueView::QueueView(Model& model, QWidget* parent)
-    : QListView(parent), model_(model), rows_(new QueueListModel(model, this)), delegate_(new QueueDelegate(this)) {
+    : QListView(parent)
+    , model_(model)
+    , rows_(new QueueListModel(model, this))
+    , delegate_(new QueueDelegate(this))
+    , spinner_(new EndlessAnimation(*this, motion::spinnerTurn)) {
     setModel(rows_);
     setItemDelegate(delegate_);
     setUniformItemSizes(true);
@@ -67,22 +70,10 @@ QueueView::QueueView(Model& model, QWidget* parent)
     connect(rows_, &QAbstractItemModel::modelReset, this, &QueueView::takeModelsSelection);
     connect(&model_, &Model::activeItemChanged, this, &QueueView::followActiveItem);
 
-    spinner_.setStartValue(0.0);
-    spinner_.setEndValue(360.0);
-    spinner_.setDuration(motion::spinnerTurn);
-    spinner_.setLoopCount(-1);
-    connect(&spinner_, &QVariantAnimation::valueChanged, this, &QueueView::turnSpinner);
+    connect(spinner_, &EndlessAnimation::valueChanged, this, &QueueView::turnSpinner);
 }
 
 QueueView::~QueueView() = default;
-
-void QueueView::keyPressEvent(QKeyEvent* event) {
-    if (event->matches(QKeySequence::Delete)) {
-        model_.removeSelected();
-        return;
-    }
-    QListView::keyPressEvent(event);
-}
 
 void QueueView::changeEvent(QEvent* event) {
     if (event->type() == QEvent::StyleChange) {
@@ -132,12 +123,9 @@ void QueueView::takeModelsSelection() {
 }
 
 void QueueView::followActiveItem() {
+    spinner_->setWanted(model_.activeItem().has_value());
     if (!model_.activeItem()) {
-        spinner_.stop();
         return;
-    }
-    if (theme().animations) {
-        spinner_.start();
     }
     // Only if nobody looks at something else: the one before is in view.
     const int row = rows_->rowOf(model_.activeItem()->id());
@@ -148,7 +136,7 @@ void QueueView::followActiveItem() {
 }
 
 void QueueView::turnSpinner() {
-    delegate_->setSpinnerDegrees(spinner_.currentValue().toDouble());
+    delegate_->setSpinnerDegrees(360 * spinner_->value());
     if (model_.activeItem()) {
         const QRect row = visualRect(rows_->index(rows_->rowOf(model_.activeItem()->id())));
         viewport()->update(row);

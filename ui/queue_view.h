@@ -3,10 +3,10 @@
 #pragma once
 
 #include <QListView>
-#include <QVariantAnimation>
 
 namespace ovrel {
 
+class EndlessAnimation;
 class Model;
 class QueueDelegate;
 class QueueListModel;
@@ -22,7 +22,6 @@ public:
     ~QueueView() override;
 
 protected:
-    void keyPressEvent(QKeyEvent* event) override;
     void changeEvent(QEvent* event) override;
     bool viewportEvent(QEvent* event) override;
 
@@ -33,10 +32,10 @@ private:
     void turnSpinner();
 
     Model& model_;
-    QueueListModel* rows_;    ///< a child
-    QueueDelegate* delegate_; ///< a child
-    QVariantAnimation spinner_;
-    bool adopting_ = false; ///< the selection comes from the model
+    QueueListModel* rows_;      ///< a child
+    QueueDelegate* delegate_;   ///< a child
+    EndlessAnimation* spinner_; ///< a child
+    bool adopting_ = false;     ///< the selection comes from the model
 };
 
 } // namespace ovrel

@@ -3,7 +3,6 @@
 #include "model/model.h"
 
 #include <QEvent>
-#include <QGuiApplication>
 #include <QWidget>
 
 namespace ovrel {
@@ -15,11 +14,14 @@ RunReporter::RunReporter(const Model& model, QWidget& window, const QString& app
     connect(&model_, &Model::completedChanged, this, &RunReporter::takeProgress);
     connect(&model_, &Model::finishedChanged, this, &RunReporter::takeEnd);
     connect(&notifier_, &Notifier::activated, this, &RunReporter::activated);
-    connect(qApp, &QGuiApplication::applicationStateChanged, this, [this](Qt::ApplicationState state) {
-        if (state == Qt::ApplicationActive) {
-            notifier_.withdraw();
-        }
-    });
+    window_.installEventFilter(this);
+}
+
+bool RunReporter::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() == QEvent::WindowActivate) {
+        notifier_.withdraw(); // the window says it now
+    }
+    return QObject::eventFilter(watched, event);
 }
 
 void RunReporter::takeProgress() {

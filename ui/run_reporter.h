@@ -24,6 +24,8 @@ public:
                 QObject* parent);
     ~RunReporter() override = default;
 
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 Q_SIGNALS:
     /// The user chose the notification.
     /// \param token lets the window come forward

@@ -2,19 +2,16 @@
 
 #include "ui/focus_ring.h"
 
-#include <QDateTime>
 #include <QFocusFrame>
 #include <QPainterPath>
 #include <QStyle>
 
 #include <algorithm>
-#include <cmath>
 
 namespace ovrel {
 
 namespace {
 
-constexpr int menuMargin = 5; // around the rows of a menu
 constexpr int menuIndent = 9; // of what stands in a row
 constexpr int menuGap = 9;    // between icon and text
 constexpr int shortcutGap = 28;
@@ -34,14 +31,11 @@ int textIndent(const QStyleOptionMenuItem& item) {
     return menuMargin + menuIndent + (hasIconColumn(item) ? metrics::icon + menuGap : 0);
 }
 
-/// A third of the groove is filled, and goes from end to end in the time of a spinner's turn.
-void drawBusy(QPainter& painter, const QRectF& groove) {
-    constexpr int period = 2 * motion::spinnerTurn;
-    const double turn = static_cast<double>(QDateTime::currentMSecsSinceEpoch() % period) / period;
-    const double position = theme().animations ? 1 - std::abs(2 * turn - 1) : 0.5;
+/// A third of the groove is filled.
+void drawBusy(QPainter& painter, const QRectF& groove, double place) {
     QRectF chunk = groove;
     chunk.setWidth(groove.width() / 3);
-    chunk.translate((groove.width() - chunk.width()) * position, 0);
+    chunk.translate((groove.width() - chunk.width()) * place, 0);
     drawRounded(painter, chunk, progressThickness / 2.0, colors().accent, Qt::transparent);
 }
 
@@ -148,19 +142,25 @@ void drawSlider(QPainter& painter, const QStyleOptionSlider& slider, const QRect
         drawFocus(painter, knob, knob.width() / 2);
 }
 
+QRect scrollGroove(const QStyleOptionSlider& bar) {
+    return bar.orientation == Qt::Vertical ? bar.rect.adjusted(0, scrollHandleMargin, 0, -scrollHandleMargin)
+                                           : bar.rect.adjusted(scrollHandleMargin, 0, -scrollHandleMargin, 0);
+}
+
 QRect scrollHandle(const QStyleOptionSlider& bar) {
     const bool vertical = bar.orientation == Qt::Vertical;
-    const int room = vertical ? bar.rect.height() : bar.rect.width();
+    const QRect groove = scrollGroove(bar);
+    const int room = vertical ? groove.height() : groove.width();
     const int range = bar.maximum - bar.minimum;
     if (range <= 0)
-        return bar.rect;
-    const int least = std::min(32, room);
+        return groove;
+    const int least = std::min(leastScrollHandle, room);
     const auto share = static_cast<qint64>(bar.pageStep) * room / (static_cast<qint64>(range) + bar.pageStep);
     const int length = std::clamp(static_cast<int>(share), least, room);
     const int start =
         QStyle::sliderPositionFromValue(bar.minimum, bar.maximum, bar.sliderPosition, room - length, bar.upsideDown);
-    return vertical ? QRect(bar.rect.left(), bar.rect.top() + start, bar.rect.width(), length)
-                    : QRect(bar.rect.left() + start, bar.rect.top(), length, bar.rect.height());
+    return vertical ? QRect(groove.left(), groove.top() + start, groove.width(), length)
+                    : QRect(groove.left() + start, groove.top(), length, groove.height());
 }
 
 void drawScrollBar(QPainter& painter, const QStyleOptionSlider& bar, const QRect& handle) {
@@ -187,12 +187,12 @@ bool isBusy(const QStyleOptionProgressBar& bar) {
     return bar.maximum <= bar.minimum;
 }
 
-void drawProgress(QPainter& painter, const QStyleOptionProgressBar& bar) {
+void drawProgress(QPainter& painter, const QStyleOptionProgressBar& bar, double busyPlace) {
     QRectF groove(bar.rect.left(), bar.rect.top() + (bar.rect.height() - progressThickness) / 2.0, bar.rect.width(),
                   progressThickness);
     drawRounded(painter, groove, progressThickness / 2.0, colors().inset, Qt::transparent);
     if (isBusy(bar)) {
-        drawBusy(painter, groove);
+        drawBusy(painter, groove, busyPlace);
         return;
     }
     if (bar.progress <= bar.minimum) {

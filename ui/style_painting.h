@@ -11,8 +11,10 @@ class QFocusFrame;
 
 namespace ovrel {
 
-/// Pixels.
+// Pixels.
 inline constexpr int progressThickness = 6;
+inline constexpr int menuMargin = 5;         ///< around the rows of a menu
+inline constexpr int leastScrollHandle = 32; ///< however long the list is
 
 ControlState stateOf(const QStyleOption& option);
 
@@ -26,17 +28,16 @@ void drawComboText(QPainter& painter, const QStyleOptionComboBox& box, const QRe
 /// \param focused whether the line around the knob is drawn
 void drawSlider(QPainter& painter, const QStyleOptionSlider& slider, const QRect& handle, bool focused);
 
-/// What can be dragged of a scroll bar, which has no buttons.
+/// Where the handle of a scroll bar moves, which has no buttons.
+QRect scrollGroove(const QStyleOptionSlider& bar);
+/// What can be dragged of a scroll bar.
 QRect scrollHandle(const QStyleOptionSlider& bar);
 void drawScrollBar(QPainter& painter, const QStyleOptionSlider& bar, const QRect& handle);
 
 /// Whether nobody knows how far things are.
 bool isBusy(const QStyleOptionProgressBar& bar);
-/// A busy bar is drawn as it is at this moment.
-void drawProgress(QPainter& painter, const QStyleOptionProgressBar& bar);
-
-/// Milliseconds after which a busy bar has moved visibly.
-inline constexpr int busyStep = 33;
+/// \param busyPlace 0 … 1, where between its ends the sign of a busy bar is
+void drawProgress(QPainter& painter, const QStyleOptionProgressBar& bar, double busyPlace);
 
 /// The ring around whatever the frame belongs to.
 void drawFocusFrame(QPainter& painter, const QFocusFrame& frame);

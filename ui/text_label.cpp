@@ -1,5 +1,7 @@
 #include "ui/text_label.h"
 
+#include "ui/tool_tip.h"
+
 #include <QEvent>
 #include <QHelpEvent>
 #include <QPainter>
@@ -69,7 +71,7 @@ bool ElidedLabel::event(QEvent* event) {
         return TextLabel::event(event);
     const bool cut = fontMetrics().horizontalAdvance(text()) > contentsRect().width();
     if (cut)
-        QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(), text(), this);
+        QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(), plainToolTip(text()), this);
     else
         QToolTip::hideText();
     return true;

@@ -3,10 +3,13 @@
 #include <QApplication>
 #include <QEvent>
 #include <QFontDatabase>
+#include <QFontInfo>
+#include <QPointer>
 #include <QToolTip>
 #include <QWidget>
 
 #include <algorithm>
+#include <utility>
 
 namespace ovrel {
 
@@ -113,10 +116,37 @@ Type typeOf(TextStyle style) {
     return {10, QFont::Normal};
 }
 
-// Desktops come with 9 to 11 points, for which everything is designed; whoever chose another size wants another size.
-double sizeFactor(const QFont& system) {
-    const double points = system.pointSizeF();
-    return points > 0 ? points / std::clamp(points, 9.0, 11.0) : 1.0;
+constexpr double usualPoints = 10;
+
+/// Windows hear of another font as of another theme of the desktop, each for itself.
+class DesktopFollower final : public QObject {
+public:
+    explicit DesktopFollower(QCoreApplication& application) : QObject(&application) {
+        application.installEventFilter(this);
+    }
+
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        if (event->type() == QEvent::ThemeChange && watched->isWindowType() && !std::exchange(awaits_, true)) {
+            QMetaObject::invokeMethod(
+                this,
+                [this] {
+                    awaits_ = false;
+                    applyTheme(theme());
+                },
+                Qt::QueuedConnection);
+        }
+        return QObject::eventFilter(watched, event);
+    }
+
+private:
+    bool awaits_ = false; ///< the other windows are told
+};
+
+void followDesktop() {
+    static QPointer<DesktopFollower> follower;
+    if (follower == nullptr) {
+        follower = new DesktopFollower(*qApp);
+    }
 }
 
 } // namespace
@@ -135,6 +165,7 @@ const Colors& colors(ColorScheme scheme) {
 
 void applyTheme(const Theme& theme) {
     currentTheme() = theme;
+    followDesktop();
     // Tool tips have a palette of their own in Qt.
     QPalette toolTip = paletteOf(theme.scheme);
     toolTip.setColor(QPalette::ToolTipBase, colors().toolTip);
@@ -144,10 +175,6 @@ void applyTheme(const Theme& theme) {
     QApplication::setFont(fontOf(TextStyle::body));
     // A view that is above this in the order of layers gets its fonts by name.
     QApplication::setFont(fontOf(TextStyle::heading), "ovrel::UpdateHeading");
-    QApplication::setFont(fontOf(TextStyle::caption), "ovrel::BannerLabel");
-    // These stand in layers that do not know the theme.
-    QApplication::setFont(fontOf(TextStyle::heading), "ovrel::UpdateHeading");
-    QApplication::setFont(fontOf(TextStyle::caption), "ovrel::BannerLabel");
     QApplication::setFont(fontOf(TextStyle::caption), "ovrel::BannerLabel");
     QApplication::setPalette(paletteOf(theme.scheme));
     // Of fonts and palettes Qt tells windows alone, and passes on only what a widget has not set itself.
@@ -181,11 +208,24 @@ QPalette paletteOf(ColorScheme scheme) {
 QFont fontOf(TextStyle style) {
     const auto [points, weight] = typeOf(style);
     QFont font = QFontDatabase::systemFont(QFontDatabase::GeneralFont);
-    font.setPointSizeF(points * sizeFactor(font));
+    font.setPointSizeF(points * textFactor(font.pointSizeF()));
     font.setWeight(static_cast<QFont::Weight>(weight));
     if (style == TextStyle::overline)
         font.setLetterSpacing(QFont::PercentageSpacing, 105.5);
     return font;
+}
+
+// Desktops come with 9 to 11 points, for which everything is designed; whoever chose another size wants another size.
+double textFactor(double systemPoints) {
+    constexpr double leastUsual = 9;
+    constexpr double mostUsual = 11;
+    const bool isUsual = systemPoints <= 0 || (systemPoints >= leastUsual && systemPoints <= mostUsual);
+    return isUsual ? 1.0 : systemPoints / usualPoints;
+}
+
+double textScale() {
+    constexpr double usualPixels = usualPoints * 96 / 72; // at the usual resolution
+    return QFontInfo(fontOf(TextStyle::body)).pixelSize() / usualPixels;
 }
 
 int heightOf(int designed, const QFontMetrics& text) {

@@ -112,7 +112,8 @@ const Colors& colors();
 const Colors& colors(ColorScheme scheme);
 
 /// Takes on a theme: palettes and fonts of the application change, and every widget hears of it by a change event of
-/// the type StyleChange. The program's style has to be set before.
+/// the type StyleChange; again whenever the desktop takes on a theme, which may bring another font. The program's style
+/// has to be set before.
 void applyTheme(const Theme& theme);
 
 /// The palette that stands for a theme where Qt's own controls are drawn.
@@ -120,6 +121,13 @@ QPalette paletteOf(ColorScheme scheme);
 
 /// A font of the system's family. Follows the system's size where that is unusual.
 QFont fontOf(TextStyle style);
+
+/// By how much text grows on a desktop whose own text has this size.
+/// \param systemPoints not positive where nobody knows
+double textFactor(double systemPoints);
+
+/// By how much text is larger here than it is designed to be; 1 with text of the usual size and resolution.
+double textScale();
 
 /// A height that grows with the text in it.
 /// \param designed with text of the usual size

@@ -3,6 +3,8 @@
 #include "updates/update_view.h"
 #include "widgets/placement.h"
 
+#include <QApplication>
+#include <QEvent>
 #include <QVBoxLayout>
 
 namespace ovrel {
@@ -14,6 +16,7 @@ UpdatePanelWindow::UpdatePanelWindow(UpdateManager& manager)
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSizeConstraint(QLayout::SetFixedSize);
     layout->addWidget(new UpdateView(manager, this));
+    qApp->installEventFilter(this);
 }
 
 void UpdatePanelWindow::makeKeyAndOrderFront() {
@@ -25,6 +28,14 @@ void UpdatePanelWindow::makeKeyAndOrderFront() {
     show();
     raise();
     activateWindow();
+}
+
+bool UpdatePanelWindow::eventFilter(QObject* watched, QEvent* event) {
+    // To quit, the application closes its windows that can be seen, and gives up at the first that refuses.
+    if (watched == qApp && event->type() == QEvent::Quit) {
+        hide();
+    }
+    return QDialog::eventFilter(watched, event);
 }
 
 UpdatePanelFactory updatePanelFactory() {

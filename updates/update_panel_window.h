@@ -8,7 +8,8 @@
 
 namespace ovrel {
 
-/// The user leaves it through its buttons alone. As high as what it shows. Main thread.
+/// The user leaves it through its buttons alone; when the program is asked to quit, it gets out of the way. As high as
+/// what it shows. Main thread.
 class UpdatePanelWindow final : public QDialog, public UpdatePanel {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(UpdatePanelWindow)
@@ -24,6 +25,8 @@ public:
 
     /// Does nothing: Escape and the desktop's ways to close a window end here.
     void reject() override {}
+
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     bool placed_ = false;

@@ -5,6 +5,7 @@
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME ovrel)
+set(CPACK_PACKAGE_FILE_NAME "ovrel-${CPACK_PACKAGE_VERSION}")
 set(CPACK_PACKAGE_VENDOR "The Ovrel developers")
 set(CPACK_PACKAGE_CONTACT "The Ovrel developers <packages@${HOST}>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "converts images to AVIF")

@@ -2,6 +2,7 @@
 
 #include "platform/linux/av1_image.h"
 #include "platform/linux/color_profiles.h"
+#include "platform/linux/memory_watch.h"
 #include "platform/linux/upright_rows.h"
 #include "platform/memory.h"
 
@@ -26,6 +27,12 @@ using Decoder = std::unique_ptr<avifDecoder, DecoderDeleter>;
 
 /// Width and height of an AV1 frame are stored in up to 16 bits.
 constexpr std::uint32_t largestDimension = 65536;
+
+/// Pixels of a picture; libavif takes no more.
+constexpr std::uint32_t maximumPixels = AVIF_DEFAULT_IMAGE_SIZE_LIMIT;
+
+/// As many as of a GIF. libavif keeps a record of each, while the file may name all of them in a few bytes.
+constexpr std::uint32_t maximumFrames = 200'000;
 
 /// The part of a coded picture that is to be shown.
 struct Crop {
@@ -90,10 +97,16 @@ ColorSpace colorSpaceOf(const avifImage& image) {
     return colorSpaceFromProfile(icc, isGray ? ColorModel::gray : ColorModel::rgb);
 }
 
-/// \throws std::bad_alloc when that was the reason of a failure
-bool succeeded(avifResult result) {
+/// Calls libavif. \throws std::bad_alloc when memory was the reason of a failure, which the AV1 decoder does not tell
+template <typename Call>
+bool succeeds(const Call& call) {
+    const MemoryWatch memory;
+    const avifResult result = call();
     if (result == AVIF_RESULT_OUT_OF_MEMORY) {
         throw std::bad_alloc();
+    }
+    if (result != AVIF_RESULT_OK) {
+        memory.check();
     }
     return result == AVIF_RESULT_OK;
 }
@@ -135,7 +148,7 @@ public:
 
     std::optional<Image> decode(std::size_t index) override {
         requireMemory();
-        if (!succeeded(avifDecoderNthImage(decoder_.get(), static_cast<std::uint32_t>(index)))) {
+        if (!succeeds([&] { return avifDecoderNthImage(decoder_.get(), static_cast<std::uint32_t>(index)); })) {
             return std::nullopt;
         }
         const avifImage& image = *decoder_->image;
@@ -173,7 +186,7 @@ private:
         rgb.depth = image.depth > 8 ? 16 : 8;
         rgb.pixels = pixels;
         rgb.rowBytes = static_cast<std::uint32_t>(bytesPerRow);
-        return succeeded(avifImageYUVToRGB(&image, &rgb));
+        return succeeds([&] { return avifImageYUVToRGB(&image, &rgb); });
     }
 
     std::optional<Image> convert(const avifImage& image) const {
@@ -228,18 +241,31 @@ Decoder makeDecoder() {
     }
     // Viewers show files that lack a pixi property or state an unusual clean aperture; so do we.
     decoder->strictFlags = AVIF_STRICT_DISABLED;
+    decoder->imageSizeLimit = maximumPixels;
     decoder->imageDimensionLimit = largestDimension;
+    decoder->imageCountLimit = maximumFrames;
     decoder->ignoreExif = AVIF_TRUE; // orientation is stated by irot and imir alone
     decoder->ignoreXMP = AVIF_TRUE;
     decoder->maxThreads = 1;
     return decoder;
 }
 
+/// The coded picture may be of another size than the header says; libavif scales it then. The decoder of AV1 takes
+/// memory for what it meets, so that shall not be much more than what was compared with the memory that is left.
+void limitCodedSize(avifDecoder& decoder) {
+    constexpr std::uint64_t anySize = std::uint64_t{1} << 20;
+    constexpr std::uint64_t mostShrinking = 4;
+    const std::uint64_t stated = std::uint64_t{decoder.image->width} * decoder.image->height;
+    decoder.imageSizeLimit = static_cast<std::uint32_t>(
+        std::min<std::uint64_t>(decoder.imageSizeLimit, std::max(anySize, mostShrinking * stated)));
+}
+
 std::unique_ptr<ImageSource> openBytes(std::vector<std::uint8_t> bytes, Decoder decoder) {
-    if (!succeeded(avifDecoderSetIOMemory(decoder.get(), bytes.data(), bytes.size())) ||
-        !succeeded(avifDecoderParse(decoder.get())) || decoder->imageCount < 1) {
+    if (!succeeds([&] { return avifDecoderSetIOMemory(decoder.get(), bytes.data(), bytes.size()); }) ||
+        !succeeds([&] { return avifDecoderParse(decoder.get()); }) || decoder->imageCount < 1) {
         return nullptr;
     }
+    limitCodedSize(*decoder);
     return std::make_unique<AvifSource>(std::move(bytes), std::move(decoder));
 }
 

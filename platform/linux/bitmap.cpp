@@ -37,10 +37,22 @@ cmsUInt32Number pixelType(ColorModel model, PixelLayout layout) {
     return COLORSPACE_SH(PT_RGB) | CHANNELS_SH(3) | EXTRA_SH(1) | BYTES_SH(bytes);
 }
 
+/// ICC.1:2022, section 9.2: besides the tables that every profile has, one may describe the same conversion by
+/// processing elements in floating point, as many as it likes and the same ones again and again. Little CMS would
+/// prefer these and spend hours and all memory on them; eight bits show no difference.
+void removeElements(cmsHPROFILE profile) {
+    for (const cmsTagSignature tag : {cmsSigDToB0Tag, cmsSigDToB1Tag, cmsSigDToB2Tag, cmsSigDToB3Tag, cmsSigBToD0Tag,
+                                      cmsSigBToD1Tag, cmsSigBToD2Tag, cmsSigBToD3Tag}) {
+        if (cmsIsTag(profile, tag)) {
+            cmsWriteTag(profile, tag, nullptr);
+        }
+    }
+}
+
 /// Turns pixels of one colour space into sRGB; the fourth byte of each result is left as it was.
 class ToSrgb {
 public:
-    ToSrgb(const ColorSpace& from, PixelLayout layout) : context_(makeLcmsContext()) {
+    ToSrgb(const ColorSpace& from, PixelLayout layout) {
         if (from.profile.empty()) {
             return;
         }
@@ -48,9 +60,11 @@ public:
                                                       static_cast<cmsUInt32Number>(from.profile.size())));
         const Profile target(cmsCreate_sRGBProfileTHR(context_.get()));
         if (source && target) {
+            removeElements(source.get());
             transform_.reset(cmsCreateTransformTHR(context_.get(), source.get(), pixelType(from.model, layout),
                                                    target.get(), TYPE_RGBA_8, INTENT_PERCEPTUAL, 0));
         }
+        context_.requireMemory();
     }
 
     bool usable() const { return transform_ != nullptr; }

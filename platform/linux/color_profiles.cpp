@@ -6,6 +6,7 @@
 #include <cmath>
 #include <functional>
 #include <limits>
+#include <utility>
 
 namespace ovrel {
 
@@ -71,7 +72,7 @@ void setDate(std::vector<std::uint8_t>& profile) {
     std::copy(firstOfJanuary2000.begin(), firstOfJanuary2000.end(), profile.begin() + dateOffset);
 }
 
-ColorSpace rgbColorSpace(cmsContext context, const Chromaticities& colors, ToneCurve curve) {
+ColorSpace savedColorSpace(cmsContext context, const Chromaticities& colors, ToneCurve curve) {
     const auto point = [](const std::array<double, 2>& xy) { return cmsCIExyY{xy[0], xy[1], 1.0}; };
     const cmsCIExyY white = point(colors.white);
     const cmsCIExyYTRIPLE primaries{point(colors.red), point(colors.green), point(colors.blue)};
@@ -90,6 +91,12 @@ ColorSpace rgbColorSpace(cmsContext context, const Chromaticities& colors, ToneC
         return {};
     }
     setDate(space.profile);
+    return space;
+}
+
+ColorSpace rgbColorSpace(const LcmsContext& context, const Chromaticities& colors, ToneCurve curve) {
+    ColorSpace space = savedColorSpace(context.get(), colors, std::move(curve));
+    context.requireMemory();
     return space;
 }
 
@@ -189,16 +196,16 @@ ColorSpace colorSpaceFromGamma(double exponent, const Chromaticities& chromatici
     if (std::abs(exponent - srgbGamma) < 0.01 && nearlyEqual(chromaticities, srgbChromaticities)) {
         return {};
     }
-    const LcmsContext context = makeLcmsContext();
-    return rgbColorSpace(context.get(), chromaticities, gammaToneCurve(context.get(), exponent));
+    const LcmsContext context;
+    return rgbColorSpace(context, chromaticities, gammaToneCurve(context.get(), exponent));
 }
 
 ColorSpace colorSpaceFromChromaticities(const Chromaticities& chromaticities) {
     if (!span(chromaticities) || nearlyEqual(chromaticities, srgbChromaticities)) {
         return {};
     }
-    const LcmsContext context = makeLcmsContext();
-    return rgbColorSpace(context.get(), chromaticities, srgbToneCurve(context.get()));
+    const LcmsContext context;
+    return rgbColorSpace(context, chromaticities, srgbToneCurve(context.get()));
 }
 
 ColorSpace colorSpaceFromCicp(std::uint16_t primaries, std::uint16_t transfer) {
@@ -206,8 +213,8 @@ ColorSpace colorSpaceFromCicp(std::uint16_t primaries, std::uint16_t transfer) {
     if (usesSrgbCurve(transfer) && nearlyEqual(colors, srgbChromaticities)) {
         return {};
     }
-    const LcmsContext context = makeLcmsContext();
-    return rgbColorSpace(context.get(), colors, transferOf(context.get(), transfer));
+    const LcmsContext context;
+    return rgbColorSpace(context, colors, transferOf(context.get(), transfer));
 }
 
 ColorSpace colorSpaceFromProfile(std::span<const std::uint8_t> profile, ColorModel model) {
@@ -215,9 +222,10 @@ ColorSpace colorSpaceFromProfile(std::span<const std::uint8_t> profile, ColorMod
     if (profile.empty() || profile.size() > ColorSpace::maximumProfileBytes) {
         return space;
     }
-    const LcmsContext context = makeLcmsContext();
+    const LcmsContext context;
     const Profile opened(
         cmsOpenProfileFromMemTHR(context.get(), profile.data(), static_cast<cmsUInt32Number>(profile.size())));
+    context.requireMemory();
     if (!opened) {
         return space;
     }

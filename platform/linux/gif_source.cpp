@@ -20,6 +20,10 @@ constexpr double hundredthsPerSecond = 100.0;
 /// An hour of the smoothest animation that browsers play has 180,000 frames; a file with more is meant to wear us out.
 constexpr std::size_t maximumFrames = 200'000;
 
+/// Every frame is encoded as a whole canvas, though the file may spend twelve bytes on it. So many pixels, 33,000
+/// frames of a large screen, take the encoder half an hour and more.
+constexpr std::uint64_t maximumPixels = std::uint64_t{1} << 36;
+
 /// Rows that come one after the other, counted from the frame's top.
 struct Pass {
     std::uint32_t first;
@@ -170,7 +174,9 @@ std::unique_ptr<ImageSource> openGif(InputFile file) {
         return nullptr;
     }
     GifStructure structure = readGifStructure(*stream);
-    if (structure.frames.empty() || structure.frames.size() > maximumFrames) {
+    const std::uint64_t frames = structure.frames.size();
+    const std::uint64_t pixels = std::uint64_t{structure.width} * structure.height;
+    if (frames < 1 || frames > maximumFrames || (frames > 1 && pixels > maximumPixels / frames)) {
         return nullptr;
     }
     return std::make_unique<GifSource>(std::move(stream), std::move(structure));

@@ -1,5 +1,7 @@
 #include "platform/linux/gif_stream.h"
 
+#include "platform/linux/memory_watch.h"
+
 #include <new>
 #include <utility>
 
@@ -7,8 +9,13 @@ namespace ovrel {
 
 std::unique_ptr<GifStream> GifStream::open(InputFile file) {
     std::unique_ptr<GifStream> stream(new GifStream(std::move(file)));
+    const MemoryWatch memory;
     stream->handle_.reset(DGifOpen(stream.get(), &GifStream::readForGiflib, nullptr));
-    return stream->handle_ ? std::move(stream) : nullptr;
+    if (!stream->handle_) {
+        memory.check();
+        return nullptr;
+    }
+    return stream;
 }
 
 void GifStream::seek(std::uint64_t position) {

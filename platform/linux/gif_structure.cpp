@@ -16,6 +16,8 @@ constexpr std::uint8_t imageSeparator = 0x2C;
 constexpr std::uint8_t extensionIntroducer = 0x21;
 /// Some encoders close the data of an image twice; decoders in use pass over the second terminator.
 constexpr std::uint8_t blockTerminator = 0x00;
+/// More of them are no slip of an encoder but padding, which a file may hold in any length.
+constexpr std::size_t maximumTerminators = 4096;
 
 class StructureReader {
 public:
@@ -26,10 +28,7 @@ public:
 
     GifStructure read() && {
         while (const std::optional<std::uint8_t> introducer = stream_.readByte()) {
-            const bool more = *introducer == imageSeparator        ? readImage()
-                              : *introducer == extensionIntroducer ? readExtension()
-                                                                   : *introducer == blockTerminator;
-            if (!more) {
+            if (!readBlock(*introducer)) {
                 break;
             }
         }
@@ -37,6 +36,17 @@ public:
     }
 
 private:
+    /// \return false when nothing may follow
+    bool readBlock(std::uint8_t introducer) {
+        terminators_ = introducer == blockTerminator ? terminators_ + 1 : 0;
+        switch (introducer) {
+        case imageSeparator: return readImage();
+        case extensionIntroducer: return readExtension();
+        case blockTerminator: return terminators_ <= maximumTerminators;
+        default: return false;
+        }
+    }
+
     /// \return false when the file ends inside the block; so do the others
     bool readImage() {
         GifFrame frame = control_;
@@ -142,7 +152,8 @@ private:
 
     GifStream& stream_;
     GifStructure structure_;
-    GifFrame control_; ///< what a graphic control extension said of the next image
+    GifFrame control_;            ///< what a graphic control extension said of the next image
+    std::size_t terminators_ = 0; ///< without anything between them
 };
 
 } // namespace

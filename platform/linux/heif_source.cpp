@@ -3,6 +3,7 @@
 #include "platform/linux/av1_image.h"
 #include "platform/linux/color_profiles.h"
 #include "platform/linux/heif_handles.h"
+#include "platform/linux/memory_watch.h"
 #include "platform/linux/upright_rows.h"
 #include "platform/memory.h"
 
@@ -20,6 +21,18 @@
 namespace ovrel {
 
 namespace {
+
+/// The side of a square that holds as many pixels as a picture may have, as libheif itself has it. What is below is
+/// compared with the memory that is left.
+constexpr int largestSquare = 32768;
+
+/// Sets what libheif refuses before it takes memory. Its limits on items, extents and blocks are sound as they are.
+void setLimits(heif_context* context) {
+    heif_context_set_maximum_image_size_limit(context, largestSquare);
+#if LIBHEIF_HAVE_VERSION(1, 19, 0)
+    heif_context_get_security_limits(context)->max_color_profile_size = ColorSpace::maximumProfileBytes;
+#endif
+}
 
 std::uint64_t bigEndian(std::span<const std::uint8_t> bytes) {
     return std::accumulate(bytes.begin(), bytes.end(), std::uint64_t{0},
@@ -63,8 +76,13 @@ std::vector<heif_item_id> picturesOf(heif_context* context) {
 }
 
 HeifHandle pictureOf(heif_context* context, heif_item_id id) {
+    const MemoryWatch memory;
     heif_image_handle* handle = nullptr;
-    return succeeded(heif_context_get_image_handle(context, id, &handle)) ? HeifHandle(handle) : nullptr;
+    if (!succeeded(heif_context_get_image_handle(context, id, &handle))) {
+        memory.check();
+        return nullptr;
+    }
+    return HeifHandle(handle);
 }
 
 bool isDeep(const heif_image_handle* handle) {
@@ -190,12 +208,17 @@ public:
         heif_image* decoded = nullptr;
         const heif_chroma chroma =
             isDeep(handle.get()) ? heif_chroma_interleaved_RRGGBBAA_LE : heif_chroma_interleaved_RGBA;
+        const MemoryWatch memory;
         const heif_error error = heif_decode_image(handle.get(), &decoded, heif_colorspace_RGB, chroma, nullptr);
         const HeifImage image(decoded);
         if (error.code == heif_error_Memory_allocation_error) {
             throw std::bad_alloc();
         }
-        return succeeded(error) && image ? copied(*image, *handle) : std::nullopt;
+        if (!succeeded(error) || !image) {
+            memory.check();
+            return std::nullopt;
+        }
+        return copied(*image, *handle);
     }
 
 private:
@@ -248,16 +271,20 @@ std::unique_ptr<ImageSource> openHeif(InputFile file) {
     if (holdsAv1(*bytes)) {
         return openAv1Image(std::move(*bytes));
     }
+    const MemoryWatch memory;
     HeifContext context(heif_context_alloc());
     if (!context) {
-        return nullptr;
+        throw std::bad_alloc();
     }
     heif_context_set_max_decoding_threads(context.get(), 0);
+    setLimits(context.get());
     if (!succeeded(heif_context_read_from_memory_without_copy(context.get(), bytes->data(), bytes->size(), nullptr))) {
+        memory.check();
         return nullptr;
     }
     std::vector<heif_item_id> ids = picturesOf(context.get());
     if (ids.empty()) {
+        memory.check();
         return nullptr;
     }
     return std::make_unique<HeifSource>(std::move(*bytes), std::move(context), std::move(ids));

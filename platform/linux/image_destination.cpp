@@ -1,23 +1,21 @@
 #include "platform/image_destination.h"
 
 #include "platform/bitmap.h"
+#include "platform/linux/file_descriptor.h"
 #include "platform/linux/heif_handles.h"
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <cstring>
 #include <utility>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace ovrel {
 
 namespace {
-
-struct FileCloser {
-    void operator()(std::FILE* file) const noexcept { std::fclose(file); }
-};
-
-using File = std::unique_ptr<std::FILE, FileCloser>;
 
 const heif_encoder_descriptor* av1Encoder() {
     loadHeifPlugins();
@@ -102,8 +100,21 @@ Image writableCopy(const Image& image) {
                                                      : convertedToSrgb(std::move(copy));
 }
 
+bool writeAll(int file, const std::uint8_t* data, std::size_t size) {
+    while (size > 0) {
+        const ssize_t count = uninterrupted([&] { return ::write(file, data, size); });
+        if (count < 0) {
+            return false;
+        }
+        data += count;
+        size -= static_cast<std::size_t>(count);
+    }
+    return true;
+}
+
 heif_error writeToFile(heif_context*, const void* data, std::size_t size, void* file) {
-    const bool complete = std::fwrite(data, 1, size, static_cast<std::FILE*>(file)) == size;
+    const bool complete =
+        writeAll(static_cast<const FileDescriptor*>(file)->get(), static_cast<const std::uint8_t*>(data), size);
     return {complete ? heif_error_Ok : heif_error_Encoding_error,
             complete ? heif_suberror_Unspecified : heif_suberror_Cannot_write_output_data,
             complete ? "Success" : "Short write"};
@@ -111,7 +122,7 @@ heif_error writeToFile(heif_context*, const void* data, std::size_t size, void* 
 
 class HeifDestination final : public ImageDestination {
 public:
-    HeifDestination(File file, HeifEncoder encoder)
+    HeifDestination(FileDescriptor file, HeifEncoder encoder)
         : file_(std::move(file)), encoder_(std::move(encoder)), context_(heif_context_alloc()) {}
 
     void addImage(const Image& image, double lossyCompressionQuality) override {
@@ -123,7 +134,8 @@ public:
 
     bool finalize() override {
         const bool encoded = image_ && context_ && encode() && write();
-        return std::fclose(file_.release()) == 0 && encoded;
+        // A full network share may show only here; a descriptor that a signal interrupts is closed all the same.
+        return (file_.close() == 0 || errno == EINTR) && encoded;
     }
 
 private:
@@ -144,10 +156,10 @@ private:
 
     bool write() {
         heif_writer writer{1, writeToFile};
-        return succeeded(heif_context_write(context_.get(), &writer, file_.get()));
+        return succeeded(heif_context_write(context_.get(), &writer, &file_));
     }
 
-    File file_;
+    FileDescriptor file_;
     HeifEncoder encoder_;
     HeifContext context_;
     HeifImage image_;
@@ -175,7 +187,9 @@ std::unique_ptr<ImageDestination> ImageDestination::create(const std::filesystem
         return nullptr;
     }
     HeifEncoder encoder(created);
-    File opened(std::fopen(file.c_str(), "wbe"));
+    constexpr mode_t everybody = S_IRUSR | S_IWUSR | S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH;
+    FileDescriptor opened(
+        uninterrupted([&] { return ::open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, everybody); }));
     if (!opened) {
         return nullptr;
     }

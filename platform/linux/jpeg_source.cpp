@@ -32,12 +32,24 @@ constexpr int profileMarker = JPEG_APP0 + 2;
 /// Encoders write up to about 20 scans. Each costs a pass over all coefficients, however few bytes it takes.
 constexpr int maximumScans = 200;
 
+/// So in a large picture scans are limited by the blocks of coefficients that they pass over: encoders go over each
+/// block up to eight times. A block takes half a microsecond at worst.
+constexpr std::uint64_t maximumPasses = 12;
+constexpr std::uint64_t alwaysAllowedBlocks = std::uint64_t{1} << 23;
+
+/// Compressed samples take less than this; the rest of a file is padding, which is read no further.
+constexpr std::uint64_t mostBytesOfSample = 8;
+
 /// Exif and profiles are kept in memory until the first scan. Theirs are 16 MiB at most; the rest is room for what
 /// cameras put in between.
 constexpr std::uint64_t maximumHeadBytes = std::uint64_t{64} << 20;
 
 /// A profile has 255 segments at most (ICC.1:2010, annex B.4), Exif one; this leaves room for what cameras add.
 constexpr int maximumKeptMarkers = 4096;
+
+std::uint64_t blocksOf(const jpeg_component_info& component) {
+    return std::uint64_t{component.width_in_blocks} * component.height_in_blocks;
+}
 
 /// libjpeg's state and its callbacks. The library leaves a failed call by longjmp, so the callbacks, and the steps
 /// given to attempt(), keep nothing on the stack that has a destructor; all that lives longer stands in here.
@@ -90,6 +102,8 @@ private:
     void skip(long bytes);
     void meetWarning();
     void countKeptMarker();
+    void countScan();
+    std::uint64_t endOfData() const;
     void endPicture();
 
     const InputFile& file_;
@@ -97,6 +111,8 @@ private:
     std::array<JOCTET, std::size_t{64} << 10> buffer_{};
     bool deviceFailed_ = false;
     int keptMarkers_ = 0;
+    int countedScans_ = 0;
+    std::uint64_t passedBlocks_ = 0; ///< in the scans so far
     bool severalScans_ = false;
     std::uint32_t endOfRows_ = std::numeric_limits<std::uint32_t>::max(); ///< behind the last row of which some came
     jpeg_error_mgr errors_{};
@@ -121,11 +137,7 @@ Decompressor::Decompressor(const InputFile& file) : file_(file) {
     source_.skip_input_data = [](j_decompress_ptr decompress, long bytes) { of(decompress).skip(bytes); };
     source_.resync_to_restart = jpeg_resync_to_restart;
     source_.term_source = [](j_decompress_ptr) {};
-    progress_.progress_monitor = [](j_common_ptr common) {
-        if (of(common).info.input_scan_number > maximumScans) {
-            common->err->error_exit(common);
-        }
-    };
+    progress_.progress_monitor = [](j_common_ptr common) { of(common).countScan(); };
     if (!attempt([&] { jpeg_create_decompress(&info); })) {
         throw std::bad_alloc();
     }
@@ -137,8 +149,9 @@ boolean Decompressor::fillBuffer() {
     if (info.input_scan_number == 0 && position_ > maximumHeadBytes) {
         ERREXIT(&info, JERR_INPUT_EOF);
     }
-    std::size_t count = file_.readAt(position_, buffer_);
-    if (count == 0 && position_ < file_.size()) {
+    const std::uint64_t end = endOfData();
+    std::size_t count = position_ < end ? file_.readAt(position_, buffer_) : 0;
+    if (count == 0 && position_ < end) {
         deviceFailed_ = true;
         ERREXIT(&info, JERR_FILE_READ);
     }
@@ -174,6 +187,31 @@ void Decompressor::countKeptMarker() {
     if (++keptMarkers_ > maximumKeptMarkers) {
         ERREXIT(&info, JERR_TOO_LITTLE_DATA);
     }
+}
+
+/// Called at least once in every scan.
+void Decompressor::countScan() {
+    if (info.input_scan_number == countedScans_) {
+        return;
+    }
+    countedScans_ = info.input_scan_number;
+    for (int i = 0; i < info.comps_in_scan; ++i) {
+        passedBlocks_ += blocksOf(*info.cur_comp_info[i]);
+    }
+    std::uint64_t blocks = 0;
+    for (int i = 0; i < info.num_components; ++i) {
+        blocks += blocksOf(info.comp_info[i]);
+    }
+    if (countedScans_ > maximumScans || passedBlocks_ > std::max(alwaysAllowedBlocks, maximumPasses * blocks)) {
+        ERREXIT(&info, JERR_TOO_LITTLE_DATA);
+    }
+}
+
+/// Where reading stops: at the end of the file, or where no picture of this size could reach.
+std::uint64_t Decompressor::endOfData() const {
+    const auto components = static_cast<std::uint64_t>(std::max(info.num_components, 0));
+    const std::uint64_t samples = std::uint64_t{info.image_width} * info.image_height * components;
+    return std::min(file_.size(), maximumHeadBytes + samples * mostBytesOfSample);
 }
 
 void Decompressor::meetWarning() {
@@ -214,7 +252,8 @@ bool Decompressor::hasData() const {
     reader.seek(position_ - source_.bytes_in_buffer);
     std::uint8_t byte = 0;
     bool inMarker = false;
-    while (reader.read({&byte, 1}) == 1) {
+    const std::uint64_t end = endOfData();
+    while (reader.position() < end && reader.read({&byte, 1}) == 1) {
         const bool isRestart = byte >= JPEG_RST0 && byte <= JPEG_RST0 + 7;
         if (byte == markerPrefix) {
             inMarker = true;
@@ -262,8 +301,7 @@ std::uint8_t storedOrientation(const jpeg_decompress_struct& info) {
 std::uint64_t coefficientBytes(const jpeg_decompress_struct& info) {
     std::uint64_t bytes = 0;
     for (int i = 0; i < info.num_components; ++i) {
-        const jpeg_component_info& component = info.comp_info[i];
-        bytes += std::uint64_t{component.width_in_blocks} * component.height_in_blocks * DCTSIZE2 * sizeof(JCOEF);
+        bytes += blocksOf(info.comp_info[i]) * DCTSIZE2 * sizeof(JCOEF);
     }
     return bytes;
 }

@@ -34,12 +34,15 @@ constexpr std::uint32_t chunkType(const char (&name)[5]) {
     return type;
 }
 
+/// Encoders write some kilobytes into a chunk; passing over a smaller one takes as long as over a large one.
+constexpr std::size_t maximumChunks = std::size_t{1} << 22;
+
 /// Goes through a file chunk by chunk (section 5.3: length, type, content, CRC of type and content).
 class ChunkWalk {
 public:
     explicit ChunkWalk(const InputFile& file) : file_(file), reader_(file) {}
 
-    /// \return whether there is another chunk; length() and type() are its own
+    /// \return whether there is another chunk; number(), length() and type() are its own
     bool next() {
         std::array<std::uint8_t, 8> head{};
         reader_.seek(nextChunk_);
@@ -50,8 +53,15 @@ public:
         length_ = bigEndian(head);
         type_ = bigEndian(std::span(head).subspan(4));
         nextChunk_ = content_ + length_ + crcBytes;
-        return length_ <= maximumInteger;
+        ++number_;
+        // Section 5.3: a type is four letters; anything else is no chunk.
+        const std::span<const std::uint8_t> letters = std::span(head).subspan(4);
+        return length_ <= maximumInteger && std::all_of(letters.begin(), letters.end(), [](std::uint8_t letter) {
+                   return (letter >= 'A' && letter <= 'Z') || (letter >= 'a' && letter <= 'z');
+               });
     }
+
+    std::size_t number() const { return number_; } ///< of chunks so far
 
     std::uint32_t type() const { return type_; }
     std::uint32_t length() const { return length_; }
@@ -84,6 +94,7 @@ private:
     FileReader reader_;
     std::uint64_t nextChunk_ = signatureBytes;
     std::uint64_t content_ = 0;
+    std::size_t number_ = 0;
     std::uint32_t length_ = 0;
     std::uint32_t type_ = 0;
 };
@@ -151,6 +162,9 @@ std::optional<PngChunks> readPngChunks(const InputFile& file) {
     std::optional<std::vector<std::uint8_t>> exif;
     bool beforeImageData = true;
     while (walk.next() && walk.type() != chunkType("IEND")) {
+        if (walk.number() > maximumChunks) {
+            return std::nullopt;
+        }
         switch (walk.type()) {
         case chunkType("IDAT"):
             beforeImageData = false;

@@ -30,7 +30,7 @@ struct PngChunks {
 };
 
 /// Walks from chunk to chunk, reading the content of few and small ones.
-/// \return nothing when the image header is missing or damaged
+/// \return nothing when the image header is missing or damaged, or there are more chunks than encoders write
 std::optional<PngChunks> readPngChunks(const InputFile& file);
 
 } // namespace ovrel

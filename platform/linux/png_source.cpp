@@ -9,6 +9,7 @@
 #include <bit>
 #include <csetjmp>
 #include <cstdlib>
+#include <limits>
 #include <new>
 #include <span>
 #include <utility>
@@ -27,10 +28,15 @@ struct PngDeleter {
 };
 using Png = std::unique_ptr<png_struct, PngDeleter>;
 
+/// Image data may go on behind the last row, and libpng unpacks all of it to find its end. So much is let through, as
+/// some files hold bytes that belong to nothing; a row takes less.
+constexpr std::uint64_t mostSurplusBytes = std::uint64_t{256} << 10;
+
 /// What libpng asks for while it works.
 struct Supply {
     FileReader reader;
     bool lacksMemory = false; ///< whether memory was ever refused; of errors libpng tells only in words
+    std::uint64_t mostBytes = std::numeric_limits<std::uint64_t>::max(); ///< that the current call may still read
 };
 
 /// Calls libpng through `step`. The library leaves a failed call by longjmp, so a step, and whatever libpng calls back
@@ -64,9 +70,10 @@ void ignoreWarning(png_structp, png_const_charp) {}
 
 void readBytes(png_structp png, png_bytep into, std::size_t count) {
     auto* supply = static_cast<Supply*>(png_get_io_ptr(png));
-    if (supply->reader.read({into, count}) < count) {
+    if (count > supply->mostBytes || supply->reader.read({into, count}) < count) {
         png_error(png, "the file ends early");
     }
+    supply->mostBytes -= count;
 }
 
 png_voidp takeMemory(png_structp png, png_alloc_size_t bytes) {
@@ -104,11 +111,13 @@ bool readHead(const Png& png) {
         constexpr int namesInList = 4;
         static constexpr png_byte used[] = "iCCP\0sRGB\0gAMA\0cHRM";
         constexpr int signatureBytes = 8;
+        constexpr png_uint_32 keptChunks = 16; // of those that may come many times, none of which is used
         png_set_sig_bytes(png.get(), signatureBytes);
         png_set_keep_unknown_chunks(png.get(), PNG_HANDLE_CHUNK_NEVER, nullptr, -1);
         png_set_keep_unknown_chunks(png.get(), PNG_HANDLE_CHUNK_AS_DEFAULT, used, namesInList);
         png_set_user_limits(png.get(), PNG_UINT_31_MAX, PNG_UINT_31_MAX);
         png_set_chunk_malloc_max(png.get(), ColorSpace::maximumProfileBytes);
+        png_set_chunk_cache_max(png.get(), keptChunks);
         png_set_benign_errors(png.get(), 1);
         png_read_info(png.get(), infoOf(png));
     });
@@ -190,6 +199,9 @@ bool startRgba(const Png& png) {
 }
 
 bool readRow(const Png& png, png_bytep row) {
+    constexpr std::uint64_t mostGrowth = 2; // RFC 1951, section 3.2.4: what does not pack is stored
+    auto* supply = static_cast<Supply*>(png_get_io_ptr(png.get()));
+    supply->mostBytes = mostGrowth * png_get_rowbytes(png.get(), infoOf(png)) + mostSurplusBytes;
     return attempt(png, [&] { png_read_row(png.get(), row, nullptr); });
 }
 
@@ -216,6 +228,7 @@ bool readPasses(const Png& png, std::uint32_t height, UprightRows& rows) {
 }
 
 bool readTail(const Png& png) {
+    static_cast<Supply*>(png_get_io_ptr(png.get()))->mostBytes = std::numeric_limits<std::uint64_t>::max();
     return attempt(png, [&] { png_read_end(png.get(), nullptr); });
 }
 

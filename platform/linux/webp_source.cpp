@@ -2,6 +2,7 @@
 
 #include "platform/linux/color_profiles.h"
 #include "platform/linux/exif_orientation.h"
+#include "platform/linux/memory_watch.h"
 #include "platform/linux/upright_rows.h"
 #include "platform/memory.h"
 
@@ -82,11 +83,16 @@ public:
         config.output.u.RGBA.rgba = rows.row(0);
         config.output.u.RGBA.stride = static_cast<int>(rows.bytesPerRow());
         config.output.u.RGBA.size = rows.bytesPerRow() * height;
+        const MemoryWatch memory;
         const VP8StatusCode status = WebPDecode(file_.bytes.data(), file_.bytes.size(), &config);
         if (status == VP8_STATUS_OUT_OF_MEMORY) {
             throw std::bad_alloc();
         }
-        return status == VP8_STATUS_OK ? std::optional(std::move(rows).finish(file_.colorSpace)) : std::nullopt;
+        if (status != VP8_STATUS_OK) {
+            memory.check(); // where the alpha plane's decoder lacks some, the status is another
+            return std::nullopt;
+        }
+        return std::move(rows).finish(file_.colorSpace);
     }
 
 private:
@@ -129,7 +135,9 @@ public:
         }
         for (; composed_ <= index; ++composed_) {
             int endMilliseconds = 0;
+            const MemoryWatch memory;
             if (!WebPAnimDecoderGetNext(decoder_.get(), &canvas_, &endMilliseconds)) {
+                memory.check();
                 readableFrames_ = composed_; // later frames build upon this one
                 return std::nullopt;
             }
@@ -149,7 +157,11 @@ private:
             options.color_mode = MODE_RGBA;
             options.use_threads = 0;
             const WebPData data = file_.data();
+            const MemoryWatch memory;
             decoder_.reset(WebPAnimDecoderNew(&data, &options));
+            if (!decoder_) {
+                memory.check();
+            }
         }
         return decoder_ != nullptr;
     }
@@ -173,13 +185,15 @@ private:
     std::size_t readableFrames_;
 };
 
-/// \return the content of the first chunk of this name (RFC 9649, section 2.7.1); empty when there is none
+/// \return the content of the first chunk of this name (RFC 9649, section 2.7.1); empty when there is none, or one
+///         larger than the profiles that are used, which Exif keeps far below
 std::vector<std::uint8_t> chunk(const WebPDemuxer* demuxer, const char* name) {
     WebPChunkIterator iterator;
     if (!WebPDemuxGetChunk(demuxer, name, 1, &iterator)) {
         return {};
     }
-    std::vector<std::uint8_t> content(iterator.chunk.bytes, iterator.chunk.bytes + iterator.chunk.size);
+    const std::size_t size = iterator.chunk.size <= ColorSpace::maximumProfileBytes ? iterator.chunk.size : 0;
+    std::vector<std::uint8_t> content(iterator.chunk.bytes, iterator.chunk.bytes + size);
     WebPDemuxReleaseChunkIterator(&iterator);
     return content;
 }
@@ -189,9 +203,11 @@ std::vector<std::uint8_t> chunk(const WebPDemuxer* demuxer, const char* name) {
 bool readContainer(WebpFile& file) {
     const WebPData data = file.data();
     WebPDemuxState state = WEBP_DEMUX_PARSE_ERROR;
+    const MemoryWatch memory;
     file.demuxer.reset(WebPDemuxPartial(&data, &state));
     const WebPDemuxer* demuxer = file.demuxer.get();
     if (demuxer == nullptr || state < WEBP_DEMUX_PARSED_HEADER) {
+        memory.check();
         return false;
     }
     file.properties.pixelWidth = WebPDemuxGetI(demuxer, WEBP_FF_CANVAS_WIDTH);

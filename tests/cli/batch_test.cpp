@@ -8,6 +8,7 @@
 #include <condition_variable>
 #include <latch>
 #include <mutex>
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -263,6 +264,15 @@ TEST(Batch, ReachesTheEndOfALongListBehindASlowStep) {
     EXPECT_EQ(runBatch(numberedSteps(count), 2, work, {}, recorder).succeeded, count);
     EXPECT_EQ(recorder.names.size(), count);
     EXPECT_EQ(recorder.names.back(), std::to_string(count - 1));
+}
+
+TEST(Batch, BreaksOffWhenItsObserverFails) {
+    class Failing : public Recorder {
+        bool completed(const Step& /*step*/, const Outcome& /*outcome*/) override { throw std::bad_alloc(); }
+    };
+    // More steps than may wait to be told, so that workers would wait for an observer that is gone.
+    Failing observer;
+    EXPECT_THROW(runBatch(numberedSteps(5000), 2, converted, {}, observer), std::bad_alloc);
 }
 
 TEST(Batch, IsDoneAtOnceWithoutSteps) {

@@ -1,5 +1,6 @@
 #include "cli/step_work.h"
 
+#include "tests/support/forwarding_file_system.h"
 #include "tests/support/temporary_folder.h"
 
 #include <gtest/gtest.h>
@@ -7,6 +8,7 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <new>
 
 namespace ovrel::cli {
 namespace {
@@ -79,6 +81,17 @@ TEST_F(StepWork, FailsButKeepsTheResultWhenItsTimeCannotBeSet) {
     EXPECT_EQ(outcome.result, folder_ / "photo-2.avif");
     EXPECT_TRUE(fs::exists(outcome.result));
     EXPECT_THROW(std::rethrow_exception(outcome.error), FileError);
+}
+
+TEST_F(StepWork, IsDoneAlsoWhenThereIsNoMemoryToAskForTheSize) {
+    class Exhausted : public test::ForwardingFileSystem {
+        std::uint64_t fileSize(const fs::path& /*file*/) override { throw std::bad_alloc(); }
+    };
+    Exhausted exhausted;
+    const Outcome outcome = carryOut(step_, converter(), exhausted, false);
+    EXPECT_EQ(outcome.status, Outcome::Status::converted);
+    EXPECT_EQ(outcome.result, folder_ / "photo-2.avif");
+    EXPECT_EQ(outcome.resultBytes, std::nullopt);
 }
 
 TEST_F(StepWork, ConvertsNothingThatIsSkippedOrImpossible) {

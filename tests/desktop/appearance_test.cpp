@@ -8,8 +8,10 @@
 #include <QDBusMessage>
 #include <QDBusVariant>
 #include <QPalette>
+#include <QProxyStyle>
 #include <QSignalSpy>
 #include <QThread>
+#include <QWindow>
 
 #include <gmock/gmock.h>
 
@@ -256,6 +258,43 @@ TEST(Appearance, LeavesThePaletteOutThatTheProgramSets) {
     QApplication::setPalette(QPalette());
     EXPECT_EQ(schemes.count(), 0);
     EXPECT_EQ(appearance.colorScheme(), ColorScheme::light);
+}
+
+/// Gives the palette of a desktop whose colours change.
+class DesktopStyle final : public QProxyStyle {
+public:
+    using QProxyStyle::QProxyStyle;
+
+    QPalette standardPalette() const override { return palette; }
+
+    QPalette palette = paletteOf(Qt::white, Qt::black);
+};
+
+TEST(Appearance, FollowsThePaletteOfTheDesktopUnderThatOfTheProgram) {
+    auto* const desktop = new DesktopStyle; // owned by the application
+    QApplication::setStyle(desktop);
+    QApplication::setPalette(QPalette());
+    ASSERT_EQ(Appearance::colorSchemeOf(QApplication::palette()), ColorScheme::light);
+    const QDBusConnection none(QStringLiteral("no such connection"));
+    const Appearance appearance(none);
+    const QPalette own = paletteOf(Qt::white, Qt::black);
+    QApplication::setPalette(own);
+    QWindow window;
+
+    const auto change = [&](const QPalette& palette) {
+        desktop->palette = palette;
+        QEvent event(QEvent::ThemeChange);
+        QCoreApplication::sendEvent(&window, &event);
+    };
+    QSignalSpy schemes(&appearance, &Appearance::colorSchemeChanged);
+    change(paletteOf(Qt::black, Qt::white));
+    EXPECT_EQ(appearance.colorScheme(), ColorScheme::dark);
+    EXPECT_EQ(schemes.count(), 1);
+    EXPECT_EQ(QApplication::palette().color(QPalette::Window), own.color(QPalette::Window)); // as it was
+    change(paletteOf(Qt::white, Qt::black));
+    EXPECT_EQ(appearance.colorScheme(), ColorScheme::light);
+    EXPECT_EQ(schemes.count(), 2);
+    QApplication::setPalette(QPalette());
 }
 
 } // namespace

@@ -77,7 +77,7 @@ TEST(QueueListModel, FollowsARun) {
     fixture.awaitConversions(3);
     EXPECT_EQ(fixture.stateAt(0), State::success);
     EXPECT_EQ(fixture.textAt(0, QueueListModel::text), "✓ a.avif");
-    EXPECT_EQ(fixture.textAt(0, QueueListModel::toolTip), "/in/a.png");
+    EXPECT_EQ(fixture.textAt(0, QueueListModel::toolTip), "/in/a.png\n✓ a.avif");
     EXPECT_EQ(fixture.stateAt(1), State::failure);
     EXPECT_EQ(fixture.textAt(1, QueueListModel::text), "Error: Trouble");
     EXPECT_EQ(fixture.textAt(1, Qt::ToolTipRole), "/in/b.png\nError: Trouble");

@@ -5,6 +5,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -43,10 +44,13 @@ ChildProcess::~ChildProcess() {
 
 int ChildProcess::wait() {
     constexpr int signalBase = 128;
+    constexpr std::uint64_t kibi = 1024; // getrusage(2): the unit of ru_maxrss
     int status = 0;
-    if (::waitpid(std::exchange(process_, -1), &status, 0) < 0) {
+    rusage usage{};
+    if (::wait4(std::exchange(process_, -1), &status, 0, &usage) < 0) {
         throw std::runtime_error("child process lost");
     }
+    peakBytes_ = static_cast<std::uint64_t>(usage.ru_maxrss) * kibi;
     return WIFEXITED(status) ? WEXITSTATUS(status) : signalBase + WTERMSIG(status);
 }
 

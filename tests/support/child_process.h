@@ -2,6 +2,7 @@
 /// Work in another process.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 
 #include <sys/types.h>
@@ -21,8 +22,12 @@ public:
     /// \return the exit status, or 128 + the number of the signal that ended it
     int wait();
 
+    /// What it had resident at most. After wait().
+    std::uint64_t peakBytes() const { return peakBytes_; }
+
 private:
     pid_t process_ = -1;
+    std::uint64_t peakBytes_ = 0;
 };
 
 } // namespace ovrel::test

@@ -6,7 +6,7 @@
 namespace ovrel::test {
 
 std::vector<std::uint8_t> savedProfile(const std::function<cmsHPROFILE(cmsContext)>& make) {
-    const LcmsContext context = makeLcmsContext();
+    const LcmsContext context;
     const Profile profile(make(context.get()));
     cmsUInt32Number size = 0;
     cmsSaveProfileToMem(profile.get(), nullptr, &size);

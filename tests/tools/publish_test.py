@@ -74,13 +74,19 @@ class PublishTest(unittest.TestCase):
     def make_key(self):
         return self.publish("key", self.key).strip()
 
-    def write_archive(self, *manifests, name="ovrel-2.4/manifest.json", kind=tarfile.REGTYPE):
+    def write_archive(self, *manifests, name="ovrel-2.4/manifest.json", kind=tarfile.REGTYPE, changes=None, mode=0o755):
+        """`changes` are files in place of those of a good archive, None for those that it lacks."""
+        files = {"bin/ovrel": b"\x7fELF program", "bin/ovrel-installer": b"\x7fELF installer",
+                 "portable-installation": b"example.ovrel.Ovrel\n", "installed-files.txt": b"bin/ovrel\n"}
+        entries = [(f"ovrel-2.4/{path}", content) for path, content in (files | (changes or {})).items()]
         with tarfile.open(self.archive, "w:xz", preset=0) as tar:
-            for content in [b"program", *manifests]:
-                entry = tarfile.TarInfo("ovrel-2.4/bin/ovrel" if content == b"program" else name)
-                entry.type = kind
-                entry.size = len(content)
-                tar.addfile(entry, io.BytesIO(content))
+            for path, content in [*entries, *((name, manifest) for manifest in manifests)]:
+                if content is not None:
+                    entry = tarfile.TarInfo(path)
+                    entry.type = kind if path == name else tarfile.REGTYPE
+                    entry.mode = mode
+                    entry.size = len(content)
+                    tar.addfile(entry, io.BytesIO(content))
 
     @staticmethod
     def manifest(**changes):
@@ -278,7 +284,8 @@ class FeedTest(PublishTest):
             with self.subTest(name=name, value=value):
                 self.write_archive(self.manifest(**{name: value}))
                 self.refuse_to_add(f"that the {name} is ")
-        self.write_archive(self.manifest(application="org.another.Ovrel"))
+        self.write_archive(self.manifest(application="org.another.Ovrel"),
+                           changes={"portable-installation": b"org.another.Ovrel\n"})
         self.publish(*self.add_arguments(application="org.another.Ovrel"))
 
     def test_an_archive_without_a_manifest_of_its_own_is_refused(self):
@@ -294,6 +301,20 @@ class FeedTest(PublishTest):
             with self.subTest(manifest=manifest):
                 self.write_archive(manifest)
                 self.refuse_to_add(says)
+
+    def test_an_archive_that_would_be_the_last_update_is_refused(self):
+        for name, content, says in [
+                ("bin/ovrel", None, "no file bin/ovrel,"), ("bin/ovrel", b"#!/bin/sh\n", "is no program"),
+                ("bin/ovrel-installer", None, "no file bin/ovrel-installer"),
+                ("bin/ovrel-installer", b"", "is no program"),
+                ("portable-installation", None, "no file portable-installation"),
+                ("portable-installation", b"example.other.Program\n", "does not name example.ovrel.Ovrel"),
+                ("installed-files.txt", None, "no file installed-files.txt")]:
+            with self.subTest(name=name, content=content):
+                self.write_archive(self.manifest(), changes={name: content})
+                self.refuse_to_add(says)
+        self.write_archive(self.manifest(), mode=0o644)
+        self.refuse_to_add("is no program")
 
     def test_what_is_no_archive_is_refused(self):
         self.write_archive(self.manifest())

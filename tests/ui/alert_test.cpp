@@ -55,6 +55,15 @@ TEST_F(AlertTest, SaysWhatWentWrongInTheLanguageOfTheWindow) {
     }
 }
 
+TEST_F(AlertTest, HasATitleThatStandsOut) {
+    fixture.model().setError(trouble());
+    ASSERT_NE(alert(), nullptr);
+    const QFont title = control<QLabel>(*alert(), QStringLiteral("Unable to Complete Action")).font();
+    const QFont text = control<QLabel>(*alert(), QStringLiteral("Trouble")).font();
+    EXPECT_GT(title.pointSizeF(), text.pointSizeF());
+    EXPECT_GT(title.weight(), text.weight());
+}
+
 TEST_F(AlertTest, FollowsTheLanguageWhileItIsOpen) {
     fixture.model().setError(trouble());
     fixture.model().setLanguage(AppLanguage::russian);

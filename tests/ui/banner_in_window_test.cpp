@@ -1,7 +1,7 @@
-#include "tests/support/avif_writer.h"
-#include "tests/support/fake_image_source.h"
 #include "tests/ui/controls.h"
 #include "tests/ui/window_fixture.h"
+
+#include <QPointer>
 
 #include <gmock/gmock.h>
 
@@ -15,14 +15,8 @@ class BannerInWindowTest : public testing::Test {
 protected:
     BannerInWindowTest() { fixture.show(); }
 
-    /// Answers what was asked last, settings and picture.
     void answer() {
-        fixture.network.answer(fixture.network.count() - 1, "enabled=true\nversion=3\n"
-                                                            "en_url=https://example.com/en\nen_alt=Walks\n"
-                                                            "ru_url=https://example.com/ru\nru_alt=Прогулки\n");
-        fixture.network.answer(fixture.network.count() - 1,
-                               QByteArray::fromStdString(writeAvif(makeImage(60, 10, {120, 120, 120, 255}))));
-        waitUntil([this] { return fixture.content().banner().creative().has_value(); });
+        fixture.answerBanner();
         settle();
     }
     QAbstractButton* banner(const char* alt) {
@@ -51,6 +45,22 @@ TEST_F(BannerInWindowTest, IsLoadedAnewForAnotherLanguage) {
     answer();
     ASSERT_NE(banner("Прогулки"), nullptr);
     EXPECT_TRUE(shows(fixture.window(), QStringLiteral("Реклама")));
+}
+
+TEST_F(BannerInWindowTest, OutlivesItsOwnClick) {
+    answer();
+    const QPointer<QAbstractButton> clicked = banner("Walks");
+    bool livedToTheEnd = false;
+    // Whoever opens the page may let other things happen meanwhile.
+    fixture.whenOpened = [&] {
+        fixture.model().setLanguage(AppLanguage::russian);
+        livedToTheEnd = clicked != nullptr;
+    };
+    click(*clicked);
+    EXPECT_TRUE(livedToTheEnd);
+    EXPECT_EQ(banner("Walks"), nullptr);
+    settle();
+    EXPECT_EQ(clicked, nullptr);
 }
 
 TEST_F(BannerInWindowTest, IsNotAskedForAgainWhenTheLanguageStays) {

@@ -69,8 +69,8 @@ TEST_F(DragAndDropTest, TakesNamesThatAreNotUtf8ByteForByte) {
 }
 
 TEST_F(DragAndDropTest, RefusesWhatIsNoFileOfThisComputer) {
-    for (const QByteArray address :
-         {"https://example.com/a.png", "ftp://example.com/a.png", "data:image/png;base64,"}) {
+    for (const QByteArray address : {"https://example.com/a.png", "ftp://example.com/a.png", "data:image/png;base64,",
+                                     "file://example.com/a.png", "file:///a%00.png"}) {
         Drag drag(fixture.window(), {address});
         EXPECT_FALSE(drag.moveTo(overTheList())) << address.toStdString();
         EXPECT_FALSE(fixture.model().targeted());
@@ -162,6 +162,23 @@ TEST_F(DragAndDropTest, SaysSoWhenThereIsNothingAtAll) {
     EXPECT_TRUE(shows(fixture.window(), QStringLiteral("Drop your images here")));
 }
 
+/// Whether a line of dashes two pixels wide stands 12 beside the leading edge of the card, filled or not.
+bool hasDashes(const QImage& window) {
+    constexpr int cardLeft = 20;
+    const auto pixelsIn = [&](int x) {
+        int count = 0;
+        for (int y = 300; y < 600; ++y) {
+            count += window.pixelColor(x, y) == colors().accent ? 1 : 0;
+        }
+        return count;
+    };
+    const int first = pixelsIn(cardLeft + 12);
+    const int second = pixelsIn(cardLeft + 13);
+    constexpr int all = 300; // of which 6 of 11 belong to a dash
+    return first > all / 3 && first < all * 2 / 3 && second > all / 3 && second < all * 2 / 3 &&
+           pixelsIn(cardLeft + 11) == 0 && pixelsIn(cardLeft + 14) == 0;
+}
+
 TEST_F(DragAndDropTest, IsSeenAsLongAsItIsOverTheList) {
     for (const bool filled : {false, true}) {
         if (filled) {
@@ -175,6 +192,8 @@ TEST_F(DragAndDropTest, IsSeenAsLongAsItIsOverTheList) {
         const QImage during = fixture.window().grab().toImage();
         EXPECT_NE(during, before);
         EXPECT_EQ(during.pixelColor(200, 600), colors().accentTint);
+        EXPECT_TRUE(hasDashes(during));
+        EXPECT_FALSE(hasDashes(before));
         drag.leave();
         settle();
         EXPECT_EQ(fixture.window().grab().toImage(), before);

@@ -4,8 +4,11 @@
 #include "tests/ui/controls.h"
 #include "tests/ui/window_fixture.h"
 
+#include <QApplication>
+#include <QHelpEvent>
 #include <QProgressBar>
 #include <QTest>
+#include <QToolTip>
 
 #include <gmock/gmock.h>
 
@@ -81,6 +84,18 @@ TEST_F(FooterBarTest, ShowsTheMessageOfTheModel) {
     EXPECT_TRUE(showsText("Готово: 1 успешно, 1 с ошибками", "Done: 1 successful, 1 failed"));
 }
 
+TEST_F(FooterBarTest, SaysALongMessageInAToolTipAsPlainText) {
+    fixture.prepare({"<h1>" + std::string(200, 'n') + ".png"});
+    fixture.start();
+    QLabel& line = control<QLabel>(fixture.window(), fixture.message());
+    QHelpEvent help(QEvent::ToolTip, line.rect().center(), line.mapToGlobal(line.rect().center()));
+    QApplication::sendEvent(&line, &help);
+    EXPECT_EQ(plainTextOf(QToolTip::text()), fixture.message());
+    QToolTip::hideText();
+    fixture.services.convert();
+    fixture.awaitIdle();
+}
+
 TEST_F(FooterBarTest, ShowsHowFarTheRunIs) {
     fixture.prepare({"a.png", "b.png", "c.png"});
     EXPECT_FALSE(progress().isVisible());
@@ -134,6 +149,9 @@ TEST_F(FooterBarTest, OpensTheOutputFolderOnceThereIsOne) {
     std::filesystem::remove(output);
     click(*openFolder()); // it is gone meanwhile
     EXPECT_EQ(fixture.opened.size(), 1);
+    EXPECT_EQ(fixture.model().language().describe(fixture.model().error()),
+              QStringLiteral("The file or folder no longer exists."));
+    fixture.model().setError(nullptr);
     fixture.model().setOutput({});
     EXPECT_EQ(openFolder(), nullptr);
 }

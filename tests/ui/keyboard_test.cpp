@@ -93,6 +93,26 @@ TEST_F(KeyboardTest, AddsFilesAndFoldersFromAnywhere) {
     fixture.awaitIdle();
 }
 
+TEST_F(KeyboardTest, RemovesWhatIsSelectedFromAnywhere) {
+    fixture.prepare({"a.png", "b.png", "c.png", "d.png"});
+    const auto removeFrom = [this](QWidget& place, const char* item) {
+        fixture.model().setSelection({item});
+        place.setFocus();
+        press(Qt::Key_Delete);
+    };
+    removeFrom(*fixture.window().findChild<QListView*>(), "/in/a.png");
+    EXPECT_EQ(fixture.model().items().size(), 3);
+    removeFrom(control(fixture.window(), QStringLiteral("English")), "/in/b.png");
+    EXPECT_EQ(fixture.model().items().size(), 2);
+    removeFrom(*fixture.window().findChild<FolderButton*>(), "/in/c.png");
+    EXPECT_EQ(fixture.model().items().size(), 1);
+    fixture.start();
+    removeFrom(control(fixture.window(), QStringLiteral("English")), "/in/d.png");
+    EXPECT_EQ(fixture.model().items().size(), 1); // not during a run
+    fixture.services.convert();
+    fixture.awaitIdle();
+}
+
 TEST_F(KeyboardTest, ConvertsAndStopsFromAnywhere) {
     fixture.list({"a.png", "b.png"});
     press(Qt::Key_Return, Qt::ControlModifier);
@@ -106,6 +126,28 @@ TEST_F(KeyboardTest, ConvertsAndStopsFromAnywhere) {
     fixture.services.convert();
     fixture.awaitIdle();
     EXPECT_EQ(fixture.model().completed(), 1);
+}
+
+TEST_F(KeyboardTest, HasTheSameKeysInRussian) {
+    fixture.model().setLanguage(AppLanguage::russian);
+    press(Qt::Key_O, Qt::ControlModifier);
+    press(Qt::Key_O, Qt::ControlModifier | Qt::ShiftModifier);
+    EXPECT_EQ(fixture.services.chooser->asked.size(), 2U);
+    fixture.prepare({"a.png", "b.png"});
+    press(Qt::Key_A, Qt::ControlModifier);
+    EXPECT_EQ(fixture.model().selection().size(), 2U);
+    press(Qt::Key_Escape);
+    EXPECT_TRUE(fixture.model().selection().empty());
+    fixture.model().setSelection({"/in/a.png"});
+    press(Qt::Key_Delete);
+    EXPECT_EQ(fixture.model().items().size(), 1);
+    press(Qt::Key_Return, Qt::ControlModifier);
+    EXPECT_TRUE(fixture.model().busy());
+    fixture.services.awaitConversions(1);
+    press(Qt::Key_Escape);
+    EXPECT_TRUE(fixture.model().cancelled());
+    fixture.services.convert();
+    fixture.awaitIdle();
 }
 
 TEST_F(KeyboardTest, StopsTheRunAndKeepsTheSelection) {

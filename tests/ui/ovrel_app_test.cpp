@@ -3,6 +3,7 @@
 #include "ui/about_window.h"
 #include "ui/help_window.h"
 #include "ui/ovrel_app.h"
+#include "updates/update_panel_window.h"
 
 #include <QApplication>
 #include <QSignalSpy>
@@ -12,6 +13,8 @@
 
 #include <gmock/gmock.h>
 
+#include <chrono>
+#include <functional>
 #include <memory>
 
 namespace ovrel::test {
@@ -190,6 +193,37 @@ TEST_F(OvrelAppTest, EndsTheProgramWhenTheMainWindowIsClosed) {
     app.openHelp();
     QTimer::singleShot(0, &window(), [this] { window().close(); });
     EXPECT_EQ(QApplication::exec(), 0); // the Help window does not keep it
+}
+
+TEST_F(OvrelAppTest, EndsTheProgramWhateverTheUpdatePanelShows) {
+    UpdateManager& updates = fixture.services.updates.manager();
+    struct Row {
+        const char* what;
+        std::function<void()> shown;
+        std::function<void()> end;
+    };
+    const auto offer = [&] {
+        updates.showUpdateFoundWithAppcastItem(installableItem(), {}, fixture.services.updates.reply());
+    };
+    const auto install = [&] { updates.showInstallingUpdateWithApplicationTerminated(false, OneShot<>([] {})); };
+    const Row rows[] = {
+        {"an offer, the window closed", offer, [this] { window().close(); }},
+        {"an offer, by the menu or a signal", offer, [this] { app.quit(); }},
+        {"an offer, by the session", offer, [] { QCoreApplication::quit(); }},
+        {"an installation, by the updater", install, [] { QCoreApplication::quit(); }},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
+        app.start();
+        row.shown();
+        ASSERT_EQ(open<UpdatePanelWindow>().size(), 1U);
+        QTimer::singleShot(0, &window(), row.end);
+        QTimer hangs;
+        hangs.callOnTimeout([] { QCoreApplication::exit(1); });
+        hangs.start(std::chrono::seconds(20));
+        EXPECT_EQ(QApplication::exec(), 0);
+        EXPECT_THAT(open<UpdatePanelWindow>(), IsEmpty());
+    }
 }
 
 TEST_F(OvrelAppTest, AddsWhatOtherProgramsOpen) {

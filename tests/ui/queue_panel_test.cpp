@@ -236,18 +236,25 @@ TEST_F(QueuePanelTest, ShowsPathsInToolTipsAsPlainText) {
     }
 }
 
-TEST_F(QueuePanelTest, SaysInTheToolTipWhatWentWrongInFull) {
-    fill({"a.png"});
+TEST_F(QueuePanelTest, SaysInTheToolTipWhatBecameOfAnImageInFull) {
+    fill({"a.png", "b.gif", "c.png"});
     fixture.model().setOutput("/out");
     fixture.services.failToConvert("Беда", "Trouble\nof two lines");
+    fixture.services.convert("b.avif", true);
     fixture.model().start();
-    fixture.awaitCompleted(1);
+    fixture.awaitCompleted(2);
+    fixture.services.awaitConversions(3);
+    const std::vector<std::string> toolTips{"/in/a.png\nError: Trouble\nof two lines", "/in/b.gif\n✓ b.avif · animated",
+                                            "/in/c.png\nConverting…"};
+    for (int row = 0; row < 3; ++row) {
+        const QPoint where = list().visualRect(list().model()->index(row, 0)).center();
+        QHelpEvent help(QEvent::ToolTip, where, list().viewport()->mapToGlobal(where));
+        QApplication::sendEvent(list().viewport(), &help);
+        EXPECT_EQ(plainTextOf(QToolTip::text()).toStdString(), toolTips[static_cast<std::size_t>(row)]);
+        QToolTip::hideText();
+    }
+    fixture.services.convert();
     fixture.awaitIdle();
-    const QPoint where = list().visualRect(list().model()->index(0, 0)).center();
-    QHelpEvent help(QEvent::ToolTip, where, list().viewport()->mapToGlobal(where));
-    QApplication::sendEvent(list().viewport(), &help);
-    EXPECT_EQ(plainTextOf(QToolTip::text()), QStringLiteral("/in/a.png\nError: Trouble\nof two lines"));
-    QToolTip::hideText();
 }
 
 /// The pixels of a row's status, at its trailing edge.

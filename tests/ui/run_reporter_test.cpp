@@ -144,6 +144,16 @@ TEST_F(RunReporterTest, TakesTheNotificationAwayWhenTheNextRunBegins) {
     fixture.awaitIdle();
 }
 
+TEST_F(RunReporterTest, TakesTheNotificationAwayWhenTheUserComesBackFromAnotherWindow) {
+    lookElsewhere();
+    runTo(4);
+    fixture.awaitIdle();
+    waitUntil([this] { return notifications().size() == 1; });
+    fixture.window().activateWindow();
+    waitUntil([this] { return notifications().size() == 2; });
+    EXPECT_THAT(notifications().back(), HasSubstr("CloseNotification"));
+}
+
 TEST_F(RunReporterTest, TellsWhenTheNotificationIsChosen) {
     QSignalSpy activated(&reporter, &RunReporter::activated);
     lookElsewhere();

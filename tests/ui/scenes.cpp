@@ -6,13 +6,18 @@
 #include "tests/updates/update_fixture.h"
 #include "ui/about_window.h"
 #include "ui/help_window.h"
+#include "ui/menu_commands.h"
+#include "updates/update_commands.h"
 #include "updates/update_panel_window.h"
 
 #include <QAbstractItemView>
-#include <QCoreApplication>
+#include <QApplication>
 #include <QImage>
+#include <QMenu>
 #include <QMessageBox>
 #include <QPainter>
+#include <QPushButton>
+#include <QToolButton>
 
 #include <algorithm>
 #include <string>
@@ -62,8 +67,47 @@ std::vector<std::string> namesIn(AppLanguage language) {
 
 using Arrange = std::function<void(WindowFixture&)>;
 
+/// The program's menu, whose commands do nothing here.
+class ProgramMenu {
+public:
+    explicit ProgramMenu(WindowFixture& fixture)
+        : about_(
+              *fixture.services.preferences, [] {}, nullptr)
+        , check_(fixture.services.updates.manager(), *fixture.services.preferences)
+        , help_(
+              *fixture.services.preferences, [] {}, nullptr)
+        , quit_(
+              *fixture.services.preferences, [] {}, nullptr) {
+        menu.addActions({&about_.action(), &check_.checkForUpdates(), &help_.action(), &quit_.action()});
+        menu.insertSeparator(&help_.action());
+        menu.insertSeparator(&quit_.action());
+    }
+
+    QMenu menu;
+
+private:
+    AboutCommands about_;
+    UpdateCommands check_;
+    HelpCommands help_;
+    QuitCommands quit_;
+};
+
+/// A window with what has opened above it.
+QPixmap pictureOf(QWidget& window) {
+    QPixmap picture = window.grab();
+    QPainter painter(&picture);
+    for (QWidget* const other : QApplication::topLevelWidgets()) {
+        if (other != &window && other->isVisible()) {
+            painter.drawPixmap(window.mapFromGlobal(other->pos()), other->grab());
+        }
+    }
+    return picture;
+}
+
 QPixmap pictureOf(AppLanguage language, QSize size, const Arrange& arrange) {
     WindowFixture fixture(language);
+    ProgramMenu menu(fixture);
+    fixture.content().setMenu(&menu.menu);
     fixture.window().resize(size);
     fixture.window().show();
     fixture.window().activateWindow();
@@ -71,7 +115,20 @@ QPixmap pictureOf(AppLanguage language, QSize size, const Arrange& arrange) {
     arrange(fixture);
     QCoreApplication::processEvents();
     QCoreApplication::processEvents();
-    return fixture.window().grab();
+    const QPixmap picture = pictureOf(fixture.window());
+    fixture.destroyWindow(); // before its menu
+    return picture;
+}
+
+/// Opens the menu of a button that has one.
+template <typename Button>
+void openMenu(WindowFixture& fixture) {
+    for (Button* const button : fixture.window().findChildren<Button*>()) {
+        if (button->menu() != nullptr) {
+            button->menu()->popup(button->mapToGlobal(button->rect().bottomLeft()));
+            button->menu()->setActiveAction(button->menu()->actions().constFirst());
+        }
+    }
 }
 
 void fill(WindowFixture& fixture) {
@@ -143,12 +200,22 @@ void showBanner(WindowFixture& fixture) {
     waitUntil([&fixture] { return fixture.content().banner().creative().has_value(); });
 }
 
+void showAlert(WindowFixture& fixture) {
+    fixture.model().setError(std::make_exception_ptr(
+        ConversionError("Недостаточно свободного места на диске.", "There is not enough free disk space.")));
+    QCoreApplication::processEvents();
+}
+
+/// \param size empty for the window's own
 template <typename Window>
-QPixmap sideWindowIn(AppLanguage language) {
+QPixmap sideWindowIn(AppLanguage language, QSize size = {}) {
     FakePreferences preferences;
     preferences.setText(QString(AppLanguage::preferenceKey), language.rawValue());
     Window window(preferences);
     window.open();
+    if (!size.isEmpty()) {
+        window.resize(size);
+    }
     QCoreApplication::processEvents();
     return window.grab();
 }
@@ -185,12 +252,12 @@ SUAppcastItem newVersion(AppLanguage language) {
 }
 
 QPixmap alertIn(AppLanguage language) {
-    WindowFixture fixture(language);
-    fixture.window().show();
-    fixture.model().setError(std::make_exception_ptr(
-        ConversionError("Недостаточно свободного места на диске.", "There is not enough free disk space.")));
-    QCoreApplication::processEvents();
-    return fixture.window().findChild<QMessageBox*>()->grab();
+    QPixmap alert;
+    pictureOf(language, usual, [&alert](WindowFixture& fixture) {
+        showAlert(fixture);
+        alert = fixture.window().findChild<QMessageBox*>()->grab();
+    });
+    return alert;
 }
 
 Scene mainScene(const QString& name, QSize size, const Arrange& arrange) {
@@ -224,6 +291,7 @@ std::vector<Scene> scenes() {
         mainScene(QStringLiteral("empty-930x690"), smallest, nothing),
         mainScene(QStringLiteral("filled-930x690"), smallest, filled),
         mainScene(QStringLiteral("running-930x690"), smallest, running),
+        mainScene(QStringLiteral("finished-930x690"), smallest, finished),
         mainScene(QStringLiteral("empty-1600x1000"), wide, nothing),
         mainScene(QStringLiteral("filled-1600x1000"), wide, filled),
         mainScene(QStringLiteral("drag-over"), usual,
@@ -241,6 +309,11 @@ std::vector<Scene> scenes() {
                       fixture.model().setCancelled(true);
                   }),
         mainScene(QStringLiteral("system"), usual,
+                  [](WindowFixture& fixture) {
+                      fill(fixture);
+                      fixture.model().setMode(EncodingMode::system);
+                  }),
+        mainScene(QStringLiteral("system-930x690"), smallest,
                   [](WindowFixture& fixture) {
                       fill(fixture);
                       fixture.model().setMode(EncodingMode::system);
@@ -266,9 +339,28 @@ std::vector<Scene> scenes() {
                       filled(fixture);
                       showBanner(fixture);
                   }),
+        mainScene(QStringLiteral("menu"), usual, [](WindowFixture& fixture) { openMenu<QToolButton>(fixture); }),
+        mainScene(QStringLiteral("add-menu"), usual,
+                  [filled](WindowFixture& fixture) {
+                      filled(fixture);
+                      openMenu<QPushButton>(fixture);
+                  }),
+        mainScene(QStringLiteral("alert"), usual,
+                  [filled](WindowFixture& fixture) {
+                      filled(fixture);
+                      showAlert(fixture);
+                  }),
         {QStringLiteral("alert"), alertIn},
-        {QStringLiteral("about"), sideWindowIn<AboutWindow>},
-        {QStringLiteral("help"), sideWindowIn<HelpWindow>},
+        {QStringLiteral("about"), [](AppLanguage language) { return sideWindowIn<AboutWindow>(language); }},
+        {QStringLiteral("help"), [](AppLanguage language) { return sideWindowIn<HelpWindow>(language); }},
+        {QStringLiteral("help-480x360"),
+         [](AppLanguage language) {
+             return sideWindowIn<HelpWindow>(language, {480, 360});
+         }},
+        {QStringLiteral("help-1200x800"),
+         [](AppLanguage language) {
+             return sideWindowIn<HelpWindow>(language, {1200, 800});
+         }},
         {QStringLiteral("update-offer"),
          [](AppLanguage language) {
              return panelAfter(language, [language](UpdateFixture& fixture) {

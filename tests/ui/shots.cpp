@@ -34,8 +34,9 @@ int main(int argc, char** argv) {
             applyTheme({.scheme = scheme, .animations = false});
             for (const Scene& scene : scenes()) {
                 const QString name =
-                    QStringLiteral("%1-%2-%3%4.png")
+                    QStringLiteral("%1-%2-%3%4%5.png")
                         .arg(scene.name, scheme == ColorScheme::dark ? "dark" : "light", language.rawValue(),
+                             textScale() > 1 ? QStringLiteral("-large-text") : QString(),
                              qApp->devicePixelRatio() > 1 ? QStringLiteral("@2x") : QString());
                 if (arguments.size() == 3 && !name.contains(arguments.at(2))) {
                     continue;

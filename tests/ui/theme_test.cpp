@@ -1,7 +1,16 @@
 #include "ui/theme.h"
 
+#include "tests/ui/controls.h"
+#include "tests/ui/window_fixture.h"
+#include "ui/decoration.h"
+#include "ui/endless_animation.h"
+
 #include <QApplication>
+#include <QListView>
+#include <QProgressBar>
+#include <QTimer>
 #include <QToolTip>
+#include <QWindow>
 
 #include <gtest/gtest.h>
 
@@ -145,6 +154,118 @@ TEST(Theme, IsTakenOnByTheWholeProgram) {
         EXPECT_EQ(QToolTip::palette().color(QPalette::ToolTipText), colors(scheme).toolTipText);
     }
     applyTheme(before);
+}
+
+TEST(Theme, GivesTextTheSizeThatTheDesktopWants) {
+    struct FactorRow {
+        double systemPoints;
+        double factor;
+    };
+    for (const FactorRow& row :
+         {FactorRow{9, 1}, FactorRow{10, 1}, FactorRow{11, 1}, FactorRow{12, 1.2}, FactorRow{15, 1.5}, FactorRow{20, 2},
+          FactorRow{8, 0.8}, FactorRow{-1, 1}, FactorRow{0, 1}}) {
+        EXPECT_DOUBLE_EQ(textFactor(row.systemPoints), row.factor) << row.systemPoints;
+    }
+}
+
+/// Counts how often a widget is told to take on a theme.
+class Listener final : public QWidget {
+public:
+    int told = 0;
+
+protected:
+    void changeEvent(QEvent* event) override {
+        told += event->type() == QEvent::StyleChange ? 1 : 0;
+        QWidget::changeEvent(event);
+    }
+};
+
+TEST(Theme, IsTakenOnAgainWhenTheDesktopChangesIts) {
+    applyTheme(theme());
+    Listener one;
+    Listener other;
+    one.show();
+    other.show();
+    one.told = 0;
+    for (const QWidget* const window : {&one, &other}) {
+        QEvent change(QEvent::ThemeChange);
+        QCoreApplication::sendEvent(window->windowHandle(), &change);
+    }
+    settle();
+    EXPECT_EQ(one.told, 1); // however many windows hear of it
+}
+
+/// What moves for ever does so only while it is seen, wanted, and the desktop lets it.
+class MovementTest : public testing::Test {
+protected:
+    MovementTest() { applyTheme({.scheme = before.scheme, .animations = true}); }
+    ~MovementTest() override { applyTheme(before); }
+    MovementTest(const MovementTest&) = delete;
+    MovementTest& operator=(const MovementTest&) = delete;
+
+    static bool moves(const QWidget& widget) {
+        const auto* const movement = widget.findChild<EndlessAnimation*>();
+        return movement != nullptr && movement->state() == EndlessAnimation::Running;
+    }
+    static void setAnimations(bool animations) { applyTheme({.scheme = theme().scheme, .animations = animations}); }
+    static void expectToFollowTheDesktop(const QWidget& widget) {
+        EXPECT_TRUE(moves(widget));
+        setAnimations(false);
+        EXPECT_FALSE(moves(widget));
+        setAnimations(true);
+        EXPECT_TRUE(moves(widget));
+    }
+
+    const Theme before = theme();
+};
+
+TEST_F(MovementTest, OfASpinnerFollowsTheDesktop) {
+    Spinner spinner(32);
+    EXPECT_FALSE(moves(spinner));
+    spinner.show();
+    expectToFollowTheDesktop(spinner);
+    spinner.hide();
+    EXPECT_FALSE(moves(spinner));
+}
+
+TEST_F(MovementTest, OfTheListFollowsTheDesktop) {
+    WindowFixture fixture;
+    fixture.show();
+    fixture.prepare({"a.png"});
+    const QWidget& list = *fixture.window().findChild<QListView*>();
+    EXPECT_FALSE(moves(list));
+    fixture.start();
+    expectToFollowTheDesktop(list);
+    fixture.services.convert();
+    fixture.awaitIdle();
+    EXPECT_FALSE(moves(list));
+}
+
+TEST_F(MovementTest, OfABusyBarFollowsTheDesktop) {
+    QProgressBar bar;
+    bar.setRange(0, 0);
+    bar.show();
+    bar.grab();
+    expectToFollowTheDesktop(bar);
+    bar.hide();
+    EXPECT_FALSE(moves(bar));
+    bar.show();
+    EXPECT_TRUE(moves(bar));
+    bar.setRange(0, 10);
+    bar.setValue(5);
+    bar.grab();
+    EXPECT_FALSE(moves(bar)); // it says how far things are
+}
+
+TEST_F(MovementTest, OfABusyBarIsOneHoweverOftenItIsPainted) {
+    QProgressBar bar;
+    bar.setRange(0, 0);
+    bar.show();
+    for (int paint = 0; paint < 5; ++paint) {
+        bar.grab();
+    }
+    EXPECT_EQ(bar.findChildren<EndlessAnimation*>().size(), 1);
+    EXPECT_TRUE(bar.findChildren<QTimer*>().isEmpty());
 }
 
 TEST(Theme, HasTheSizesAndWeightsOfTheDesign) {

@@ -1,5 +1,8 @@
 #include "tests/ui/window_fixture.h"
 
+#include "tests/support/avif_writer.h"
+#include "tests/support/fake_image_source.h"
+
 #include <utility>
 
 namespace ovrel::test {
@@ -26,6 +29,9 @@ MainWindow& WindowFixture::window() {
 ContentView::Services WindowFixture::contentServices() {
     return {.model = services.services, .fetch = network.function(), .openLink = [this](const QUrl& address) {
                 opened.append(address);
+                if (whenOpened) {
+                    whenOpened();
+                }
                 return true;
             }};
 }
@@ -56,6 +62,14 @@ void WindowFixture::start() {
     const std::size_t before = services.conversions->count();
     model().start();
     services.awaitConversions(before + 1);
+}
+
+void WindowFixture::answerBanner() {
+    network.answer(network.count() - 1, "enabled=true\nversion=3\n"
+                                        "en_url=https://example.com/en\nen_alt=Walks\n"
+                                        "ru_url=https://example.com/ru\nru_alt=Прогулки\n");
+    network.answer(network.count() - 1, QByteArray::fromStdString(writeAvif(makeImage(60, 10, {120, 120, 120, 255}))));
+    waitUntil([this] { return content().banner().creative().has_value(); });
 }
 
 void WindowFixture::awaitIdle() {

@@ -9,6 +9,7 @@
 #include <QList>
 #include <QUrl>
 
+#include <functional>
 #include <memory>
 
 namespace ovrel::test {
@@ -23,7 +24,8 @@ public:
 
     ModelFixture services;
     HeldFetch network;
-    QList<QUrl> opened; ///< links and folders
+    QList<QUrl> opened;               ///< links and folders
+    std::function<void()> whenOpened; ///< may be empty
 
     /// Made at the first use, and not shown.
     MainWindow& window();
@@ -44,6 +46,8 @@ public:
     void start();
     QString message() { return model().message(); }
     void awaitIdle();
+    /// Answers what the banner asked for last, settings and picture: "Walks" in English, "Прогулки" in Russian.
+    void answerBanner();
     /// Waits until so many items of the run are done.
     void awaitCompleted(qint64 count);
 

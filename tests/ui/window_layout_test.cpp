@@ -93,9 +93,20 @@ void expectNothingOverlaps(QWidget& parent) {
     }
 }
 
+QScrollArea& settingsOf(WindowFixture& fixture) {
+    return *fixture.window().findChild<QScrollArea*>();
+}
+
+/// They scroll upwards, but have no way to the side.
+void expectTheSettingsAreWide(const QScrollArea& settings) {
+    EXPECT_GE(settings.viewport()->width(), settings.widget()->minimumSizeHint().width());
+    EXPECT_LE(settings.widget()->width(), settings.viewport()->width());
+}
+
 void expectGoodLayout(WindowFixture& fixture) {
     settle();
     expectNoTextIsCut(fixture.window());
+    expectTheSettingsAreWide(settingsOf(fixture));
     expectNothingOverlaps(fixture.content());
 }
 
@@ -141,6 +152,17 @@ const std::vector<State> states{
          fixture.model().start();
          fixture.awaitCompleted(2);
          fixture.awaitIdle();
+     }},
+    {"banner",
+     [](WindowFixture& fixture) {
+         fixture.prepare({"a.png"});
+         fixture.answerBanner();
+     }},
+    {"banner, running",
+     [](WindowFixture& fixture) {
+         fixture.prepare({"a.png"});
+         fixture.start();
+         fixture.answerBanner();
      }},
 };
 
@@ -204,6 +226,9 @@ TEST(WindowMeasures, FitsIntoItsSmallestSizeInBothLanguages) {
             settle();
             EXPECT_EQ(fixture.content().minimumSizeHint(), QSize(930, 690)) << state.name;
             EXPECT_EQ(fixture.window().size(), QSize(930, 690)) << state.name;
+            // What does not take the keyboard could not be brought up.
+            EXPECT_EQ(settingsOf(fixture).verticalScrollBar()->maximum(), 0)
+                << state.name << ", " << language.rawValue().toStdString();
         }
     }
 }
@@ -245,10 +270,46 @@ TEST(WindowMeasures, GivesTheRegionsTheirPlaces) {
     }
 }
 
+bool isTextLarge() {
+    return qEnvironmentVariable("QT_FONT_DPI") == QStringLiteral("192");
+}
+
+TEST(LargeText, LeavesOutWhatCanBeDoneWithout) {
+    for (const AppLanguage language : AppLanguage::allCases) {
+        for (const bool hasBanner : {false, true}) {
+            for (const QSize size : {QSize(930, 690), QSize(1281, 780), QSize(1600, 1000)}) {
+                const testing::ScopedTrace where(__FILE__, __LINE__,
+                                                 language.rawValue().toStdString() + (hasBanner ? ", banner, " : ", ") +
+                                                     std::to_string(size.width()));
+                WindowFixture fixture(language);
+                fixture.window().resize(size);
+                fixture.show();
+                fixture.prepare({"a.png"});
+                if (hasBanner) {
+                    fixture.answerBanner();
+                }
+                settle();
+                Model& model = fixture.model();
+                EXPECT_EQ(shows(fixture.window(), model.t(QStringLiteral("Обработка файлов на вашем Mac"))),
+                          !isTextLarge());
+                EXPECT_EQ(shows(fixture.window(), model.t(QStringLiteral("Выделить несколько: ⌘ или ⇧ + клик"))),
+                          !isTextLarge());
+                const auto button = [&](const char* text) {
+                    QWidget& found = control(fixture.window(), model.t(QString::fromUtf8(text)));
+                    return QRect(found.mapTo(&fixture.window(), QPoint()), found.size());
+                };
+                const QRect open = button("Открыть папку результата");
+                const QRect convert = button("Преобразовать в AVIF");
+                EXPECT_EQ(open.bottom() < convert.top(), isTextLarge());
+                EXPECT_EQ(open.right() < convert.left(), !isTextLarge());
+            }
+        }
+    }
+}
+
 TEST(LargeText, ScrollsTheSettingsAndStaysWhole) {
     // Twice the usual size asks for a larger window, not for an unreadable one.
-    const bool isLarge = qEnvironmentVariable("QT_FONT_DPI") == QStringLiteral("192");
-    EXPECT_EQ(QFontMetrics(fontOf(TextStyle::body)).height() > 25, isLarge);
+    EXPECT_EQ(QFontMetrics(fontOf(TextStyle::body)).height() > 25, isTextLarge());
     WindowFixture fixture(AppLanguage::russian);
     fixture.window().resize(930, 690);
     fixture.show();
@@ -259,10 +320,9 @@ TEST(LargeText, ScrollsTheSettingsAndStaysWhole) {
     // A small screen still holds it.
     EXPECT_LE(fixture.content().minimumSizeHint().width(), 1366);
     EXPECT_LE(fixture.content().minimumSizeHint().height(), 768);
-    const QScrollArea& settings = *fixture.window().findChild<QScrollArea*>();
+    const QScrollArea& settings = settingsOf(fixture);
     EXPECT_EQ(settings.verticalScrollBar()->maximum(),
               std::max(0, settings.widget()->height() - settings.viewport()->height()));
-    EXPECT_LE(settings.widget()->width(), settings.viewport()->width());
 }
 
 TEST(WindowTheme, ChangesTheColorsOfWhatIsShown) {

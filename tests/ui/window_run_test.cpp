@@ -72,6 +72,22 @@ TEST(MainWindow, StaysAfterARunThatTheUserMerelyStopped) {
     EXPECT_TRUE(fixture.window().isVisible());
 }
 
+TEST(MainWindow, EndsWithOneRunAlone) {
+    WindowFixture fixture;
+    fixture.show();
+    fixture.prepare({"a.png"});
+    fixture.start();
+    EXPECT_FALSE(fixture.window().close());
+    fixture.services.convert();
+    fixture.awaitIdle();
+    ASSERT_FALSE(fixture.window().isVisible());
+    fixture.show(); // another window may keep the program
+    fixture.start();
+    fixture.services.convert();
+    fixture.awaitIdle();
+    EXPECT_TRUE(fixture.window().isVisible());
+}
+
 // These leave without a word to anybody, so each has a process of its own.
 
 TEST(MainWindowDeathTest, LeavesAtOnceWhenItIsClosedTwiceDuringARun) {

@@ -9,8 +9,11 @@
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QTest>
+#include <QTimer>
 
 #include <gmock/gmock.h>
+
+#include <chrono>
 
 namespace ovrel::test {
 
@@ -68,6 +71,15 @@ TEST_F(UpdatePanelWindowTest, HasATitleAndNothingToCloseIt) {
     QTest::keyClick(window(), Qt::Key_Escape);
     EXPECT_TRUE(window()->isVisible());
     EXPECT_FALSE(window()->close());
+    EXPECT_TRUE(window()->isVisible());
+}
+
+TEST_F(UpdatePanelWindowTest, KeepsNoProgramFromItsEnd) {
+    offer();
+    QTimer::singleShot(0, window(), [] { QCoreApplication::quit(); });
+    QTimer::singleShot(std::chrono::seconds(20), window(), [] { QCoreApplication::exit(1); });
+    EXPECT_EQ(QApplication::exec(), 0);
+    offer(); // another window may have refused to close
     EXPECT_TRUE(window()->isVisible());
 }
 

@@ -36,6 +36,11 @@ NOTES_SEPARATOR = "\n---en---\n"
 FEED_LIMIT_BYTES = 1_048_576
 MANIFEST_NAME = "manifest.json"
 MANIFEST_LIMIT_BYTES = 65_536
+# What an installation needs to be updated again: its programs, the file that makes it a portable one, and the list of
+# what it has brought.
+PROGRAM_NAMES = ["bin/ovrel", "bin/ovrel-installer"]
+MARKER_NAME = "portable-installation"
+LIST_NAME = "installed-files.txt"
 VERSION_LIMIT_CHARACTERS = 64
 # What comes before the 32 bytes of an Ed25519 key in its DER form (RFC 8410, section 4).
 PUBLIC_KEY_HEADER = bytes.fromhex("302a300506032b6570032100")
@@ -147,6 +152,20 @@ def require_manifest(archive, expected):
             raise Refusal(f"The feed would say that the {name} is {value!r}, {archive} says {manifest.get(name)!r}.")
 
 
+def require_updatable(archive, application):
+    """Ovrel would refuse an archive whose version it could not replace by the next one."""
+    with tarfile.open(archive) as tar:
+        files = {"/".join(pathlib.PurePosixPath(entry.name).parts[1:]): entry for entry in tar if entry.isreg()}
+        for name in [*PROGRAM_NAMES, MARKER_NAME, LIST_NAME]:
+            if name not in files:
+                raise Refusal(f"{archive} has no file {name}, without which Ovrel cannot be updated again.")
+        for name in PROGRAM_NAMES:
+            if not files[name].mode & stat.S_IXUSR or tar.extractfile(files[name]).read(4) != b"\x7fELF":
+                raise Refusal(f"{name} in {archive} is no program.")
+        if tar.extractfile(files[MARKER_NAME]).readline(200) != application.encode() + b"\n":
+            raise Refusal(f"{MARKER_NAME} in {archive} does not name {application}.")
+
+
 def read_notes(path):
     text = path.read_text(encoding="utf-8").strip()
     if not text or NOTES_SEPARATOR in f"\n{text}\n":
@@ -251,6 +270,7 @@ class Release:
         self._length = length_of(arguments.archive)
         require_manifest(arguments.archive, {"application": arguments.application, "version": self.version,
                                              "system": "linux", "architecture": arguments.arch})
+        require_updatable(arguments.archive, arguments.application)
         self._signature = Key(arguments.key).sign(arguments.archive)
 
     def elements(self, element, description):

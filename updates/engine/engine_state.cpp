@@ -34,7 +34,7 @@ constexpr int formatVersion = 1;
 constexpr Key formatKey("format");
 constexpr Key lastCheckKey("last_check");
 constexpr Key skippedKey("skipped_version");
-constexpr Key highestKey("highest_version");
+constexpr Key highestKey("highest_versions"); // an object: the folder of an installation, its version
 constexpr Key failedKey("failed_version");
 
 QJsonObject read(const QString& path) {
@@ -82,9 +82,9 @@ FileDescriptor lockSoon(const QString& path) {
 }
 
 /// Between reading and writing no other instance changes the file.
-/// \param change returns what `key` shall say, nothing to leave everything as it is
+/// \param change returns whether it has changed the object
 template <typename Change>
-bool update(const QString& path, Key key, Change change) {
+bool update(const QString& path, Change change) {
     // Not the file itself, which each change replaces.
     const FileDescriptor lock =
         makeFolder(QFileInfo(path).path()) ? lockSoon(path + QStringLiteral(".lock")) : FileDescriptor();
@@ -92,17 +92,18 @@ bool update(const QString& path, Key key, Change change) {
         return false;
     }
     QJsonObject object = read(path);
-    const std::optional<QString> value = change(object.value(key).toString());
-    if (!value) {
+    if (!change(object)) {
         return true;
     }
     object.insert(formatKey, formatVersion);
-    object.insert(key, *value);
     return write(path, object);
 }
 
 bool set(const QString& path, Key key, const QString& value) {
-    return update(path, key, [&](const QString&) { return std::optional(value); });
+    return update(path, [&](QJsonObject& object) {
+        object.insert(key, value);
+        return true;
+    });
 }
 
 QString text(const QString& path, Key key) {
@@ -129,8 +130,8 @@ QString EngineState::skippedVersion() const {
     return text(file_, skippedKey);
 }
 
-QString EngineState::highestVersion() const {
-    return text(file_, highestKey);
+QString EngineState::highestVersion(const QString& installation) const {
+    return read(file_).value(highestKey).toObject().value(installation).toString();
 }
 
 QString EngineState::failedVersion() const {
@@ -149,9 +150,20 @@ bool EngineState::forgetSkipped() const {
     return skippedVersion().isEmpty() || set(file_, skippedKey, QString());
 }
 
-bool EngineState::recordInstalled(const QString& version) const {
-    return update(file_, highestKey, [&](const QString& highest) {
-        return std::is_gt(compareVersions(version, highest)) ? std::optional(version) : std::nullopt;
+bool EngineState::recordInstalled(const QString& installation, const QString& version) const {
+    return update(file_, [&](QJsonObject& object) {
+        QJsonObject highest = object.value(highestKey).toObject();
+        if (!std::is_gt(compareVersions(version, highest.value(installation).toString()))) {
+            return false;
+        }
+        for (const QString& folder : highest.keys()) {
+            if (!QFileInfo(folder).isDir()) {
+                highest.remove(folder);
+            }
+        }
+        highest.insert(installation, version);
+        object.insert(highestKey, highest);
+        return true;
     });
 }
 

@@ -29,8 +29,9 @@ public:
     std::optional<QDateTime> lastCheck() const;
     /// Up to this version, the user wants to hear of none. \return empty for no version
     QString skippedVersion() const;
-    /// The newest that was ever installed by an update. \return empty for no version
-    QString highestVersion() const;
+    /// The newest that ever ran healthily from this folder; a user may have several installations.
+    /// \return empty for no version
+    QString highestVersion(const QString& installation) const;
     /// Was installed and did not start. \return empty for no version
     QString failedVersion() const;
 
@@ -38,8 +39,9 @@ public:
     [[nodiscard]] bool recordCheck() const;
     [[nodiscard]] bool skip(const QString& version) const;
     [[nodiscard]] bool forgetSkipped() const;
-    /// Older versions than the highest are not recorded.
-    [[nodiscard]] bool recordInstalled(const QString& version) const;
+    /// Older versions than the highest are not recorded. Forgets folders that are gone.
+    /// \param installation the folder, an absolute path
+    [[nodiscard]] bool recordInstalled(const QString& installation, const QString& version) const;
     [[nodiscard]] bool recordFailed(const QString& version) const;
 
 private:

@@ -69,6 +69,13 @@ const AppcastItem* newestOf(const Candidates& candidates) {
     return newest == candidates.end() ? nullptr : *newest;
 }
 
+/// Whether an update to it would be one forward.
+bool isNew(const AppcastItem& item, const ItemConditions& conditions) {
+    const QString& version = item.item.versionString;
+    return isOlder(conditions.hostVersion, version) &&
+           (conditions.highestVersion.isEmpty() || isOlder(conditions.highestVersion, version));
+}
+
 SPUNoUpdateFoundReason reasonFor(const AppcastItem* newest, const ItemConditions& conditions) {
     if (!newest) {
         return SPUNoUpdateFoundReason::onLatestVersion;
@@ -79,6 +86,9 @@ SPUNoUpdateFoundReason reasonFor(const AppcastItem* newest, const ItemConditions
     }
     if (std::is_gt(order)) {
         return SPUNoUpdateFoundReason::onNewerThanLatestVersion;
+    }
+    if (!isNew(*newest, conditions)) {
+        return SPUNoUpdateFoundReason::unknown; // the user has gone back to an older version by hand
     }
     return isTooOldFor(conditions.machine, *newest) ? SPUNoUpdateFoundReason::systemIsTooOld
                                                     : SPUNoUpdateFoundReason::systemIsTooNew;
@@ -93,7 +103,7 @@ ItemChoice chooseItem(const Appcast& appcast, const ItemConditions& conditions) 
         return !isTooOldFor(conditions.machine, *item) && !isTooNewFor(conditions.machine, *item);
     });
     const AppcastItem* best = newestOf(supported);
-    if (best && isOlder(conditions.hostVersion, best->item.versionString)) {
+    if (best && isNew(*best, conditions)) {
         return *best;
     }
     return reasonFor(newestOf(candidates), conditions);

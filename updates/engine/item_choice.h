@@ -19,6 +19,7 @@ struct ItemConditions {
     bool userInitiated = false; ///< the user asked, so what they skipped and what failed earlier is offered again
     QString skippedVersion;     ///< nothing up to this version is offered
     QString failedVersion;      ///< exactly this version is not offered
+    QString highestVersion;     ///< nothing up to this version could be installed, even where the host is older
 };
 
 /// The item to offer, or why there is none.

@@ -4,8 +4,10 @@
 #include "updates/installation/clean_environment.h"
 #include "updates/installation/file_identity.h"
 #include "updates/installation/installation_snapshot.h"
+#include "updates/installation/program_start.h"
 #include "updates/installation/recovery.h"
 
+#include <QFile>
 #include <QString>
 #include <QtGlobal>
 
@@ -61,6 +63,10 @@ PortableStart* PortableStart::ofThisProgram() {
     return ofProgram;
 }
 
+QString PortableStart::relaunchedOption() {
+    return QString::fromLatin1(ovrel::relaunchedOption);
+}
+
 void PortableStart::recover(const std::filesystem::path& program, char** arguments) {
     TreeCalls calls;
     // While the lock was waited for, an update may have moved the tree of this program aside.
@@ -70,6 +76,7 @@ void PortableStart::recover(const std::filesystem::path& program, char** argumen
         reportKept(kept);
     }
     failedVersion_ = report.failedVersion;
+    counted_ = report.counted;
     if (report.restart) {
         const std::filesystem::path installed = directory_.parent_path() / place_->name() / program;
         instance_.reset();
@@ -95,12 +102,24 @@ void PortableStart::remember(const EngineState& state) {
     }
 }
 
+void PortableStart::disregard() const {
+    if (!counted_) {
+        return;
+    }
+    try {
+        TreeCalls calls;
+        discountStart(calls, *place_);
+    } catch (const std::system_error& error) {
+        qWarning("Updates: %s", error.what());
+    }
+}
+
 void PortableStart::confirmHealthy(const EngineState& state, const QString& version) const {
     if (!place_) {
         return;
     }
     // Not before: a version that is taken back may be installed again.
-    if (!state.recordInstalled(version)) {
+    if (!state.recordInstalled(QFile::decodeName(directory_.c_str()), version)) {
         qWarning("Updates: the installed version could not be remembered.");
     }
     try {

@@ -35,6 +35,9 @@ public:
 
     const InstallationVerdict& installation() const { return installation_; }
 
+    /// The option that the program is started with after an update; its value is the version.
+    static QString relaunchedOption();
+
     /// The installation's folder; empty unless it is portable.
     const std::filesystem::path& directory() const { return directory_; }
 
@@ -44,9 +47,13 @@ public:
     /// What the engine has to remember of a version that did not start. Call it once.
     void remember(const EngineState& state);
 
-    /// To be called once the main window has been shown: this version stays, counts as installed, and the one before it
-    /// goes. Takes as long as the removal of a tree; any thread.
+    /// To be called once the main window has been shown and the program has lived on: this version stays, counts as
+    /// installed, and the one before it goes. Takes as long as the removal of a tree; any thread.
     void confirmHealthy(const EngineState& state, const QString& version) const;
+
+    /// To be called by a program that ends by itself without a window, because it was asked for words alone or has
+    /// handed its files over: this start is no sign that its version fails.
+    void disregard() const;
 
 private:
     /// \param program its path in the installation's folder
@@ -58,6 +65,7 @@ private:
     std::optional<InstallationPlace> place_;
     std::optional<InstanceLock> instance_;
     std::optional<std::string> failedVersion_;
+    bool counted_ = false; ///< this start may take its version back, unless it turns out well
 };
 
 } // namespace ovrel

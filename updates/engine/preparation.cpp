@@ -101,13 +101,14 @@ void Preparation::check() const {
     expectation.application = environment_.application;
     expectation.feedVersion = item_.item.versionString;
     expectation.installedVersion = environment_.version;
-    if (const QString highest = environment_.state.highestVersion(); !highest.isEmpty()) {
+    if (const QString highest = environment_.highestVersion(); !highest.isEmpty()) {
         expectation.highestVersion = highest;
     }
     expectation.system = systemName;
     expectation.architecture = environment_.machine.architecture;
     checkManifest(readManifest(tree_->directory.get()), expectation, compareVersions);
-    checkProgram(tree_->directory.get(), environment_.machine.architecture);
+    checkPrograms(tree_->directory.get(), environment_.machine.architecture);
+    checkInstallation(tree_->directory.get(), environment_.application);
 }
 
 PendingInstallation Preparation::launch() && {

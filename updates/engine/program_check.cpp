@@ -3,6 +3,7 @@
 #include "updates/engine/installation_error.h"
 #include "updates/installation/installed_layout.h"
 #include "updates/installation/open_folder.h"
+#include "updates/installation/read_file.h"
 
 #include <QtEndian>
 
@@ -41,13 +42,12 @@ constexpr std::size_t versionAt = offsetof(Elf64_Ehdr, e_version);
 static_assert(typeAt == offsetof(Elf32_Ehdr, e_type) && machineAt == offsetof(Elf32_Ehdr, e_machine) &&
               versionAt == offsetof(Elf32_Ehdr, e_version));
 
-std::optional<Header> programHeader(int topFolder) {
-    const FileDescriptor folder = openFolder(topFolder, programFolder);
-    if (!folder) {
-        return std::nullopt;
-    }
-    const FileDescriptor file(
-        ::openat(folder.get(), programName, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+FileDescriptor openFile(int folder, const char* name) {
+    return FileDescriptor(::openat(folder, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+}
+
+std::optional<Header> programHeader(int folder, const char* name) {
+    const FileDescriptor file = openFile(folder, name);
     struct stat facts {};
     Header header{};
     if (!file || ::fstat(file.get(), &facts) != 0 || !S_ISREG(facts.st_mode) || (facts.st_mode & S_IXUSR) == 0 ||
@@ -71,12 +71,27 @@ bool isProgramFor(const Header& header, QStringView name) {
 
 } // namespace
 
-void checkProgram(int topFolder, QStringView architecture) {
-    const std::optional<Header> header = programHeader(topFolder);
-    if (!header || !isProgramFor(*header, architecture)) {
-        throw installationError(UpdateError(SUError::validation,
-                                            QStringLiteral("В обновлении нет программы для этого компьютера."),
-                                            QStringLiteral("The update holds no program for this computer.")));
+void checkPrograms(int topFolder, QStringView architecture) {
+    const FileDescriptor folder = openFolder(topFolder, programFolder);
+    for (const char* const name : {programName, installerName}) {
+        const std::optional<Header> header = folder ? programHeader(folder.get(), name) : std::nullopt;
+        if (!header || !isProgramFor(*header, architecture)) {
+            throw installationError(UpdateError(SUError::validation,
+                                                QStringLiteral("В обновлении нет программы для этого компьютера."),
+                                                QStringLiteral("The update holds no program for this computer.")));
+        }
+    }
+}
+
+void checkInstallation(int topFolder, QStringView application) {
+    const FileDescriptor list = openFile(topFolder, installedFilesName);
+    const FileDescriptor marker = openFile(topFolder, portableMarkerName);
+    struct stat facts {};
+    const bool isListed = list && ::fstat(list.get(), &facts) == 0 && S_ISREG(facts.st_mode) && facts.st_size > 0;
+    if (!isListed || !marker || readFirstLine(marker.get()) != application.toUtf8().toStdString()) {
+        throw installationError(UpdateError(
+            SUError::validation, QStringLiteral("В обновлении нет файлов, без которых его нельзя будет обновить."),
+            QStringLiteral("The update lacks files without which it could not be updated again.")));
     }
 }
 

@@ -468,6 +468,7 @@ ItemConditions Updater::conditions(SPUUpdateCheck check) const {
     conditions.userInitiated = check == SPUUpdateCheck::updates;
     conditions.skippedVersion = environment_.state.skippedVersion();
     conditions.failedVersion = environment_.state.failedVersion();
+    conditions.highestVersion = environment_.highestVersion();
     return conditions;
 }
 

@@ -4,10 +4,15 @@
 #include "remote/publisher.h"
 
 #include <QCoreApplication>
+#include <QFile>
 
 #include <memory>
 
 namespace ovrel {
+
+QString UpdaterEnvironment::highestVersion() const {
+    return state.highestVersion(QFile::decodeName(directory.c_str()));
+}
 
 UpdaterEnvironment environmentOf(const PortableStart& start) {
     UpdaterEnvironment environment;

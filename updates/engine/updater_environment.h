@@ -29,6 +29,9 @@ struct UpdaterEnvironment {
     InstallationVerdict installation;     ///< who may change the program's folder
     std::filesystem::path directory;      ///< the program's folder where the installation is portable
 
+    /// The newest version that ever ran from the folder. \return empty for no version
+    QString highestVersion() const;
+
     std::vector<std::string> startEnvironment;                    ///< for the next start, as this one found it
     std::function<AppLanguage()> language;                        ///< in which feeds are read
     std::function<void()> quit;                                   ///< asks the program to end

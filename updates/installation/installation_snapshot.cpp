@@ -2,8 +2,8 @@
 
 #include "platform/linux/file_descriptor.h"
 #include "updates/installation/installed_layout.h"
+#include "updates/installation/read_file.h"
 
-#include <array>
 #include <cstdlib>
 #include <string_view>
 #include <system_error>
@@ -22,25 +22,14 @@ namespace ovrel {
 
 namespace {
 
-constexpr std::size_t limitLineBytes = 200;
 constexpr std::size_t accountBytes = 1U << 16U;
 
-/// The first line of a small file, printable ASCII only.
 std::optional<std::string> firstLineOf(const std::filesystem::path& file) {
     const FileDescriptor open(::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     if (!open) {
         return std::nullopt;
     }
-    std::array<char, limitLineBytes> bytes = {};
-    const ssize_t count = ::read(open.get(), bytes.data(), bytes.size());
-    const std::string_view text(bytes.data(), count < 0 ? 0 : static_cast<std::size_t>(count));
-    std::string line;
-    for (const char character : text.substr(0, text.find('\n'))) {
-        if (character >= ' ' && character <= '~') {
-            line += character;
-        }
-    }
-    return line;
+    return readFirstLine(open.get());
 }
 
 FileFacts factsOf(const std::filesystem::path& file) {

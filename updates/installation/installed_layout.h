@@ -10,6 +10,7 @@ namespace ovrel {
 /// The program and the installer; never told by an archive.
 inline constexpr const char* programFolder = "bin";
 inline constexpr const char* programName = "ovrel";
+inline constexpr const char* installerName = "ovrel-installer";
 inline constexpr const char* programPath = "bin/ovrel";
 inline constexpr const char* installerPath = "bin/ovrel-installer";
 

@@ -219,7 +219,8 @@ void runInstaller(TreeCalls& calls, const InstallationPlace& place, const Instal
         }
         return;
     }
-    const pid_t started = startInstalled(place, order, environment, {relaunchedArgument + journal->version});
+    const std::string argument = "--" + std::string(relaunchedOption) + "=" + journal->version;
+    const pid_t started = startInstalled(place, order, environment, {argument});
     if (started > 0 && waitForEnd(started, order.watchMilliseconds) == ProgramEnd::abnormal &&
         takeBackUnconfirmed(calls, place, journal->token)) {
         static_cast<void>(startInstalled(place, order, environment, {}));

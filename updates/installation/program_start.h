@@ -11,8 +11,9 @@
 
 namespace ovrel {
 
-/// The argument that tells a program that it is started after an update; the new version follows it.
-inline constexpr const char* relaunchedArgument = "--relaunched-after-update=";
+/// The option that tells a program that it is started after an update; its value is the new version. Every version has
+/// to take it, or none before could be updated to it.
+inline constexpr const char* relaunchedOption = "relaunched-after-update";
 
 struct ProgramStart {
     int tree = -1;                        ///< the open folder that holds the program

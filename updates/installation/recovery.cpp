@@ -210,6 +210,7 @@ void finish(TreeCalls& calls, const InstallationPlace& place, const std::optiona
     case JournalState::installed: {
         const std::optional<Journal> counted = countStart(calls, place, *journal, instance);
         start.awaitsConfirmation = counted && counted->state == JournalState::installed;
+        start.counted = start.awaitsConfirmation && counted->startCount > journal->startCount;
         if (counted && counted->state == JournalState::failed) {
             start.failedVersion = counted->version;
         }
@@ -250,6 +251,16 @@ KeptFiles confirmHealthyStart(TreeCalls& calls, const InstallationPlace& place) 
     }
     unmarkTree(calls, tree.get());
     return finishConfirmed(calls, place);
+}
+
+void discountStart(TreeCalls& calls, const InstallationPlace& place) {
+    const std::optional<UpdateLock> lock = UpdateLock::acquireSoon(place);
+    require(lock ? 0 : EBUSY, "an update is at work");
+    std::optional<Journal> journal = readJournal(place);
+    if (journal && journal->state == JournalState::installed && journal->startCount > 0) {
+        --journal->startCount;
+        writeJournal(calls, place, *journal);
+    }
 }
 
 void forgetFailedVersion(TreeCalls& calls, const InstallationPlace& place, const std::string& version) {

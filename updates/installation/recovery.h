@@ -34,6 +34,8 @@ struct StartReport {
     std::optional<std::string> failedVersion;
     /// confirmHealthyStart() is waited for.
     bool awaitsConfirmation = false;
+    /// This start was counted as one of a version that was not confirmed yet.
+    bool counted = false;
     /// The user's files that lay in trees that are gone now.
     std::vector<KeptFiles> kept;
 };
@@ -47,13 +49,17 @@ struct StartReport {
 StartReport recoverAtStart(TreeCalls& calls, const InstallationPlace& place, const FileIdentity& running,
                            InstanceLock& instance);
 
-/// Called when the program has shown its main window: the new version stays, the previous tree and the journal go;
-/// where a program still runs from that tree, they go at a later start. May take as long as the removal of a tree does.
-/// Without an update it does nothing. Any thread, one at a time. Throws std::system_error; it may be called again then,
-/// and the next start would end what is left.
+/// Called when the program has shown its main window and lived on: the new version stays, the previous tree and the
+/// journal go; where a program still runs from that tree, they go at a later start. May take as long as the removal of
+/// a tree does. Without an update it does nothing. Any thread, one at a time. Throws std::system_error; it may be
+/// called again then, and the next start would end what is left.
 ///
 /// \return what the previous tree held of the user's
 KeptFiles confirmHealthyStart(TreeCalls& calls, const InstallationPlace& place);
+
+/// Called by a program whose start was counted, and which ends by itself before it has shown its main window: that
+/// start says nothing about the version. Throws std::system_error.
+void discountStart(TreeCalls& calls, const InstallationPlace& place);
 
 /// Called when the version that StartReport named is remembered elsewhere. Throws std::system_error.
 void forgetFailedVersion(TreeCalls& calls, const InstallationPlace& place, const std::string& version);

@@ -511,12 +511,34 @@ TEST_F(UpdaterInstallation, RefusesASignedArchiveThatIsAnotherOneThanTheFeedSays
         EXPECT_EQ(recorder_.count(ready[0]), 0);
         EXPECT_TRUE(isUnchanged());
     }
-    EXPECT_EQ(environment_.state.highestVersion(), "");
+    EXPECT_EQ(environment_.highestVersion(), "");
 }
 
-TEST_F(UpdaterInstallation, RefusesWhatIsNoNewerThanAnyVersionThatWasEverInstalled) {
-    ASSERT_TRUE(environment_.state.recordInstalled("1.5"));
-    checkArchive(writeTar(tree("1.1")));
+TEST_F(UpdaterInstallation, OffersNothingThatIsNoNewerThanAnyVersionThatEverRanThere) {
+    const QString folder = QString::fromStdString(installation().native());
+    ASSERT_TRUE(environment_.state.recordInstalled(folder, "1.5"));
+    checkAsked();
+    EXPECT_EQ(recorder_.count("U.showUpdateNotFound 0"), 1) << testing::PrintToString(recorder_.calls);
+    recorder_.calls.clear();
+    checkInBackground();
+    EXPECT_EQ(recorder_.calls.back(), "D.updaterWillNotScheduleUpdateCheck");
+    EXPECT_EQ(recorder_.count("U.showUpdateFound 1.1 notDownloaded background"), 0);
+    EXPECT_THAT(server_.targets(), testing::Each("/app/appcast.xml"));
+    EXPECT_TRUE(isUnchanged());
+}
+
+TEST_F(UpdaterInstallation, OffersWhatRanFromAnotherFolder) {
+    ASSERT_TRUE(environment_.state.recordInstalled(QString::fromStdString(parent().native()), "1.1"));
+    recorder_.readyAnswer = Choice::skip;
+    checkAsked();
+    EXPECT_THAT(recorder_.calls, ElementsAreArray(joined({prepared, end()})));
+}
+
+TEST_F(UpdaterInstallation, RefusesWhatAnotherWindowHasInstalledMeanwhile) {
+    recorder_.during["D.willDownloadUpdate"] = [this] {
+        ASSERT_TRUE(environment_.state.recordInstalled(QString::fromStdString(installation().native()), "1.5"));
+    };
+    checkAsked();
     EXPECT_EQ(recorder_.count("U.showUpdaterError 4005/4006"), 1);
     EXPECT_TRUE(isUnchanged());
 }
@@ -528,6 +550,18 @@ TEST_F(UpdaterInstallation, RefusesAnArchiveWithoutAProgramForThisComputer) {
         entries[2] = program;
         checkArchive(writeTar(entries));
         EXPECT_EQ(recorder_.count("U.showUpdaterError 4005/3002"), 1);
+        EXPECT_TRUE(isUnchanged());
+    }
+}
+
+TEST_F(UpdaterInstallation, RefusesAnArchiveThatWouldBeTheLastUpdate) {
+    for (const char* const name : {"bin/ovrel-installer", "portable-installation", "installed-files.txt"}) {
+        SCOPED_TRACE(name);
+        std::vector<TarEntry> entries = tree("1.1");
+        ASSERT_EQ(std::erase_if(entries, [&](const TarEntry& entry) { return entry.path.ends_with(name); }), 1U);
+        checkArchive(writeTar(entries));
+        EXPECT_EQ(recorder_.count("U.showUpdaterError 4005/3002"), 1);
+        EXPECT_EQ(recorder_.count(ready[0]), 0);
         EXPECT_TRUE(isUnchanged());
     }
 }

@@ -23,6 +23,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
+const QString folder = QStringLiteral("/no such folder/ovrel"); // of an installation
+
 QDateTime day(int number) {
     return {QDate(2026, 11, number), QTime(10, 20, 30, 450), Qt::UTC};
 }
@@ -38,7 +40,7 @@ protected:
     bool isEmptyWith(const std::string& content) const {
         folder_.write(fs::path("state") / "updates.json", content);
         const EngineState read = state();
-        return !read.lastCheck() && read.skippedVersion().isEmpty() && read.highestVersion().isEmpty() &&
+        return !read.lastCheck() && read.skippedVersion().isEmpty() && read.highestVersion(folder).isEmpty() &&
                read.failedVersion().isEmpty();
     }
 
@@ -83,7 +85,7 @@ TEST_F(EngineStateTest, IsEmptyAtFirstAndWritesNothing) {
     const EngineState empty = state();
     EXPECT_EQ(empty.lastCheck(), std::nullopt);
     EXPECT_TRUE(empty.skippedVersion().isEmpty());
-    EXPECT_TRUE(empty.highestVersion().isEmpty());
+    EXPECT_TRUE(empty.highestVersion(folder).isEmpty());
     EXPECT_TRUE(empty.failedVersion().isEmpty());
     EXPECT_TRUE(empty.forgetSkipped());
     EXPECT_TRUE(folder_.listing().empty());
@@ -92,11 +94,11 @@ TEST_F(EngineStateTest, IsEmptyAtFirstAndWritesNothing) {
 TEST_F(EngineStateTest, IsReadByTheNextProcess) {
     ASSERT_TRUE(state().recordCheck());
     ASSERT_TRUE(state().skip(QStringLiteral("2.4")));
-    ASSERT_TRUE(state().recordInstalled(QStringLiteral("2.5")));
+    ASSERT_TRUE(state().recordInstalled(folder, QStringLiteral("2.5")));
     ASSERT_TRUE(state().recordFailed(QStringLiteral("2.6 \u0431\u0435\u0442\u0430")));
     EXPECT_EQ(state().lastCheck(), day(20));
     EXPECT_EQ(state().skippedVersion(), QStringLiteral("2.4"));
-    EXPECT_EQ(state().highestVersion(), QStringLiteral("2.5"));
+    EXPECT_EQ(state().highestVersion(folder), QStringLiteral("2.5"));
     EXPECT_EQ(state().failedVersion(), QStringLiteral("2.6 \u0431\u0435\u0442\u0430"));
     EXPECT_EQ(folder_.listing(), (std::vector<std::string>{"state", "state/updates.json", "state/updates.json.lock"}));
 }
@@ -110,12 +112,25 @@ TEST_F(EngineStateTest, ForgetsWhatWasSkippedAndNothingElse) {
 }
 
 TEST_F(EngineStateTest, KeepsTheHighestVersion) {
-    ASSERT_TRUE(state().recordInstalled(QStringLiteral("2.10")));
-    EXPECT_TRUE(state().recordInstalled(QStringLiteral("2.9")));
-    EXPECT_TRUE(state().recordInstalled(QStringLiteral("2.10.0")));
-    EXPECT_EQ(state().highestVersion(), QStringLiteral("2.10"));
-    EXPECT_TRUE(state().recordInstalled(QStringLiteral("2.11")));
-    EXPECT_EQ(state().highestVersion(), QStringLiteral("2.11"));
+    ASSERT_TRUE(state().recordInstalled(folder, QStringLiteral("2.10")));
+    EXPECT_TRUE(state().recordInstalled(folder, QStringLiteral("2.9")));
+    EXPECT_TRUE(state().recordInstalled(folder, QStringLiteral("2.10.0")));
+    EXPECT_EQ(state().highestVersion(folder), QStringLiteral("2.10"));
+    EXPECT_TRUE(state().recordInstalled(folder, QStringLiteral("2.11")));
+    EXPECT_EQ(state().highestVersion(folder), QStringLiteral("2.11"));
+}
+
+TEST_F(EngineStateTest, KeepsTheHighestVersionOfEachInstallation) {
+    const QString other = QString::fromStdString(folder_.path().native());
+    ASSERT_TRUE(state().recordInstalled(other, QStringLiteral("2.5")));
+    EXPECT_TRUE(state().highestVersion(folder).isEmpty());
+    ASSERT_TRUE(state().recordInstalled(folder, QStringLiteral("2.4")));
+    EXPECT_EQ(state().highestVersion(other), QStringLiteral("2.5"));
+    EXPECT_EQ(state().highestVersion(folder), QStringLiteral("2.4"));
+
+    ASSERT_TRUE(state().recordInstalled(other, QStringLiteral("2.6")));
+    EXPECT_TRUE(state().highestVersion(folder).isEmpty()) << "there is no such folder";
+    EXPECT_EQ(state().highestVersion(other), QStringLiteral("2.6"));
 }
 
 TEST_F(EngineStateTest, TakesACheckInTheFutureForOneThatWasJustMade) {
@@ -161,7 +176,7 @@ TEST_F(EngineStateTest, CountsDamageAsEmpty) {
         R"({"skipped_version": "2.4"})",
         R"({"format": 2, "skipped_version": "2.4"})",
         R"({"format": "1", "skipped_version": "2.4"})",
-        R"({"format": 1, "skipped_version": 2.4, "last_check": 5, "highest_version": [], "failed_version": {}})",
+        R"({"format": 1, "skipped_version": 2.4, "last_check": 5, "highest_versions": [], "failed_version": {}})",
         R"({"format": 1, "last_check": "yesterday"})",
         R"({"format": 1, "last_check": "2026-02-30T00:00:00.000Z"})",
         sound + std::string(16'384, ' '),
@@ -186,7 +201,7 @@ TEST_F(EngineStateTest, SaysWhenItIsNotWritten) {
     folder_.write("state", "a file where the folder should be");
     EXPECT_FALSE(state().recordCheck());
     EXPECT_FALSE(state().skip(QStringLiteral("2.4")));
-    EXPECT_FALSE(state().recordInstalled(QStringLiteral("2.4")));
+    EXPECT_FALSE(state().recordInstalled(folder, QStringLiteral("2.4")));
     EXPECT_FALSE(state().recordFailed(QStringLiteral("2.4")));
 }
 
@@ -206,8 +221,8 @@ TEST_F(EngineStateTest, KeepsWhatEachOfSeveralInstancesWrites) {
                         [&] { return state().skippedVersion(); });
     });
     auto installing = std::async(std::launch::async, [&] {
-        return writeAll([&](const QString& version) { return state().recordInstalled(version); },
-                        [&] { return state().highestVersion(); });
+        return writeAll([&](const QString& version) { return state().recordInstalled(folder, version); },
+                        [&] { return state().highestVersion(folder); });
     });
     EXPECT_EQ(skipping.get(), 0);
     EXPECT_EQ(installing.get(), 0);

@@ -154,6 +154,22 @@ TEST(ItemChoice, MayReplaceTheHost) {
     }
 }
 
+TEST(ItemChoice, IsNewerThanAllThatEverRanHere) {
+    ItemConditions given = conditions();
+    given.highestVersion = QStringLiteral("2.5");
+    for (const bool asked : {false, true}) {
+        given.userInitiated = asked;
+        expectChoices(given, {{"what ran here before", {release("2.5")}, "unknown"},
+                              {"an equivalent one", {release("2.5.0")}, "unknown"},
+                              {"one between", {release("2.4")}, "unknown"},
+                              {"a newer one", {release("2.4"), release("2.6")}, "2.6"},
+                              {"the host itself", {release("2.3")}, latest},
+                              {"an older one", {release("2.2")}, newer}});
+    }
+    given.highestVersion = QStringLiteral("2.2");
+    expectChoices(given, {{"a host that came by other ways", {release("2.4")}, "2.4"}});
+}
+
 TEST(ItemChoice, IsHiddenFromNobodyWhoAsks) {
     struct VersionRow {
         const char* what;

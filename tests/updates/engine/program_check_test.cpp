@@ -38,11 +38,12 @@ class ProgramCheckTest : public testing::Test {
 protected:
     void install(std::string_view bytes, fs::perms permissions = fs::perms::owner_all) const {
         fs::permissions(folder_.write("bin/ovrel", bytes), permissions);
+        fs::permissions(folder_.write("bin/ovrel-installer", header(EM_X86_64)), fs::perms::owner_all);
     }
 
     std::string check(const QString& architecture = QStringLiteral("x86_64")) const {
         const FileDescriptor top(::open(folder_.path().c_str(), O_RDONLY | O_DIRECTORY));
-        return failureOf([&] { checkProgram(top.get(), architecture); });
+        return failureOf([&] { checkPrograms(top.get(), architecture); });
     }
 
     TemporaryFolder folder_;
@@ -51,6 +52,7 @@ protected:
 TEST_F(ProgramCheckTest, TakesWhatRunsHere) {
     fs::create_directory(folder_ / "bin");
     fs::copy_file("/proc/self/exe", folder_ / "bin/ovrel");
+    fs::copy_file("/proc/self/exe", folder_ / "bin/ovrel-installer");
     EXPECT_EQ(check(Machine::thisOne().architecture), "");
 }
 
@@ -68,6 +70,7 @@ TEST_F(ProgramCheckTest, KnowsTheProcessor) {
     };
     for (const Row& row : rows) {
         install(header(row.machine));
+        fs::copy_file(folder_ / "bin/ovrel", folder_ / "bin/ovrel-installer", fs::copy_options::overwrite_existing);
         EXPECT_EQ(check(QLatin1StringView(row.architecture)), row.result) << row.machine << ' ' << row.architecture;
     }
 }
@@ -103,6 +106,53 @@ TEST_F(ProgramCheckTest, ReadsTheHeaderOfAProgram) {
     EXPECT_EQ(check(), refused);
 }
 
+TEST_F(ProgramCheckTest, WantsAnInstaller) {
+    install(header(EM_X86_64));
+    for (const std::string& bytes : {std::string("#!/bin/sh\n"), std::string(), header(EM_AARCH64)}) {
+        folder_.write("bin/ovrel-installer", bytes);
+        EXPECT_EQ(check(), refused);
+    }
+    folder_.write("bin/ovrel-installer", header(EM_X86_64));
+    EXPECT_EQ(check(), "");
+    fs::permissions(folder_ / "bin/ovrel-installer", fs::perms::owner_read);
+    EXPECT_EQ(check(), refused);
+    fs::remove(folder_ / "bin/ovrel-installer");
+    EXPECT_EQ(check(), refused);
+}
+
+TEST_F(ProgramCheckTest, WantsTheFilesOfAPortableInstallation) {
+    const auto checkFiles = [this] {
+        const FileDescriptor top(::open(folder_.path().c_str(), O_RDONLY | O_DIRECTORY));
+        return failureOf([&] { checkInstallation(top.get(), u"example.ovrel.Ovrel"); });
+    };
+    const auto write = [this] {
+        folder_.write("portable-installation", "example.ovrel.Ovrel\n");
+        folder_.write("installed-files.txt", "bin/ovrel\n");
+    };
+    write();
+    EXPECT_EQ(checkFiles(), "");
+    for (const char* const name : {"portable-installation", "installed-files.txt"}) {
+        write();
+        folder_.write(name, "");
+        EXPECT_EQ(checkFiles(), refused) << name;
+        fs::rename(folder_ / name, folder_ / "elsewhere");
+        EXPECT_EQ(checkFiles(), refused) << name;
+        write();
+        fs::rename(folder_ / name, folder_ / "elsewhere");
+        fs::create_symlink("elsewhere", folder_ / name);
+        EXPECT_EQ(checkFiles(), refused) << name;
+        fs::remove(folder_ / name);
+        ASSERT_EQ(::mkfifo((folder_ / name).c_str(), 0600), 0);
+        EXPECT_EQ(checkFiles(), refused) << name;
+        fs::remove(folder_ / name);
+    }
+    write();
+    for (const char* const other : {"example.other.Ovrel\n", "example.ovrel.Ovrel2\n", "\nexample.ovrel.Ovrel\n"}) {
+        folder_.write("portable-installation", other);
+        EXPECT_EQ(checkFiles(), refused) << other;
+    }
+}
+
 TEST_F(ProgramCheckTest, WantsAnExecutableFileInAFolder) {
     EXPECT_EQ(check(), refused);
     install(header(EM_X86_64));
@@ -116,6 +166,7 @@ TEST_F(ProgramCheckTest, WantsAnExecutableFileInAFolder) {
     EXPECT_EQ(check(), refused);
     fs::remove(folder_ / "bin");
     fs::create_directory(folder_ / "bin");
+    fs::copy_file(folder_ / "elsewhere/ovrel-installer", folder_ / "bin/ovrel-installer");
     fs::create_symlink("../elsewhere/ovrel", folder_ / "bin/ovrel");
     EXPECT_EQ(check(), refused);
     fs::remove(folder_ / "bin/ovrel");

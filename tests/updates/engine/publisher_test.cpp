@@ -54,11 +54,21 @@ protected:
 
     /// \return the archive
     std::string add(const std::string& version, const std::string& architecture) const {
-        const std::string archive =
-            writeTar({tarFolder("ovrel-" + version),
-                      tarFile("ovrel-" + version + "/manifest.json",
-                              R"({"application": "example.ovrel.Ovrel", "version": ")" + version +
-                                  R"(", "system": "linux", "architecture": ")" + architecture + "\"}")});
+        const std::string top = "ovrel-" + version;
+        const std::string archive = writeTar(
+            {tarFolder(top), tarFolder(top + "/bin"),
+             tarFile(top + "/bin/ovrel",
+                     "\x7f"
+                     "ELF",
+                     0755),
+             tarFile(top + "/bin/ovrel-installer",
+                     "\x7f"
+                     "ELF",
+                     0755),
+             tarFile(top + "/portable-installation", "example.ovrel.Ovrel\n"),
+             tarFile(top + "/installed-files.txt", "bin/ovrel\n"),
+             tarFile(top + "/manifest.json", R"({"application": "example.ovrel.Ovrel", "version": ")" + version +
+                                                 R"(", "system": "linux", "architecture": ")" + architecture + "\"}")});
         folder_.write("ovrel.tar.xz", archive);
         publish({QStringLiteral("add"), nameOf(feed_), nameOf(folder_ / "key"), nameOf(folder_ / "ovrel.tar.xz"),
                  QStringLiteral("--url=https://ovrel.example/app/updates/ovrel.tar.xz"),

@@ -108,13 +108,14 @@ TarEntry UpdaterTest::manifest(const std::string& version, const std::string& ap
 
 std::vector<TarEntry> UpdaterTest::tree(const std::string& version) {
     const std::string top = "ovrel-" + version;
-    return {
-        tarFolder(top),
-        tarFolder(top + "/bin"),
-        tarFile(top + "/bin/ovrel", someProgram(), 0755),
-        tarFile(top + "/bin/ovrel-installer", bytesOf(OVREL_INSTALLER), 0755),
-        manifest(version),
-        tarFile(top + "/installed-files.txt", "bin/ovrel\nbin/ovrel-installer\ninstalled-files.txt\nmanifest.json\n")};
+    return {tarFolder(top),
+            tarFolder(top + "/bin"),
+            tarFile(top + "/bin/ovrel", someProgram(), 0755),
+            tarFile(top + "/bin/ovrel-installer", bytesOf(OVREL_INSTALLER), 0755),
+            manifest(version),
+            tarFile(top + "/portable-installation", "example.ovrel.Ovrel\n"),
+            tarFile(top + "/installed-files.txt",
+                    "bin/ovrel\nbin/ovrel-installer\ninstalled-files.txt\nmanifest.json\nportable-installation\n")};
 }
 
 void UpdaterTest::start() {

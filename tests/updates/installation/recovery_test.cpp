@@ -80,6 +80,26 @@ TEST(Recovery, TakesAVersionBackThatDidNotStartTwice) {
     EXPECT_THAT(trees.names(), ElementsAre("ovrel"));
 }
 
+TEST(Recovery, DoesNotCountAStartThatShowedNoWindowAndEndedWell) {
+    const TestTrees trees;
+    installUpdate(trees);
+    TreeCalls calls;
+    for (int start = 0; start < 5; ++start) {
+        EXPECT_TRUE(startAt(trees, trees.tree()).counted);
+        discountStart(calls, trees.place());
+    }
+    EXPECT_EQ(readJournal(trees.place())->startCount, 0U);
+    discountStart(calls, trees.place());
+    EXPECT_EQ(readJournal(trees.place())->startCount, 0U);
+    EXPECT_TRUE(startAt(trees, trees.tree()).counted);
+    EXPECT_TRUE(startAt(trees, trees.tree()).counted);
+    EXPECT_FALSE(startAt(trees, trees.tree()).counted);
+    EXPECT_EQ(versionAt(trees.tree()), "2.3");
+
+    discountStart(calls, trees.place()); // of a version that was taken back
+    EXPECT_EQ(readJournal(trees.place())->state, JournalState::failed);
+}
+
 TEST(Recovery, CountsNoStartBesideAProgramThatRuns) {
     const TestTrees trees;
     installUpdate(trees);
@@ -87,6 +107,7 @@ TEST(Recovery, CountsNoStartBesideAProgramThatRuns) {
     for (int start = 0; start < 5; ++start) {
         const StartReport report = startAt(trees, trees.tree());
         EXPECT_TRUE(report.awaitsConfirmation);
+        EXPECT_FALSE(report.counted);
         EXPECT_FALSE(report.restart);
     }
     EXPECT_EQ(readJournal(trees.place())->startCount, 0U);

@@ -6,12 +6,9 @@ PROGRAMS holds the played programs and the installer, PUBLISHER the publisher's 
 """
 
 import fcntl
-import functools
 import io
-import json
 import os
 import pathlib
-import platform
 import re
 import struct
 import subprocess
@@ -21,10 +18,11 @@ import tempfile
 import time
 import unittest
 
+import installation
+from installation import NOBODY, Installation
+
 PROGRAMS, PUBLISHER, HOST, APPLICATION = (
     pathlib.Path(sys.argv[1]), pathlib.Path(sys.argv[2]), sys.argv[3], sys.argv[4])
-# Root's own installations are an administrator's, so that nothing there updates itself.
-NOBODY = 65534 if os.geteuid() == 0 else None
 LIMIT_SECONDS = 20
 UNCHANGED = "The update could not be installed. The version that you have is unchanged."
 
@@ -33,27 +31,8 @@ def run(*command):
     return subprocess.run([sys.executable, "-B", *map(str, command)], check=True, capture_output=True, text=True).stdout
 
 
-@functools.cache
-def program(name):
-    """Without what only a debugger reads, most of the bytes."""
-    with tempfile.TemporaryDirectory() as folder:
-        stripped = pathlib.Path(folder) / name
-        subprocess.run(["strip", "-o", stripped, PROGRAMS / name], check=True)
-        return stripped.read_bytes()
-
-
 def files_of(version, program_name):
-    """An installation's files: name, content, whether it is a program."""
-    facts = {"application": APPLICATION, "version": version, "system": "linux", "architecture": platform.machine()}
-    files = {
-        "bin/ovrel": program(program_name),
-        "bin/ovrel-installer": program("ovrel-installer"),
-        "manifest.json": json.dumps(facts).encode(),
-        "portable-installation": APPLICATION.encode() + b"\n",
-    }
-    names = [*files, "installed-files.txt"]
-    files["installed-files.txt"] = "".join(f"{name}\n" for name in names).encode()
-    return files
+    return installation.files_of(version, PROGRAMS / program_name, PROGRAMS / "ovrel-installer", APPLICATION)
 
 
 def add(archive, name, content=None, kind=tarfile.REGTYPE, target=""):
@@ -71,38 +50,10 @@ class UpdateTest(unittest.TestCase):
         self.addCleanup(temporary.cleanup)
         self.folder = pathlib.Path(temporary.name)
         self.parent = self.folder / "user"
-        self.installation = self.parent / "ovrel"
-        self.unpack(self.installation, files_of("2.3", "played-ovrel-2.3"))
+        self.installation = Installation(self.parent, files_of("2.3", "played-ovrel-2.3"))
         self.folder.chmod(0o755)
         self.log = self.parent / "log"
-        self.own(self.parent)
         self.start_publisher()
-
-    @staticmethod
-    def unpack(folder, files):
-        for name, content in files.items():
-            path = folder / name
-            path.parent.mkdir(parents=True, exist_ok=True)
-            path.write_bytes(content)
-            path.chmod(0o755 if path.parent.name == "bin" else 0o644)
-
-    def exchange(self, program_name, starts):
-        """What an installer leaves behind: version 2.4, which was started so often without success, in place of 2.3."""
-        token = "0123456789abcdef" * 2
-        new = self.parent / ".new"
-        self.unpack(new, files_of("2.4", program_name))
-        (new / ".update-mark").write_text(token)
-        journal = self.parent / ".ovrel-journal"
-        journal.write_text(f"ovrel update journal 1\nstate installed\ntoken {token}\nversion 2.4\n"
-                           f"staging .ovrel-update-{token}\ntop ovrel-2.4\nstarts {starts}\nend\n")
-        self.installation.rename(self.parent / ".ovrel-previous")
-        new.rename(self.installation)
-        self.own(self.parent)
-
-    def own(self, path):
-        if NOBODY is not None:
-            for each in [path, *path.rglob("*")]:
-                os.chown(each, NOBODY, NOBODY)
 
     def start_publisher(self):
         self.site = self.folder / "site"
@@ -163,9 +114,7 @@ class UpdateTest(unittest.TestCase):
                        "https_proxy": self.proxy, "OVREL_PLAYED_LOG": str(self.log),
                        "OVREL_PLAYED_AUTHORITY": str(self.authority), "OVREL_PLAYED_KEY": self.public_key}
         with open(self.folder / "said", "w") as said:
-            return subprocess.Popen([self.installation / "bin" / "ovrel"], env=environment, cwd=self.parent,
-                                    stderr=said, user=NOBODY, group=NOBODY,
-                                    extra_groups=None if NOBODY is None else [])
+            return self.installation.start(environment=environment, stderr=said)
 
     def start(self):
         self.start_in_background().wait(LIMIT_SECONDS)
@@ -184,9 +133,6 @@ class UpdateTest(unittest.TestCase):
             time.sleep(0.02)
         return self.lines()
 
-    def version(self):
-        return json.loads((self.installation / "manifest.json").read_text())["version"]
-
     def wait_until_only(self, *names):
         """Names beside the installation, once only these are left, or what is there after a while."""
         end = time.monotonic() + LIMIT_SECONDS
@@ -204,7 +150,7 @@ class UpdateTest(unittest.TestCase):
         self.assertEqual(self.wait_for("2.4 confirmed"),
                          ["2.3 started: ", "2.3 offered: News.", "2.4 started: --relaunched-after-update=2.4",
                           "2.4 confirmed"])
-        self.assertEqual(self.version(), "2.4")
+        self.assertEqual(self.installation.version(), "2.4")
         self.wait_until_only()
 
     def test_takes_back_a_version_that_crashes_at_once(self):
@@ -213,25 +159,25 @@ class UpdateTest(unittest.TestCase):
         self.assertEqual(self.wait_for("2.3 knows that this failed: 2.4"),
                          ["2.3 started: ", "2.3 offered: News.", "2.4 started: --relaunched-after-update=2.4",
                           "2.3 started: ", "2.3 knows that this failed: 2.4"])
-        self.assertEqual(self.version(), "2.3")
+        self.assertEqual(self.installation.version(), "2.3")
         self.wait_until_only()
 
     def test_takes_back_a_version_that_never_started_well(self):
-        self.exchange("played-ovrel-2.4", starts=2)
+        self.installation.exchange(files_of("2.4", "played-ovrel-2.4"), starts=2)
         self.start()
         self.assertEqual(self.lines(), ["2.3 started: ", "2.3 knows that this failed: 2.4"])
-        self.assertEqual(self.version(), "2.3")
+        self.assertEqual(self.installation.version(), "2.3")
 
     def test_a_program_that_waits_for_an_installer_goes_on_as_the_new_one(self):
         with open(self.parent / ".ovrel-lock", "w") as lock:
-            self.own(self.parent)
+            self.installation.own()
             # One byte of the file stands for the running programs.
             fcntl.fcntl(lock, fcntl.F_OFD_SETLK, struct.pack("hhqqi4x", fcntl.F_WRLCK, os.SEEK_SET, 1, 1, 0))
             program = self.start_in_background()
             end = time.monotonic() + LIMIT_SECONDS
             while not self.has_open(program.pid, lock.name) and time.monotonic() < end:
                 time.sleep(0.02)
-            self.exchange("played-ovrel-2.4", starts=0)
+            self.installation.exchange(files_of("2.4", "played-ovrel-2.4"), starts=0)
         program.wait(LIMIT_SECONDS)
         self.assertEqual(self.lines()[0], "2.4 started: ")
         self.assertTrue((self.parent / ".ovrel-previous").exists(), "an old version confirms nothing")
@@ -243,7 +189,7 @@ class UpdateTest(unittest.TestCase):
                                         f"2.3 ended: Unable to update Ovrel: {shown}"])
         said = [line for line in (self.folder / "said").read_text().splitlines() if line.startswith("Updates: ")]
         self.assertEqual(said[-1], f"Updates: {cause}")
-        self.assertEqual(self.version(), "2.3")
+        self.assertEqual(self.installation.version(), "2.3")
         self.wait_until_only()
 
     def test_refuses_a_flipped_byte(self):
@@ -293,10 +239,10 @@ class UpdateTest(unittest.TestCase):
     @unittest.skipIf(NOBODY is None, "only root can play another owner")
     def test_leaves_an_installation_of_another_owner_alone(self):
         self.publish(files_of("2.4", "played-ovrel-2.4"))
-        os.chown(self.installation, 0, 0)
+        os.chown(self.installation.tree, 0, 0)
         self.start()
         self.assertRegex(self.lines()[-1], "^2[.]3 ended: Unable to update Ovrel: .*system")
-        self.assertEqual(self.version(), "2.3")
+        self.assertEqual(self.installation.version(), "2.3")
         self.assertFalse((self.parent / ".ovrel-lock").exists())
 
 
