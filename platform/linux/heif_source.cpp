@@ -2,6 +2,7 @@
 
 #include "platform/linux/av1_image.h"
 #include "platform/linux/color_profiles.h"
+#include "platform/linux/heif_derivation.h"
 #include "platform/linux/heif_handles.h"
 #include "platform/linux/memory_watch.h"
 #include "platform/linux/upright_rows.h"
@@ -299,6 +300,9 @@ std::unique_ptr<ImageSource> openHeif(InputFile file) {
     // the same name take structures of another size.
     if (holdsAv1(*bytes)) {
         return openAv1Image(std::move(*bytes));
+    }
+    if (derivesTooDeeply(*bytes)) {
+        return nullptr;
     }
     const MemoryWatch memory;
     HeifContext context(heif_context_alloc());

@@ -225,6 +225,20 @@ TEST_F(HevcSource, TakesCodePointsThatNobodyKnowsForSrgb) {
     }
 }
 
+// libheif would follow them until the stack ends.
+TEST_F(HevcSource, RefusesPicturesMadeOfThemselves) {
+    const std::string file = written(smooth(19, 13)); // of odd sizes libheif makes tiles
+    const std::size_t name = file.find("dimg");
+    if (name == std::string::npos) {
+        GTEST_SKIP() << "this libheif makes no tiles";
+    }
+    ASSERT_TRUE(open(file));
+    std::string endless = file;
+    constexpr std::size_t numberBytes = 2; // item, how many sources, source
+    endless.replace(name + 4 + 2 * numberBytes, numberBytes, file, name + 4, numberBytes);
+    EXPECT_FALSE(open(endless));
+}
+
 TEST_F(HevcSource, IsNotMistakenForAv1ByItsCompressedData) {
     using namespace std::string_literals;
     const auto source = open(written(smooth(64, 64)) + "\0\0\0\x18mdat anything av1C goes"s);
