@@ -33,23 +33,31 @@ void requireWhole(const Image& image) {
     }
 }
 
-void decodeAll(const std::unique_ptr<ImageSource>& source, bool draw) {
-    if (!source) {
-        return;
+/// \return whether the picture was small enough to be looked at
+bool decodeOne(ImageSource& source, std::size_t index, bool draw) {
+    const ImageProperties properties = source.properties(index);
+    if (std::uint64_t{properties.pixelWidth} * properties.pixelHeight > mostPixels) {
+        return false;
     }
-    (void)source->gifLoopCount();
-    for (std::size_t index = 0; index < std::min(source->count(), mostImages); ++index) {
-        const ImageProperties properties = source->properties(index);
-        if (std::uint64_t{properties.pixelWidth} * properties.pixelHeight > mostPixels) {
-            return;
+    std::optional<Image> image = source.decode(index);
+    if (image) {
+        requireWhole(*image);
+        if (draw) {
+            (void)Bitmap::draw(std::move(*image));
         }
-        std::optional<Image> image = source->decode(index);
-        if (image) {
-            requireWhole(*image);
-            if (draw) {
-                (void)Bitmap::draw(std::move(*image));
-            }
-        }
+    }
+    return true;
+}
+
+void decodeAll(ImageSource& source, bool draw) {
+    (void)source.format();
+    (void)source.gifLoopCount();
+    std::size_t index = 0;
+    while (index < std::min(source.count(), mostImages) && decodeOne(source, index, draw)) {
+        ++index;
+    }
+    if (index > 1) {
+        decodeOne(source, 0, draw); // going back, frames that build upon others begin anew
     }
 }
 
@@ -58,7 +66,9 @@ void decodeAll(const std::unique_ptr<ImageSource>& source, bool draw) {
 void decode(const std::uint8_t* bytes, std::size_t count,
             const std::function<std::unique_ptr<ImageSource>(InputFile)>& open, bool draw) {
     try {
-        decodeAll(open(fileInMemory(bytes, count)), draw);
+        if (const std::unique_ptr<ImageSource> source = open(fileInMemory(bytes, count))) {
+            decodeAll(*source, draw);
+        }
     } catch (const std::bad_alloc&) {
         return; // what does not fit into memory is refused, which is no find
     }

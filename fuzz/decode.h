@@ -12,8 +12,9 @@
 
 namespace ovrel::fuzz {
 
-/// Opens the bytes as a file, asks for all facts of its first images, decodes these, and draws them when `draw` is set.
-/// Pictures of more than a few megapixels are left out: they cost time and show nothing new.
+/// Opens the bytes as a file, asks for all facts of its first images, decodes these and then the first one again, and
+/// draws them when `draw` is set. Pictures of more than a few megapixels are left out: they cost time and show nothing
+/// new.
 void decode(const std::uint8_t* bytes, std::size_t count,
             const std::function<std::unique_ptr<ImageSource>(InputFile)>& open, bool draw);
 

@@ -42,10 +42,11 @@ void examineChoice(const Appcast& appcast, const QString& host) {
     conditions.hostVersion = host;
     conditions.machine = {QStringLiteral("x86_64"), QStringLiteral("2.36")};
     const ItemChoice inBackground = chooseItem(appcast, conditions);
-    const AppcastItem* offered = std::get_if<AppcastItem>(&inBackground);
-    if (!offered) {
+    if (const SPUNoUpdateFoundReason* reason = std::get_if<SPUNoUpdateFoundReason>(&inBackground)) {
+        require(noUpdateError(*reason).is(SUError::noUpdate));
         return;
     }
+    const AppcastItem* offered = std::get_if<AppcastItem>(&inBackground);
     const QString version = offered->item.versionString;
     require(std::is_gt(compareVersions(version, host)));
     require(offered->channel.isEmpty());

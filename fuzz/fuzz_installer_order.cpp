@@ -5,6 +5,7 @@
 #include "updates/installation/installer_order.h"
 #include "updates/installation/journal.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 
@@ -33,6 +34,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t cou
         require(same && formatInstallerOrder(*same) == again);
     }
     // The environment comes as such words, too.
+    const std::string home = environmentValue(words, "HOME");
+    require(home.empty() || std::find(words.begin(), words.end(), "HOME=" + home) != words.end());
     const std::vector<std::string> clean = cleanEnvironment(words);
     require(cleanEnvironment(clean) == clean && parseEnvironment(formatEnvironment(clean)) == clean);
     return 0;

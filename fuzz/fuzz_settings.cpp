@@ -39,10 +39,17 @@ void askForBanner(const BannerSettings& settings, AppLanguage language) {
     require(entry.link.userInfo().isEmpty());
 }
 
+/// The same bytes as a server's answer that the settings are elsewhere.
+void redirect(const QByteArray& location) {
+    const std::optional<QUrl> target = BannerRedirectPolicy::redirected(BannerSettings::address(), location);
+    require(!target || BannerRedirectPolicy::allowed(*target));
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t count) {
     const QByteArray file(reinterpret_cast<const char*>(bytes), static_cast<qsizetype>(count));
+    redirect(file);
     mayBeRefused([&] {
         const BannerSettings settings = BannerSettings::fromUtf8(file);
         require(settings.values().contains(QStringLiteral("enabled")));

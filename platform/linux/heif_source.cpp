@@ -2,6 +2,7 @@
 
 #include "platform/linux/av1_image.h"
 #include "platform/linux/color_profiles.h"
+#include "platform/linux/heif_derivation.h"
 #include "platform/linux/heif_handles.h"
 #include "platform/linux/memory_watch.h"
 #include "platform/linux/upright_rows.h"
@@ -43,9 +44,8 @@ bool holds(std::span<const std::uint8_t> bytes, std::string_view name) {
     return std::search(bytes.begin(), bytes.end(), name.begin(), name.end()) != bytes.end();
 }
 
-/// \return whether any picture is AV1: each of these has the property av1C (AV1 Image File Format, section 2.2.1),
-///         which may stand anywhere but among the compressed data
-bool holdsAv1(std::span<const std::uint8_t> bytes) {
+/// \return whether `name` stands anywhere in the file but among the compressed data
+bool names(std::span<const std::uint8_t> bytes, std::string_view name) {
     constexpr std::size_t headerBytes = 8; // ISO/IEC 14496-12, section 4.2: size and type
     constexpr std::size_t largeHeaderBytes = 16;
     while (bytes.size() >= largeHeaderBytes) {
@@ -54,12 +54,22 @@ bool holdsAv1(std::span<const std::uint8_t> bytes) {
         const std::uint64_t size = isLarge ? bigEndian(bytes.subspan(headerBytes, 8)) : stated;
         const bool isLast = size < (isLarge ? largeHeaderBytes : headerBytes) || size > bytes.size();
         const std::span<const std::uint8_t> box = isLast ? bytes : bytes.first(static_cast<std::size_t>(size));
-        if (!holds(bytes.subspan(4, 4), "mdat") && holds(box, "av1C")) {
+        if (!holds(bytes.subspan(4, 4), "mdat") && holds(box, name)) {
             return true;
         }
         bytes = bytes.subspan(box.size());
     }
     return false;
+}
+
+/// Whether any picture is AV1: each of these has the property av1C (AV1 Image File Format, section 2.2.1).
+bool holdsAv1(std::span<const std::uint8_t> bytes) {
+    return names(bytes, "av1C");
+}
+
+/// Whether any picture may be put together of tiles (ISO/IEC 23008-12, section 6.6.2.3).
+bool holdsGrid(std::span<const std::uint8_t> bytes) {
+    return names(bytes, "grid");
 }
 
 /// The file's pictures, the primary one first; thumbnails, masks and tiles are none.
@@ -130,24 +140,41 @@ ColorSpace colorSpaceOf(const heif_image_handle* handle, const Image& image) {
             return embeddedColorSpace(profile, image);
         }
     }
-    heif_color_profile_nclx* nclx = nullptr;
-    if (succeeded(heif_image_handle_get_nclx_color_profile(handle, &nclx)) && nclx != nullptr) {
-        const HeifNclx released(nclx);
+    heif_color_profile_nclx* stated = nullptr;
+    const heif_error error = heif_image_handle_get_nclx_color_profile(handle, &stated);
+    const HeifNclx nclx(stated); // given for numbers that libheif does not know, too
+    if (succeeded(error) && nclx) {
         return colorSpaceFromCicp(static_cast<std::uint16_t>(nclx->color_primaries),
                                   static_cast<std::uint16_t>(nclx->transfer_characteristics));
     }
     return {};
 }
 
+std::uint64_t largestSideOf(const heif_image_handle* handle) {
+    return static_cast<std::uint64_t>(
+        std::max({heif_image_handle_get_width(handle), heif_image_handle_get_height(handle),
+                  heif_image_handle_get_ispe_width(handle), heif_image_handle_get_ispe_height(handle)}));
+}
+
+/// \param isGrid whether the picture may be one that states its size a second time, which libheif does not compare
 /// \throws std::bad_alloc when the picture will not fit
-void requireMemory(const heif_image_handle* handle) {
+void requireMemory(const heif_image_handle* handle, bool isGrid) {
     // Four planes, a turned copy of them, the interleaved picture, and ours.
     constexpr std::uint64_t samples = 16;
     const auto width = static_cast<std::uint64_t>(heif_image_handle_get_width(handle));
     const auto height = static_cast<std::uint64_t>(heif_image_handle_get_height(handle));
-    if (!fitsIntoMemory(width * height * samples * (isDeep(handle) ? 2 : 1))) {
+    const std::uint64_t side = largestSideOf(handle);
+    const std::uint64_t pixels = isGrid ? side * side : width * height;
+    if (!fitsIntoMemory(pixels * samples * (isDeep(handle) ? 2 : 1))) {
         throw std::bad_alloc();
     }
+}
+
+/// Has libheif refuse a grid whose own size is not within the sides that the file states for the picture.
+void limitSides(heif_context* context, const heif_image_handle* handle) {
+    constexpr std::uint64_t least = 4096; // coded pictures and tiles may be larger than what is shown of them
+    const std::uint64_t side = std::clamp<std::uint64_t>(largestSideOf(handle) + 1, least, largestSquare);
+    heif_context_set_maximum_image_size_limit(context, static_cast<int>(side));
 }
 
 /// Spreads the samples of a row from `bits` to sixteen bits.
@@ -182,7 +209,7 @@ void straighten(std::uint8_t* row, std::size_t pixels) {
 class HeifSource final : public ImageSource {
 public:
     HeifSource(std::vector<std::uint8_t> bytes, HeifContext context, std::vector<heif_item_id> ids)
-        : bytes_(std::move(bytes)), context_(std::move(context)), ids_(std::move(ids)) {}
+        : bytes_(std::move(bytes)), context_(std::move(context)), ids_(std::move(ids)), isGrid_(holdsGrid(bytes_)) {}
 
     ImageFormat format() const override { return ImageFormat::heif; }
     std::size_t count() const override { return ids_.size(); }
@@ -203,14 +230,17 @@ public:
         if (!handle) {
             return std::nullopt;
         }
-        requireMemory(handle.get());
+        requireMemory(handle.get(), isGrid_);
+        limitSides(context_.get(), handle.get());
         heif_image* decoded = nullptr;
         const heif_chroma chroma =
             isDeep(handle.get()) ? heif_chroma_interleaved_RRGGBBAA_LE : heif_chroma_interleaved_RGBA;
         const MemoryWatch memory;
         const heif_error error = heif_decode_image(handle.get(), &decoded, heif_colorspace_RGB, chroma, nullptr);
         const HeifImage image(decoded);
-        if (error.code == heif_error_Memory_allocation_error) {
+        // A limit that is exceeded comes as a lack of memory as well.
+        if (error.code == heif_error_Memory_allocation_error &&
+            error.subcode != heif_suberror_Security_limit_exceeded) {
             throw std::bad_alloc();
         }
         if (!succeeded(error) || !image) {
@@ -256,6 +286,7 @@ private:
     std::vector<std::uint8_t> bytes_; ///< libheif reads them as it goes
     HeifContext context_;
     std::vector<heif_item_id> ids_;
+    bool isGrid_; ///< whether any of them may be put together of tiles
 };
 
 } // namespace
@@ -269,6 +300,9 @@ std::unique_ptr<ImageSource> openHeif(InputFile file) {
     // the same name take structures of another size.
     if (holdsAv1(*bytes)) {
         return openAv1Image(std::move(*bytes));
+    }
+    if (derivesTooDeeply(*bytes)) {
+        return nullptr;
     }
     const MemoryWatch memory;
     HeifContext context(heif_context_alloc());

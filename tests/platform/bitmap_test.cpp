@@ -38,33 +38,6 @@ Image imageOf(std::uint32_t width, std::uint32_t height, PixelLayout layout, con
     return image;
 }
 
-/// A press that knows black ink alone: a table from inks to L*a*b* whose lightness falls evenly from paper to black.
-std::vector<std::uint8_t> inkProfile() {
-    return savedProfile([](cmsContext context) {
-        cmsHPROFILE profile = cmsCreateProfilePlaceholder(context);
-        cmsSetProfileVersion(profile, 2.1);
-        cmsSetDeviceClass(profile, cmsSigOutputClass);
-        cmsSetColorSpace(profile, cmsSigCmykData);
-        cmsSetPCS(profile, cmsSigLabData);
-        constexpr cmsUInt32Number gridPoints = 2;
-        cmsStage* table = cmsStageAllocCLut16bit(context, gridPoints, 4, 3, nullptr);
-        const auto sampler = [](const cmsUInt16Number inks[], cmsUInt16Number lab[], void*) -> cmsInt32Number {
-            constexpr cmsUInt16Number whiteLightness = 0xFF00; // L* 100 in the encoding of version 2
-            constexpr cmsUInt16Number neutral = 0x8000;
-            lab[0] = inks[3] == 0 ? whiteLightness : cmsUInt16Number{0};
-            lab[1] = neutral;
-            lab[2] = neutral;
-            return 1;
-        };
-        cmsStageSampleCLut16bit(table, sampler, nullptr, 0);
-        cmsPipeline* pipeline = cmsPipelineAlloc(context, 4, 3);
-        cmsPipelineInsertStage(pipeline, cmsAT_BEGIN, table);
-        cmsWriteTag(profile, cmsSigAToB0Tag, pipeline);
-        cmsPipelineFree(pipeline);
-        return profile;
-    });
-}
-
 } // namespace
 
 TEST(Bitmap, CopiesOpaqueSrgbBitForBit) {

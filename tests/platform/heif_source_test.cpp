@@ -205,6 +205,40 @@ TEST_F(HevcSource, TellsColorsByCodePoints) {
     EXPECT_EQ(image->colorSpace, colorSpaceFromCicp(displayP3, srgbTransfer));
 }
 
+// libheif hands out memory for them nevertheless, which the sanitizers want back.
+TEST_F(HevcSource, TakesCodePointsThatNobodyKnowsForSrgb) {
+    HeifOptions options;
+    options.statesCicp = true;
+    std::string file = written(smooth(64, 64), options);
+    const std::size_t name = file.find("nclx");
+    ASSERT_NE(name, std::string::npos);
+    for (const std::size_t codePoint : {name + 4, name + 6}) { // primaries, transfer
+        SCOPED_TRACE(codePoint - name);
+        std::string odd = file;
+        odd[codePoint] = '\x1F';
+        const std::unique_ptr<ImageSource> source = open(odd);
+        ASSERT_TRUE(source);
+        const std::optional<Image> image = source->decode(0);
+        ASSERT_TRUE(image);
+        expectNear(image, smooth(64, 64), lossy);
+        EXPECT_EQ(image->colorSpace, ColorSpace());
+    }
+}
+
+// libheif would follow them until the stack ends.
+TEST_F(HevcSource, RefusesPicturesMadeOfThemselves) {
+    const std::string file = written(smooth(19, 13)); // of odd sizes libheif makes tiles
+    const std::size_t name = file.find("dimg");
+    if (name == std::string::npos) {
+        GTEST_SKIP() << "this libheif makes no tiles";
+    }
+    ASSERT_TRUE(open(file));
+    std::string endless = file;
+    constexpr std::size_t numberBytes = 2; // item, how many sources, source
+    endless.replace(name + 4 + 2 * numberBytes, numberBytes, file, name + 4, numberBytes);
+    EXPECT_FALSE(open(endless));
+}
+
 TEST_F(HevcSource, IsNotMistakenForAv1ByItsCompressedData) {
     using namespace std::string_literals;
     const auto source = open(written(smooth(64, 64)) + "\0\0\0\x18mdat anything av1C goes"s);

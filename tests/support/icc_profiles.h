@@ -20,6 +20,9 @@ std::vector<std::uint8_t> grayProfile(double gamma);
 /// RGB with more colours than sRGB.
 std::vector<std::uint8_t> displayP3Profile();
 
+/// A press that knows black ink alone: a table from inks to L*a*b* whose lightness falls evenly from paper to black.
+std::vector<std::uint8_t> inkProfile();
+
 /// A profile as it stands in a file.
 std::string textOf(const std::vector<std::uint8_t>& profile);
 

@@ -55,6 +55,18 @@ std::string hevcClaiming(std::uint32_t side) {
     return file ? claiming(side, *file) : bigEndianBytes(boxBytes, 4) + "ftypheic" + std::string(4, '\0');
 }
 
+/// A picture of which libheif makes tiles, since its sides are odd, and whose tiles claim to make up a larger one
+/// (ISO/IEC 23008-12, section 6.6.2.3): version, flags, rows and columns less one, then width and height.
+std::string hevcWithGridOf(std::uint32_t side) {
+    const std::array<Image, 1> images{plain(19)};
+    std::string file = writeHeif(images).value_or(hevcClaiming(side));
+    const std::size_t sizes = file.find(std::string("idat\0\0\0\0", 8));
+    if (sizes != std::string::npos) {
+        file.replace(sizes + 8, 4, bigEndianBytes(side, 2) + bigEndianBytes(side, 2));
+    }
+    return file;
+}
+
 } // namespace
 
 std::vector<Bomb> avifBombs() {
@@ -74,6 +86,7 @@ std::vector<Bomb> avifBombs() {
         {"AvifOfBillionsOfFrames", "a.png", Ending::damaged, [] { return sequenceClaiming(largestNumber); }},
         {"AvifWithAProfileOf100MB", "a.png", Ending::converted, avifWithLargeProfile},
         {"HevcOfTheLargestSize", "a.jpg", Ending::damaged, [] { return hevcClaiming(largestSide); }},
+        {"HevcOfTilesLargerThanItSays", "a.jpg", Ending::damaged, [] { return hevcWithGridOf(16'384); }},
     };
 }
 
