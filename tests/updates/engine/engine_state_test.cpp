@@ -244,18 +244,18 @@ TEST_F(EngineStateTest, StaysAsItWasWhenTooMuchIsWritten) {
 }
 
 TEST_F(EngineStateTest, LiesInTheFolderForState) {
-    const QByteArray folder = QByteArray::fromStdString(folder_.path().native());
-    const Environment home("HOME", folder + "/home");
+    const QByteArray scratch = QByteArray::fromStdString(folder_.path().native());
+    const Environment home("HOME", scratch + "/home");
     struct Row {
         const char* what;
         std::optional<QByteArray> stateHome;
         QByteArray file;
     };
     const Row rows[] = {
-        {"named", folder + "/xdg", folder + "/xdg/ovrel/updates.json"},
-        {"not named", std::nullopt, folder + "/home/.local/state/ovrel/updates.json"},
-        {"empty", QByteArray(""), folder + "/home/.local/state/ovrel/updates.json"},
-        {"relative", QByteArray("xdg"), folder + "/home/.local/state/ovrel/updates.json"},
+        {"named", scratch + "/xdg", scratch + "/xdg/ovrel/updates.json"},
+        {"not named", std::nullopt, scratch + "/home/.local/state/ovrel/updates.json"},
+        {"empty", QByteArray(""), scratch + "/home/.local/state/ovrel/updates.json"},
+        {"relative", QByteArray("xdg"), scratch + "/home/.local/state/ovrel/updates.json"},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.what);
