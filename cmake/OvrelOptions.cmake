@@ -30,9 +30,13 @@ target_compile_options(ovrel_flags INTERFACE
   $<$<BOOL:${OVREL_WARNINGS_AS_ERRORS}>:-Werror>)
 target_include_directories(ovrel_flags INTERFACE "${PROJECT_SOURCE_DIR}")
 if(OVREL_RELEASE)
-  # Where a program was built does not show in it, so that the same sources give the same bytes.
+  # Where a program was built does not show in it, so that the same sources give the same bytes; ccache writes names
+  # relative to the build folder.
+  file(RELATIVE_PATH ovrel_source_from_build "${PROJECT_BINARY_DIR}" "${PROJECT_SOURCE_DIR}/CMakeLists.txt")
+  cmake_path(GET ovrel_source_from_build PARENT_PATH ovrel_source_from_build)
   target_compile_options(ovrel_flags INTERFACE
-    "-ffile-prefix-map=${PROJECT_BINARY_DIR}=build" "-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.")
+    "-ffile-prefix-map=${PROJECT_BINARY_DIR}=build" "-ffile-prefix-map=${PROJECT_SOURCE_DIR}=."
+    "-ffile-prefix-map=${ovrel_source_from_build}=.")
 endif()
 
 if(OVREL_SANITIZERS)
