@@ -7,8 +7,6 @@
 #include <QScrollArea>
 #include <QScrollBar>
 
-#include <algorithm>
-
 namespace ovrel {
 
 namespace {
@@ -55,8 +53,8 @@ void UpdateDetail::setText(const QString& text) {
 }
 
 int UpdateDetail::heightForWidth(int width) const {
-    const int text = text_->heightForWidth(width - around.left() - around.right());
-    return std::min(greatestHeight, text + around.top() + around.bottom());
+    const int edges = around.top() + around.bottom();
+    return text_->heightOfWholeLines(width - around.left() - around.right(), greatestHeight - edges) + edges;
 }
 
 QSize UpdateDetail::sizeHint() const {
@@ -79,7 +77,12 @@ void UpdateDetail::changeEvent(QEvent* event) {
 }
 
 void UpdateDetail::resizeEvent(QResizeEvent* /*event*/) {
-    area_->setGeometry(rect().marginsRemoved(around));
+    // Where it scrolls it ends with a whole line: half of one is hard to read and looks like an error.
+    QRect inside = rect().marginsRemoved(around);
+    if (text_->heightForWidth(inside.width()) > inside.height()) {
+        inside.adjust(0, 0, 0, -padding.bottom());
+    }
+    area_->setGeometry(inside);
 }
 
 void UpdateDetail::paintEvent(QPaintEvent* /*event*/) {

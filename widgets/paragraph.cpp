@@ -56,9 +56,18 @@ void Paragraph::setLineHeight(double lineHeight) {
 }
 
 int Paragraph::heightForWidth(int width) const {
+    return heightWithin(width, std::numeric_limits<double>::infinity());
+}
+
+int Paragraph::heightOfWholeLines(int width, int greatest) const {
+    const QMargins margins = contentsMargins();
+    return heightWithin(width, greatest - margins.top() - margins.bottom());
+}
+
+int Paragraph::heightWithin(int width, double room) const {
     const QMargins margins = contentsMargins();
     QTextLayout layout;
-    const double lines = layOut(layout, std::max(1, width - margins.left() - margins.right()));
+    const double lines = layOut(layout, std::max(1, width - margins.left() - margins.right()), room);
     return static_cast<int>(std::ceil(lines)) + margins.top() + margins.bottom();
 }
 
@@ -84,7 +93,7 @@ void Paragraph::paintEvent(QPaintEvent* /*event*/) {
     layout.draw(&painter, where.topLeft());
 }
 
-double Paragraph::layOut(QTextLayout& layout, double width) const {
+double Paragraph::layOut(QTextLayout& layout, double width, double room) const {
     QString lines = text();
     if (lines.isEmpty())
         return 0.0;
@@ -101,6 +110,9 @@ double Paragraph::layOut(QTextLayout& layout, double width) const {
         line.setLineWidth(width);
         // Whole pixels keep the lines as sharp as each other.
         const double height = std::round(line.height() * lineHeight_);
+        if (top + height > room) {
+            break;
+        }
         line.setPosition(QPointF(0.0, top + std::round((height - line.height()) / 2.0)));
         top += height;
     }

@@ -6,6 +6,7 @@
 #include <QString>
 
 #include <cstdint>
+#include <limits>
 
 class QTextLayout;
 
@@ -30,6 +31,12 @@ public:
     void setLineHeight(double lineHeight);
 
     int heightForWidth(int width) const override;
+
+    /// \param width of the widget, in pixels
+    /// \param greatest height that the widget may have, in pixels
+    /// \return the height, in pixels, that shows the first lines that have room there, each of them whole
+    int heightOfWholeLines(int width, int greatest) const;
+
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
 
@@ -37,9 +44,11 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    /// Breaks the text into lines of this width and puts them one below the other.
-    /// \return the height of all lines, in pixels
-    double layOut(QTextLayout& layout, double width) const;
+    /// Breaks the text into lines of this width and puts them one below the other, as long as they have room.
+    /// \return the height of the lines, in pixels
+    double layOut(QTextLayout& layout, double width, double room = std::numeric_limits<double>::infinity()) const;
+
+    int heightWithin(int width, double room) const;
 
     Role role_;
     double lineHeight_ = 1.0;

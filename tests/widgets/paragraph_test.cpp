@@ -61,6 +61,17 @@ TEST(Paragraph, IsAsHighAsItsLines) {
     }
 }
 
+TEST(Paragraph, KnowsHowHighItsFirstWholeLinesAre) {
+    Paragraph paragraph;
+    paragraph.setText(QStringLiteral("a\nb\nc"));
+    paragraph.setContentsMargins(0, 3, 0, 4);
+    const int line = lineHeightOf(paragraph);
+    EXPECT_EQ(paragraph.heightOfWholeLines(width, 3 * line + 7), 3 * line + 7);
+    EXPECT_EQ(paragraph.heightOfWholeLines(width, 3 * line + 6), 2 * line + 7);
+    EXPECT_EQ(paragraph.heightOfWholeLines(width, 1000), 3 * line + 7);
+    EXPECT_EQ(paragraph.heightOfWholeLines(width, 0), 7);
+}
+
 TEST(Paragraph, GoesOnInTheNextLineInsideOfAWordThatIsTooWide) {
     for (const QString& text : {QString(200, u'W'), QStringLiteral("a ").repeated(200)}) {
         Paragraph paragraph;
