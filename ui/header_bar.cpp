@@ -17,6 +17,7 @@ namespace ovrel {
 namespace {
 
 constexpr int logoSize = 40;
+constexpr int leastPadding = 8; ///< above and below large text
 
 class Logo final : public QWidget {
 public:
@@ -114,7 +115,7 @@ void HeaderBar::setMenu(QMenu* menu) {
 void HeaderBar::setMetrics(int height, int margin, bool compact) {
     compact_ = compact;
     height_ = height;
-    layout()->setContentsMargins(margin, 0, margin, 0);
+    layout()->setContentsMargins(margin, leastPadding, margin, leastPadding);
     fitBadge();
     updateGeometry();
 }
