@@ -20,6 +20,7 @@
 #include <array>
 #include <chrono>
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -61,7 +62,8 @@ std::filesystem::path pathOf(const QString& argument, const CommandLine& line) {
 }
 
 /// The files and folders that the command line names. Most options but those of Qt end the program with their help.
-std::vector<std::filesystem::path> filesOf(const CommandLine& line, const PortableStart& start) {
+/// \param onlyText called before the program ends so
+std::vector<std::filesystem::path> filesOf(const CommandLine& line, const std::function<void()>& onlyText) {
     const QStringList arguments = QCoreApplication::arguments();
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("Converts JPG, PNG, WebP and GIF images to AVIF."));
@@ -74,7 +76,7 @@ std::vector<std::filesystem::path> filesOf(const CommandLine& line, const Portab
                                  QStringLiteral("[files…]"));
     if (!parser.parse(arguments) || parser.isSet(help) || parser.isSet(QStringLiteral("help-all")) ||
         parser.isSet(version)) {
-        start.disregard();
+        onlyText();
     }
     parser.process(arguments);
     std::vector<std::filesystem::path> files;
@@ -97,16 +99,16 @@ void confirm(const PortableStart& start) {
 } // namespace
 
 int main(int argc, char** argv) {
-    PortableStart start(std::string(applicationIdentifier.data(), applicationIdentifier.size()), argv);
-    const QString token = startToken();
     describeProgram();
     const CommandLine line{argc, argv};
-    if (asksForText(line)) {
+    if (asksForText(line)) { // which is no start that could fail
         const QCoreApplication application(argc, argv);
-        filesOf(line, start); // says what was asked for and ends the program
+        filesOf(line, [] {}); // says what was asked for and ends the program
     }
+    PortableStart start(std::string(applicationIdentifier.data(), applicationIdentifier.size()), argv);
+    const QString token = startToken();
     const QApplication application(argc, argv);
-    const std::vector<std::filesystem::path> files = filesOf(line, start);
+    const std::vector<std::filesystem::path> files = filesOf(line, [&start] { start.disregard(); });
     SingleInstance instance(QStringLiteral(OVREL_APPLICATION_ID));
     if (!instance.becomeFirst() && instance.handOver(files, token)) {
         start.disregard();

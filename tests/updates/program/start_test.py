@@ -9,6 +9,7 @@ import signal
 import subprocess
 import sys
 import tempfile
+import time
 import unittest
 
 import installation
@@ -52,6 +53,10 @@ class StartTest(unittest.TestCase):
         said, _ = program.communicate(timeout=LIMIT_SECONDS)
         return program.returncode, said
 
+    def fail_to_start(self):
+        status, _ = self.run_to_its_end(QT_QPA_PLATFORM="none")
+        self.assertLess(status, 0)
+
     def test_confirms_a_window_that_the_installer_has_started(self):
         program = self.start("--relaunched-after-update=2.4")
         self.assertTrue(wait_until(lambda: self.installation.starts() == 1), "no start was counted")
@@ -76,15 +81,34 @@ class StartTest(unittest.TestCase):
         self.assertEqual(self.installation.hidden(), LEFT_BY_AN_UPDATE)
 
     def test_takes_back_a_version_that_shows_no_window(self):
-        def fail():
-            return self.run_to_its_end(QT_QPA_PLATFORM="none")[0]
-
         for starts in [1, 2]:
-            self.assertLess(fail(), 0)
+            self.fail_to_start()
             self.assertEqual(self.installation.starts(), starts)
             self.assertEqual(self.installation.version(), "2.4")
-        fail()
+        self.run_to_its_end(QT_QPA_PLATFORM="none")
         self.assertEqual(self.installation.version(), "2.3")
+
+    def test_takes_nothing_back_for_words_alone(self):
+        self.fail_to_start()
+        self.fail_to_start()
+        for word in ["--version", "--help"]:
+            self.assertEqual(self.run_to_its_end(word)[0], 0)
+        self.assertEqual(self.installation.starts(), 2)
+        self.assertEqual(self.installation.version(), "2.4")
+
+    def test_confirms_a_window_that_is_closed_at_once(self):
+        # Where it is closed before it was painted, the start says nothing, and the user tries again.
+        for seconds_until_close in [0.5, 1, 1.5, 2, 2.5]:
+            program = self.start()
+            self.assertTrue(wait_until(lambda: self.installation.starts() == 1), "no start was counted")
+            time.sleep(seconds_until_close)
+            program.send_signal(signal.SIGTERM)
+            self.assertEqual(program.wait(LIMIT_SECONDS), 0)
+            if not self.installation.hidden():
+                break
+            self.assertEqual(self.installation.starts(), 0)
+        self.assertEqual(self.installation.hidden(), [])
+        self.assertEqual(self.installation.version(), "2.4")
 
     def test_counts_no_start_that_hands_over_to_a_program_elsewhere(self):
         daemon = subprocess.Popen(["dbus-daemon", "--session", "--nofork", "--nopidfile", "--nosyslog",
