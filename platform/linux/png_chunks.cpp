@@ -42,7 +42,7 @@ class ChunkWalk {
 public:
     explicit ChunkWalk(const InputFile& file) : file_(file), reader_(file) {}
 
-    /// \return whether there is another chunk; number(), length() and type() are its own
+    /// \return whether there is another chunk; number() and type() are its own
     bool next() {
         std::array<std::uint8_t, 8> head{};
         reader_.seek(nextChunk_);
@@ -64,7 +64,6 @@ public:
     std::size_t number() const { return number_; } ///< of chunks so far
 
     std::uint32_t type() const { return type_; }
-    std::uint32_t length() const { return length_; }
 
     /// Bytes of the content that lie inside the file.
     std::uint64_t bytesInFile() const {
