@@ -1,10 +1,9 @@
 #include "desktop/taskbar_progress.h"
 #include "tests/desktop/event_loop.h"
 #include "tests/desktop/private_bus.h"
+#include "tests/desktop/taskbar_listener.h"
 
 #include <QDBusConnection>
-#include <QObject>
-#include <QVariantMap>
 
 #include <gmock/gmock.h>
 
@@ -20,28 +19,6 @@ using testing::ElementsAre;
 
 const QString applicationId = QStringLiteral("org.example.Program");
 
-/// Hears what a taskbar would hear.
-class Taskbar : public QObject {
-    Q_OBJECT
-
-public:
-    explicit Taskbar(QDBusConnection bus) {
-        EXPECT_TRUE(bus.connect({}, {}, QStringLiteral("com.canonical.Unity.LauncherEntry"), QStringLiteral("Update"),
-                                this, SLOT(update(QString, QVariantMap))));
-    }
-
-    std::vector<std::string> updates;
-
-private Q_SLOTS:
-    void update(const QString& entry, const QVariantMap& properties) {
-        EXPECT_EQ(entry, QStringLiteral("application://org.example.Program.desktop"));
-        EXPECT_EQ(properties.size(), 2);
-        updates.push_back(properties.value(QStringLiteral("progress-visible")).toBool()
-                              ? properties.value(QStringLiteral("progress")).toString().toStdString()
-                              : "hidden");
-    }
-};
-
 class TaskbarProgressTest : public testing::Test {
 protected:
     void awaitUpdates(std::size_t count) {
@@ -49,7 +26,7 @@ protected:
     }
 
     PrivateBus bus;
-    Taskbar taskbar{bus.connect()};
+    TaskbarListener taskbar{bus.connect(), applicationId};
     QDBusConnection connection = bus.connect();
 };
 
@@ -101,5 +78,3 @@ TEST(TaskbarProgress, IsSilentWhereNoBusIs) {
 } // namespace
 
 } // namespace ovrel::test
-
-#include "taskbar_progress_test.moc"

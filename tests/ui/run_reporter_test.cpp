@@ -1,4 +1,5 @@
 #include "tests/desktop/private_bus.h"
+#include "tests/desktop/taskbar_listener.h"
 #include "tests/ui/controls.h"
 #include "tests/ui/window_fixture.h"
 #include "ui/run_reporter.h"
@@ -16,26 +17,6 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 
 const QString applicationId = QStringLiteral("org.example.Program");
-
-/// Hears what a taskbar would hear.
-class Taskbar : public QObject {
-    Q_OBJECT
-
-public:
-    explicit Taskbar(QDBusConnection bus) {
-        EXPECT_TRUE(bus.connect({}, {}, QStringLiteral("com.canonical.Unity.LauncherEntry"), QStringLiteral("Update"),
-                                this, SLOT(update(QString, QVariantMap))));
-    }
-
-    std::vector<std::string> updates;
-
-private Q_SLOTS:
-    void update(const QString& /*entry*/, const QVariantMap& properties) {
-        updates.push_back(properties.value(QStringLiteral("progress-visible")).toBool()
-                              ? properties.value(QStringLiteral("progress")).toString().toStdString()
-                              : "hidden");
-    }
-};
 
 class RunReporterTest : public testing::Test {
 protected:
@@ -78,7 +59,7 @@ protected:
     PrivateBus bus;
     BusCalls calls;
     FakeService service{bus, QStringLiteral("org.freedesktop.Notifications"), calls};
-    Taskbar taskbar{bus.connect()};
+    TaskbarListener taskbar{bus.connect(), applicationId};
     QDBusConnection connection = bus.connect();
     QWidget other;
     WindowFixture fixture;
@@ -168,5 +149,3 @@ TEST_F(RunReporterTest, TellsWhenTheNotificationIsChosen) {
 } // namespace
 
 } // namespace ovrel::test
-
-#include "run_reporter_test.moc"
