@@ -1,5 +1,6 @@
 #include "tests/ui/scenes.h"
 
+#include "conversion/errors.h"
 #include "platform/file_error.h"
 #include "tests/support/avif_writer.h"
 #include "tests/ui/window_fixture.h"
@@ -154,9 +155,7 @@ void runTo(WindowFixture& fixture, qint64 count) {
             fixture.services.conversions->fail(
                 std::make_exception_ptr(FileError(FileError::writeNoPermission, item.url)));
         } else if (done == 6) {
-            fixture.services.failToConvert("Не удалось записать изображение на диск: " + item.url.filename().string(),
-                                           "The image could not be written to the disk: " +
-                                               item.url.filename().string());
+            fixture.services.conversions->fail(std::make_exception_ptr(damagedImageError()));
         } else {
             fixture.services.convert(item.url.stem().string() + ".avif", item.isGIF());
         }
