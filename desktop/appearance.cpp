@@ -90,6 +90,8 @@ Appearance::Appearance(QObject* parent) : Appearance(QDBusConnection::sessionBus
 Appearance::Appearance(QDBusConnection bus, int patience, QObject* parent, std::function<QPalette()> palette)
     : QObject(parent), bus_(std::move(bus)), palette_(std::move(palette)) {
     paletteScheme_ = colorSchemeOf(palette_());
+    // The bus takes no slot whose types Qt has not met by their names yet.
+    qRegisterMetaType<QDBusVariant>();
     // Listening comes first, so that no change is missed between an answer and the first signal.
     bus_.connect(portalService(), portalPath(), settingsInterface(), QStringLiteral("SettingChanged"), this,
                  SLOT(takeChange(QString, QString, QDBusVariant)));

@@ -29,6 +29,8 @@ namespace {
 constexpr QSize smallest(930, 690);
 constexpr QSize usual(1080, 780);
 constexpr int alertIcon = 40;
+constexpr int alertTextWidth = 320; ///< at least
+constexpr QMargins alertMargins(24, 24, 24, 24);
 
 /// Where there is little room, everything comes closer together.
 struct Measures {
@@ -126,6 +128,7 @@ void ContentView::resizeEvent(QResizeEvent* event) {
 void ContentView::changeEvent(QEvent* event) {
     if (event->type() == QEvent::StyleChange) {
         arrange();
+        takeAlertTexts(); // its sign has the colour of the theme
     }
     QWidget::changeEvent(event);
 }
@@ -232,8 +235,11 @@ void ContentView::takeAlertTexts() {
         label->setTextFormat(Qt::PlainText);
         if (label->text() == title) {
             label->setFont(fontOf(TextStyle::section));
+        } else if (!label->text().isEmpty()) {
+            label->setMinimumWidth(alertTextWidth);
         }
     }
+    alert_->layout()->setContentsMargins(alertMargins);
 }
 
 } // namespace ovrel

@@ -51,6 +51,8 @@ FooterBar::FooterBar(Model& model, const BannerModel& banner, LinkOpener openLin
     work_->addWidget(buttonArea());
     row_ = new QHBoxLayout(this);
     row_->addLayout(work_, 1);
+    height_ = new QSpacerItem(0, plainHeight);
+    row_->addSpacerItem(height_);
 
     connect(open_, &Button::clicked, this, [this] {
         const std::optional<std::filesystem::path> folder = model_.output();
@@ -80,14 +82,6 @@ void FooterBar::setMetrics(int windowWidth, int margin, bool compact) {
     margin_ = margin;
     compact_ = compact;
     arrange();
-}
-
-QSize FooterBar::sizeHint() const {
-    return QWidget::sizeHint().expandedTo({0, height_});
-}
-
-QSize FooterBar::minimumSizeHint() const {
-    return QWidget::minimumSizeHint().expandedTo({0, height_});
 }
 
 QWidget* FooterBar::statusArea() {
@@ -155,8 +149,9 @@ void FooterBar::takeRun() {
     const bool busy = model_.busy();
     const bool focused = convert_->hasFocus() || stop_->hasFocus();
     convert_->setEnabled(model_.canStart());
-    convert_->setVisible(!busy);
-    stop_->setVisible(busy);
+    // Both at once would need more room, which the window would make and keep.
+    (busy ? convert_ : stop_)->hide();
+    (busy ? stop_ : convert_)->show();
     stop_->setEnabled(!model_.cancelled());
     stop_->setText(model_.t(model_.cancelled() ? QStringLiteral("Останавливаем…") : QStringLiteral("Остановить")));
     stop_->setToolTip(
@@ -164,9 +159,9 @@ void FooterBar::takeRun() {
     if (focused) {
         (busy ? stop_ : convert_)->setFocus();
     }
-    progress_->setVisible(busy);
     progress_->setCounters(model_.completed(), model_.items().size());
-    hint_->setVisible(!busy);
+    (busy ? static_cast<QWidget*>(hint_) : progress_)->hide();
+    (busy ? static_cast<QWidget*>(progress_) : hint_)->show();
     failure_->setVisible(model_.finished() && model_.failures() > 0);
 }
 
@@ -216,10 +211,14 @@ void FooterBar::arrange() {
     buttonRow_->setSpacing(compact_ ? 6 : 10);
     work_->setDirection(stacked ? QBoxLayout::TopToBottom : QBoxLayout::LeftToRight);
     work_->setSpacing(stacked ? 4 : 16);
-    const int vertical = stacked ? 8 : 10;
+    // Below each other they would take the width of what stands above them.
+    work_->setAlignment(buttons_, stacked && compact_ ? Qt::AlignTrailing : Qt::Alignment());
+    constexpr int vertical = 8;
     row_->setContentsMargins(margin_, vertical + 1, margin_, vertical);
     row_->setSpacing(margin_);
-    height_ = view_ != nullptr ? banner.footer : plainHeight;
+    const int height = view_ != nullptr ? banner.footer : plainHeight;
+    height_->changeSize(0, height - 2 * vertical - 1, QSizePolicy::Fixed, QSizePolicy::Minimum);
+    row_->invalidate();
     updateGeometry();
 }
 

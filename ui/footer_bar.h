@@ -7,6 +7,7 @@
 #include <QWidget>
 
 class QBoxLayout;
+class QSpacerItem;
 
 namespace ovrel {
 
@@ -32,9 +33,6 @@ public:
     /// \param compact whether the text is large for that
     void setMetrics(int windowWidth, int margin, bool compact);
 
-    QSize sizeHint() const override;
-    QSize minimumSizeHint() const override;
-
     Button& convert() { return *convert_; }
     Button& stop() { return *stop_; }
 
@@ -57,12 +55,12 @@ private:
     int windowWidth_ = 1080;
     int margin_ = 20;
     bool compact_ = false;
-    int height_ = 72;           ///< at least
     bool announcedRun_ = false; ///< the run that goes on has been announced
 
     BannerView* view_ = nullptr; ///< null while there is no banner
     QBoxLayout* row_ = nullptr;
-    QBoxLayout* work_ = nullptr; ///< status and buttons, side by side or one above the other
+    QSpacerItem* height_ = nullptr; ///< keeps the row as high as designed, at least; it asks nobody else for that
+    QBoxLayout* work_ = nullptr;    ///< status and buttons, side by side or one above the other
     QWidget* status_ = nullptr;
     IconView* failure_ = nullptr;
     ElidedLabel* message_ = nullptr;

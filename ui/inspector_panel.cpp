@@ -85,11 +85,19 @@ InspectorPanel::InspectorPanel(Model& model, QWidget* parent) : QScrollArea(pare
 
 void InspectorPanel::setMetrics(int width, bool dense) {
     width_ = width;
+    dense_ = dense;
     column_->setSpacing(dense ? 8 : 12);
-    sections_->setContentsMargins(14, dense ? 10 : 14, 14, dense ? 7 : 10);
     sections_->setSpacing(dense ? 10 : 14);
     compression_->layout()->setSpacing(dense ? 7 : 10);
+    takeLastSection();
     updateGeometry();
+}
+
+void InspectorPanel::takeLastSection() {
+    const int padding = dense_ ? 10 : 14;
+    // A control has less below it than a text, so that both seem to stand as far from the edge.
+    const int below = compression_->isHidden() ? padding : (dense_ ? 7 : 10);
+    sections_->setContentsMargins(14, padding, 14, below);
 }
 
 // The scroll bar has its room whether it is seen or not: it comes with a height that depends on the width.
@@ -119,7 +127,8 @@ QWidget* InspectorPanel::outputCard() {
     auto* format = new TextLabel(TextStyle::wordmark, TextColor::primary, card);
     format->setText(QStringLiteral("AVIF"));
     output_ = new TextLabel(TextStyle::overline, TextColor::accent, card);
-    outputNote_ = new ElidedLabel(TextStyle::caption, TextColor::secondary, card);
+    outputNote_ = new TextLabel(TextStyle::caption, TextColor::secondary, card);
+    outputNote_->setWordWrap(true);
 
     auto* lines = new QVBoxLayout;
     lines->setSpacing(0);
@@ -260,6 +269,7 @@ void InspectorPanel::takeMode() {
                   : QStringLiteral("Встроенный кодировщик Apple через ImageIO. Альтернативный вариант для сравнения "
                                    "качества и размера файла. Анимированные GIF обрабатываются через libaom.")));
     compression_->setVisible(efficient);
+    takeLastSection();
     takeInformation();
 }
 

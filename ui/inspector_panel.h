@@ -56,13 +56,15 @@ private:
     void takeSpeed();
     void takeOutput();
     void takeInformation();
+    void takeLastSection();
 
     Model& model_;
     int width_ = 328 + 2 * margin;
+    bool dense_ = false;
     QVBoxLayout* column_ = nullptr;
     QVBoxLayout* sections_ = nullptr; ///< of the card
     TextLabel* output_ = nullptr;
-    ElidedLabel* outputNote_ = nullptr;
+    TextLabel* outputNote_ = nullptr;
     TextLabel* qualityTitle_ = nullptr;
     TextLabel* qualityValue_ = nullptr;
     QSlider* quality_ = nullptr;

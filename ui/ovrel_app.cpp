@@ -8,6 +8,7 @@
 #include "updates/update_commands.h"
 #include "updates/update_manager.h"
 #include "updates/update_panel_window.h"
+#include "widgets/placement.h"
 
 #include <QApplication>
 
@@ -70,6 +71,7 @@ OvrelApp::OvrelApp(Services services) : appearance_(std::move(services.appearanc
 OvrelApp::~OvrelApp() = default;
 
 void OvrelApp::start() {
+    keepWithinScreen(*mainWindow_);
     mainWindow_->show();
 }
 

@@ -25,13 +25,43 @@ namespace {
 constexpr int headHeight = 52;
 constexpr int selectionHeight = 54;
 constexpr int dropInset = 12;
-constexpr int listDropInset = 4;
+constexpr int listDropInset = 4; ///< so that it stays off the texts and buttons that stand there
 constexpr int dropRadius = 10;
+
+void drawDropOutline(QPainter& painter, const QRect& panel, int inset, bool dragged) {
+    QPen pen(dragged ? colors().accent : colors().controlBorder, dragged ? 2 : 1.25);
+    pen.setDashPattern({6 / pen.widthF(), 5 / pen.widthF()});
+    pen.setCapStyle(Qt::FlatCap);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(pen);
+    painter.setBrush(Qt::NoBrush);
+    const double middle = inset + pen.widthF() / 2;
+    painter.drawRoundedRect(QRectF(panel).adjusted(middle, middle, -middle, -middle), dropRadius, dropRadius);
+}
 
 } // namespace
 
+/// Lies over the list and everything else that would interrupt the dashes.
+class QueuePanel::DropOutline final : public QWidget {
+public:
+    explicit DropOutline(QWidget* parent) : QWidget(parent) {
+        setAttribute(Qt::WA_TransparentForMouseEvents);
+        hide();
+    }
+
+protected:
+    void paintEvent(QPaintEvent* /*event*/) override {
+        QPainter painter(this);
+        drawDropOutline(painter, rect(), listDropInset, true);
+    }
+};
+
 QueuePanel::QueuePanel(Model& model, QWidget* parent)
-    : QWidget(parent), model_(model), pages_(new QStackedWidget(this)), dropZone_(new DropZone(model, this)) {
+    : QWidget(parent)
+    , model_(model)
+    , pages_(new QStackedWidget(this))
+    , dropZone_(new DropZone(model, this))
+    , outline_(new DropOutline(this)) {
     setAcceptDrops(true);
     addFiles_ = new QAction(this);
     addFolder_ = new QAction(this);
@@ -184,19 +214,13 @@ void QueuePanel::paintEvent(QPaintEvent* /*event*/) {
     drawRounded(painter, rect(), metrics::cardRadius, mixed(of.surface, of.accentTint, dragShare_),
                 mixed(of.border, of.accentTint, dragShare_));
 
-    const bool dragged = model_.targeted();
-    const bool invites = pages_->currentWidget() == dropZone_ && !model_.scanning();
-    if (!invites && !dragged) {
-        return;
+    if (pages_->currentWidget() == dropZone_ && !model_.scanning()) {
+        drawDropOutline(painter, rect(), dropInset, model_.targeted());
     }
-    QPen pen(dragged ? of.accent : of.controlBorder, dragged ? 2 : 1.25);
-    pen.setDashPattern({6 / pen.widthF(), 5 / pen.widthF()});
-    pen.setCapStyle(Qt::FlatCap);
-    painter.setPen(pen);
-    painter.setBrush(Qt::NoBrush);
-    // Over a list it stays off the texts and buttons that stand there.
-    const double inset = (invites ? dropInset : listDropInset) + pen.widthF() / 2;
-    painter.drawRoundedRect(QRectF(rect()).adjusted(inset, inset, -inset, -inset), dropRadius, dropRadius);
+}
+
+void QueuePanel::resizeEvent(QResizeEvent* /*event*/) {
+    outline_->setGeometry(rect());
 }
 
 void QueuePanel::takeTexts() {
@@ -255,6 +279,8 @@ void QueuePanel::fadeDrag() {
         drag_.setEndValue(target);
         drag_.start();
     }
+    outline_->setVisible(model_.targeted() && pages_->currentWidget() != dropZone_);
+    outline_->raise();
     update();
 }
 

@@ -51,8 +51,11 @@ protected:
     void dragLeaveEvent(QDragLeaveEvent* event) override;
     void dropEvent(QDropEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
+    class DropOutline;
+
     QWidget* listPage();
     QWidget* head(QWidget* page);
     QWidget* selectionBar(QWidget* page);
@@ -65,6 +68,7 @@ private:
     Model& model_;
     QStackedWidget* pages_;
     DropZone* dropZone_;
+    DropOutline* outline_;
     QueueView* list_ = nullptr;
     TextLabel* title_ = nullptr;
     Pill* count_ = nullptr;

@@ -14,4 +14,9 @@ void placeInMiddleOfScreen(QWidget& window) {
     window.move(available.center() - window.rect().center());
 }
 
+void keepWithinScreen(QWidget& window) {
+    constexpr int frame = 40; // a guess: a desktop tells of its frame only once the window is there
+    window.resize(window.size().boundedTo(window.screen()->availableSize() - QSize(0, frame)));
+}
+
 } // namespace ovrel

@@ -10,4 +10,7 @@ namespace ovrel {
 /// desktops place windows themselves. Main thread.
 void placeInMiddleOfScreen(QWidget& window);
 
+/// Makes a window that is not visible no larger than its screen has room for, frame included. Main thread.
+void keepWithinScreen(QWidget& window);
+
 } // namespace ovrel

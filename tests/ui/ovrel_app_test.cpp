@@ -1,11 +1,14 @@
+#include "tests/desktop/fake_portal.h"
 #include "tests/ui/controls.h"
 #include "tests/ui/window_fixture.h"
 #include "ui/about_window.h"
 #include "ui/help_window.h"
 #include "ui/ovrel_app.h"
+#include "ui/theme.h"
 #include "updates/update_panel_window.h"
 
 #include <QApplication>
+#include <QScreen>
 #include <QSignalSpy>
 #include <QTest>
 #include <QTimer>
@@ -13,6 +16,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <chrono>
 #include <functional>
 #include <memory>
@@ -275,6 +279,41 @@ TEST_F(OvrelAppTest, BringsItsWindowForward) {
     EXPECT_TRUE(window().isVisible());
     EXPECT_EQ(qgetenv("XDG_ACTIVATION_TOKEN"), QByteArrayLiteral("token"));
     qunsetenv("XDG_ACTIVATION_TOKEN");
+}
+
+TEST_F(OvrelAppTest, BeginsNoLargerThanTheScreenAllows) {
+    const QSize least = window().content().minimumSizeHint();
+    const QSize available = window().screen()->availableSize();
+    ASSERT_LT(available.width(), window().content().sizeHint().width());
+    EXPECT_EQ(window().width(), std::max(available.width(), least.width()));
+    EXPECT_LT(window().height(), available.height()); // there is a frame, too
+}
+
+TEST(OvrelAppOnADesktop, TakesOnWhatItSaysAboutLooks) {
+    PrivateBus bus;
+    FakePortal portal(bus, {{colorSchemeSetting, 2U}});
+    WindowFixture fixture;
+    constexpr int patience = 60'000;
+    const Theme before = theme();
+    {
+        OvrelApp app{{.content = [&](QWidget&) { return fixture.contentServices(); },
+                      .appearance = std::make_unique<Appearance>(bus.connect(), patience),
+                      .bus = noBus}};
+        app.start();
+        app.openHelp();
+        EXPECT_EQ(theme().scheme, ColorScheme::light);
+        EXPECT_TRUE(theme().animations);
+        const auto ground = [](QWidget& window) { return window.grab().toImage().pixelColor(4, window.height() / 2); };
+        EXPECT_EQ(ground(app.mainWindow()), colors(ColorScheme::light).window);
+
+        portal.change(colorSchemeSetting, wrapped(1U));
+        waitUntil([] { return theme().scheme == ColorScheme::dark; });
+        EXPECT_EQ(ground(app.mainWindow()), colors(ColorScheme::dark).window);
+        portal.change(animationsSetting, wrapped(false));
+        waitUntil([] { return !theme().animations; });
+    }
+    fixture.services.conversions->release();
+    applyTheme(before);
 }
 
 TEST_F(OvrelAppTest, StoresNothingButTheLanguage) {

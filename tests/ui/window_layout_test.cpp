@@ -254,9 +254,10 @@ TEST(WindowMeasures, GivesTheRegionsTheirPlaces) {
         QSize list;
         int inspector;
         int header;
+        int footerWithBanner;
     };
-    for (const Row& row : {Row{{930, 690}, {578, 534}, 308, 60}, Row{{1080, 780}, {696, 600}, 328, 68},
-                           Row{{1600, 1000}, {1172, 812}, 360, 68}}) {
+    for (const Row& row : {Row{{930, 690}, {578, 534}, 308, 60, 96}, Row{{1080, 780}, {696, 600}, 328, 68, 110},
+                           Row{{1600, 1000}, {1172, 812}, 360, 68, 128}}) {
         WindowFixture fixture;
         fixture.window().resize(row.window);
         fixture.show();
@@ -267,6 +268,9 @@ TEST(WindowMeasures, GivesTheRegionsTheirPlaces) {
         EXPECT_EQ(regions[1]->size(), row.list) << row.window.width();
         EXPECT_EQ(regions[2]->width(), row.inspector + 2 * 4) << row.window.width(); // with room for the focus
         EXPECT_EQ(regions[3]->height(), 72) << row.window.width();
+        fixture.answerBanner();
+        settle();
+        EXPECT_EQ(regions[3]->height(), row.footerWithBanner) << row.window.width();
     }
 }
 
@@ -304,6 +308,25 @@ TEST(LargeText, LeavesOutWhatCanBeDoneWithout) {
                 EXPECT_EQ(open.right() < convert.left(), !isTextLarge());
             }
         }
+    }
+}
+
+TEST(LargeText, LeavesTheWindowAsLargeAsItWasBeforeARun) {
+    for (const AppLanguage language : AppLanguage::allCases) {
+        WindowFixture fixture(language);
+        fixture.window().resize(930, 690);
+        fixture.show();
+        fixture.prepare({"a.png"});
+        settle();
+        const QSize before = fixture.window().size();
+        fixture.start();
+        settle();
+        EXPECT_EQ(fixture.window().size(), before);
+        fixture.services.convert();
+        fixture.awaitCompleted(1);
+        fixture.awaitIdle();
+        settle();
+        EXPECT_EQ(fixture.window().size(), before);
     }
 }
 
