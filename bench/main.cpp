@@ -6,6 +6,7 @@
 #include "bench/race.h"
 #include "bench/rivals.h"
 #include "bench/scratch_folder.h"
+#include "bench/table.h"
 #include "conversion/converter.h"
 #include "platform/bitmap.h"
 #include "platform/image_source.h"
@@ -133,30 +134,21 @@ Measurement runProgram(const fs::path& program, const std::vector<fs::path>& pho
     return measureProgram(command);
 }
 
-void printRatio(const Contestant& ours, const Contestant& theirs) {
-    constexpr double mebi = 1024.0 * 1024.0;
-    std::printf("%-34s / %-28s time %5.3f  (%.2f s / %.2f s)  peak memory %.0f / %.0f MiB\n", ours.name.c_str(),
-                theirs.name.c_str(), ours.best->seconds / theirs.best->seconds, ours.best->seconds,
-                theirs.best->seconds, static_cast<double>(ours.best->peakBytes) / mebi,
-                static_cast<double>(theirs.best->peakBytes) / mebi);
-    std::fflush(stdout);
-}
-
 void compareEncoding(const std::vector<fs::path>& photos) {
     constexpr std::array<std::pair<const char*, int>, 3> speeds{
         {{"Fast (8)", 8}, {"Balanced (6)", 6}, {"Thorough (4)", 4}}};
     for (const auto& [name, speed] : speeds) {
         std::vector<Contestant> contestants{
-            {std::string("whole conversion, ") + name, [&, s = speed] { return convertAll(photos, s); }, {}},
+            {std::string("conversion, ") + name, [&, s = speed] { return convertAll(photos, s); }, {}},
             {"bare libavif, same file", [&, s = speed] { return encodeAll(photos, Alpha::premultiplied, s); }, {}},
             {"bare libavif, straight alpha", [&, s = speed] { return encodeAll(photos, Alpha::straight, s); }, {}},
         };
         if (isInstalled("avifenc") && std::all_of(photos.begin(), photos.end(), isReadByAvifenc)) {
-            contestants.push_back({"avifenc", [&, s = speed] { return runAvifenc(photos, s); }, {}});
+            contestants.push_back({"avifenc, same settings", [&, s = speed] { return runAvifenc(photos, s); }, {}});
         }
         race(contestants);
         for (std::size_t i = 1; i < contestants.size(); ++i) {
-            printRatio(contestants[0], contestants[i]);
+            print(rowOf(contestants[0], contestants[i]));
         }
     }
 }
@@ -167,7 +159,7 @@ void compareJobs(const fs::path& program, const std::vector<fs::path>& photos) {
         {"ovrel-cli --jobs 1", [&] { return runProgram(program, photos, 1); }, {}},
     };
     race(contestants);
-    printRatio(contestants[0], contestants[1]);
+    print(rowOf(contestants[0], contestants[1]));
 }
 
 } // namespace
@@ -182,9 +174,11 @@ int main(int count, char** arguments) {
     }
     const std::vector<std::filesystem::path> photos(arguments + 1, arguments + count);
     try {
-        std::printf("%zu photographs at quality 50, %d threads; each ratio is the best of %d rounds that took turns\n",
-                    photos.size(), encoderThreads(), rounds);
+        std::printf("Quality 50, %d threads, photographs: %zu. Each ratio is that of the best of %d rounds that took "
+                    "turns;\nbelow 1, what comes first took less.\n\n",
+                    encoderThreads(), photos.size(), rounds);
         requireSameFile(photos.front());
+        printHead();
         const std::filesystem::path program = std::filesystem::path(arguments[0]).parent_path() / "ovrel-cli";
         compareRivals(program, photos);
         compareEncoding(photos);

@@ -1,19 +1,18 @@
 #include "bench/queue.h"
 
 #include "bench/measure.h"
+#include "bench/race.h"
+#include "bench/table.h"
 #include "model/model.h"
 #include "model/queue_list_model.h"
 #include "updates/update_manager.h"
 
 #include <QCoreApplication>
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
-#include <cstdio>
 #include <functional>
 #include <memory>
-#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -107,7 +106,7 @@ private:
 /// Something done with the list; what comes before start() does not count.
 struct Action {
     const char* name;
-    double linear; ///< the growth that is right
+    int proportion; ///< the ratio that is right
     std::function<void(Session&, const std::function<void()>& start)> run;
 };
 
@@ -151,37 +150,30 @@ const std::vector<Action>& actions() {
     return all;
 }
 
-double fastest(const Action& action, std::size_t items) {
-    constexpr int rounds = 5;
-    double best = 0.0;
-    for (int round = 0; round < rounds; ++round) {
-        const Measurement measurement = measure([&](const std::function<void()>& start) {
-            int count = 1;
-            std::array<char, 6> name{"bench"};
-            std::array<char*, 2> arguments{name.data(), nullptr};
-            const QCoreApplication application(count, arguments.data());
-            // Never taken apart, which would count, because the process ends right after.
-            Session& session = *std::make_unique<Session>(items).release();
-            action.run(session, start);
-        });
-        if (!measurement.succeeded) {
-            throw std::runtime_error(std::string(action.name) + " failed");
-        }
-        best = round == 0 ? measurement.seconds : std::min(best, measurement.seconds);
-    }
-    return best;
+Measurement perform(const Action& action, std::size_t items) {
+    return measure([&](const std::function<void()>& start) {
+        int count = 1;
+        std::array<char, 6> name{"bench"};
+        std::array<char*, 2> arguments{name.data(), nullptr};
+        const QCoreApplication application(count, arguments.data());
+        // Never taken apart, which would count, because the process ends right after.
+        Session& session = *std::make_unique<Session>(items).release();
+        action.run(session, start);
+    });
 }
 
 } // namespace
 
 void compareQueues() {
     for (const Action& action : actions()) {
-        const double few = fastest(action, fewItems);
-        const double many = fastest(action, manyItems);
-        std::printf("%-34s / %-28s time %5.2f  (%.4f s / %.4f s)  in proportion: %.0f\n",
-                    (std::string("list of 100,000, ") + action.name).c_str(), "list of 10,000", many / few, many, few,
-                    action.linear);
-        std::fflush(stdout);
+        std::vector<Contestant> contestants{
+            {std::string("100,000 images, ") + action.name, [&] { return perform(action, manyItems); }, {}},
+            {"10,000 images", [&] { return perform(action, fewItems); }, {}},
+        };
+        race(contestants);
+        TableRow row = rowOf(contestants[0], contestants[1]);
+        row.remark = "in proportion: " + std::to_string(action.proportion);
+        print(row);
     }
 }
 

@@ -11,7 +11,7 @@
 
 namespace ovrel::bench {
 
-inline constexpr int rounds = 3;
+inline constexpr int rounds = 5;
 
 /// One way, and the fastest of its rounds with that round's memory.
 struct Contestant {

@@ -2,13 +2,13 @@
 
 #include "bench/race.h"
 #include "bench/scratch_folder.h"
+#include "bench/table.h"
 
 #include <QProcess>
 #include <QRegularExpression>
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdio>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -121,19 +121,13 @@ void compareRivals(const fs::path& program, const std::vector<fs::path>& photos)
         contestants.push_back({rivals[i].name, [&, i] { return convertAll(rivals[i], photos, outcomes[i]); }, {}});
     }
     race(contestants);
-    std::printf(
-        "\nOther programs at the middle of their scales; below 1.00, ovrel-cli takes less time or fewer bytes.\n"
-        "%-26s %12s %12s %20s\n",
-        "ovrel-cli compared with", "time", "bytes", "SSIM, ours / theirs");
     for (std::size_t i = 1; i < rivals.size(); ++i) {
-        std::printf("%-26s %12.2f %12.2f %10s / %s\n", rivals[i].name.c_str(),
-                    contestants[0].best->seconds / contestants[i].best->seconds,
-                    static_cast<double>(outcomes[0].bytes) / static_cast<double>(outcomes[i].bytes),
-                    inWords(outcomes[0].likeness).c_str(), inWords(outcomes[i].likeness).c_str());
+        TableRow row = rowOf(contestants[0], contestants[i]);
+        row.bytes = static_cast<double>(outcomes[0].bytes) / static_cast<double>(outcomes[i].bytes);
+        row.remark =
+            "SSIM " + inWords(outcomes[0].likeness) + " / " + inWords(outcomes[i].likeness) + ", " + row.remark;
+        print(row);
     }
-    std::printf("%-26s %10.2f s %8.0f KiB\n\n", "ovrel-cli itself", contestants[0].best->seconds,
-                static_cast<double>(outcomes[0].bytes) / 1024.0);
-    std::fflush(stdout);
 }
 
 } // namespace ovrel::bench

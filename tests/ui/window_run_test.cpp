@@ -34,6 +34,26 @@ TEST(MainWindow, ChangesItsLanguageInTheMiddleOfARun) {
     EXPECT_TRUE(shows(fixture.window(), QStringLiteral("Готово: 1 успешно, 1 с ошибками")));
 }
 
+TEST(MainWindow, KeepsNothingOfAHundredRuns) {
+    WindowFixture fixture;
+    fixture.show();
+    fixture.prepare({"a.png", "b.gif"});
+    const auto run = [&] {
+        fixture.start();
+        fixture.services.convert();
+        fixture.services.failToConvert();
+        fixture.awaitIdle();
+        settle();
+    };
+    run();
+    const qsizetype objects = fixture.window().findChildren<QObject*>().size();
+    for (int time = 0; time < 100; ++time) {
+        run();
+    }
+    EXPECT_EQ(fixture.window().findChildren<QObject*>().size(), objects);
+    EXPECT_EQ(fixture.model().completed(), 2);
+}
+
 TEST(MainWindow, EndsAtOnceWhenNothingGoesOn) {
     WindowFixture fixture;
     fixture.show();
