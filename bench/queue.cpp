@@ -172,7 +172,7 @@ void compareQueues() {
         };
         race(contestants);
         TableRow row = rowOf(contestants[0], contestants[1]);
-        row.remark = "in proportion: " + std::to_string(action.proportion);
+        row.remark += ", in proportion: " + std::to_string(action.proportion);
         print(row);
     }
 }

@@ -6,7 +6,7 @@ namespace ovrel::bench {
 
 namespace {
 
-constexpr int whatWidth = 36;
+constexpr int whatWidth = 42;
 constexpr int besideWidth = 30;
 
 std::string inWords(const std::optional<double>& ratio) {
@@ -34,7 +34,7 @@ void print(const TableRow& row) {
 TableRow rowOf(const Contestant& ours, const Contestant& theirs) {
     std::string seconds(32, '\0');
     seconds.resize(static_cast<std::size_t>(
-        std::snprintf(seconds.data(), seconds.size(), "%.2f s / %.2f s", ours.best->seconds, theirs.best->seconds)));
+        std::snprintf(seconds.data(), seconds.size(), "%.3g s / %.3g s", ours.best->seconds, theirs.best->seconds)));
     return {.what = ours.name,
             .beside = theirs.name,
             .time = ours.best->seconds / theirs.best->seconds,
