@@ -8,16 +8,22 @@
 cmake_minimum_required(VERSION 3.25)
 include("${CMAKE_CURRENT_LIST_DIR}/../bundled.cmake")
 
-set(plugin_folders
-  iconengines imageformats platforminputcontexts platforms platformthemes tls wayland-decoration-client
-  wayland-graphics-integration-client wayland-shell-integration)
-# Toolkits of other desktops, displays that no desktop has, and formats that Ovrel shows no icon in.
-set(unwanted_plugins
-  "/libq(gtk3|eglfs|linuxfb|vkkhrdisplay|vnc|minimal|minimalegl)[.]so|/imageformats/(.*)(gif|ico|jpeg|tiff|webp|pdf)[.]so")
+# The same on every computer, whatever plug-ins that has beside them: pictures in SVG, X11, Wayland, none of both, input
+# methods, TLS. Newer Qt has one plug-in for Wayland where older has two. Themes that are plug-ins would bring other
+# toolkits with them; those of GNOME and KDE are in Qt itself.
+set(wanted_plugins
+  iconengines/libqsvgicon imageformats/libqsvg
+  platforms/libqxcb platforms/libqwayland* platforms/libqoffscreen
+  platforminputcontexts/libcomposeplatforminputcontextplugin platforminputcontexts/libibusplatforminputcontextplugin
+  tls/libqopensslbackend tls/libqcertonlybackend
+  wayland-decoration-client/libbradient wayland-graphics-integration-client/libqt-plugin-wayland-egl
+  wayland-shell-integration/libxdg-shell)
 set(plugins "")
-foreach(folder IN LISTS plugin_folders)
-  file(GLOB found "${QT_PLUGINS}/${folder}/*.so")
-  list(FILTER found EXCLUDE REGEX "${unwanted_plugins}")
+foreach(wanted IN LISTS wanted_plugins)
+  file(GLOB found "${QT_PLUGINS}/${wanted}.so")
+  if(NOT found)
+    message(FATAL_ERROR "Qt has no plug-in ${QT_PLUGINS}/${wanted}.so, without which the package would not work everywhere.")
+  endif()
   list(APPEND plugins ${found})
 endforeach()
 
