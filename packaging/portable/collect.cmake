@@ -36,12 +36,25 @@ foreach(name ssl crypto)
   list(APPEND loaded_by_name "${${name}}")
 endforeach()
 
+# libheif loads its codecs from a folder, too, where they are not a part of it.
+cmake_path(GET ssl PARENT_PATH system_libraries)
+set(heif_plugins "")
+if(IS_DIRECTORY "${system_libraries}/libheif/plugins")
+  foreach(codec aomenc aomdec libde265)
+    set(plugin "${system_libraries}/libheif/plugins/libheif-${codec}.so")
+    if(NOT EXISTS "${plugin}")
+      message(FATAL_ERROR "libheif has no plug-in ${plugin}, without which the package would not know every picture.")
+    endif()
+    list(APPEND heif_plugins "${plugin}")
+  endforeach()
+endif()
+
 set(runtime
   "^ld-linux.*" "^libc[.]so" "^libm[.]so" "^libmvec" "^libpthread" "^libdl[.]so" "^librt[.]so" "^libresolv" "^libutil[.]"
   "^libgcc_s" "^libstdc[+][+]" "^libatomic" "^linux-vdso" "^libnss_")
 file(GET_RUNTIME_DEPENDENCIES
   EXECUTABLES ${programs}
-  LIBRARIES ${plugins} ${loaded_by_name}
+  LIBRARIES ${plugins} ${heif_plugins} ${loaded_by_name}
   PRE_EXCLUDE_REGEXES ${runtime}
   RESOLVED_DEPENDENCIES_VAR libraries
   UNRESOLVED_DEPENDENCIES_VAR missing)
@@ -53,6 +66,9 @@ list(REMOVE_DUPLICATES libraries)
 list(SORT libraries)
 
 ovrel_bundle("${ROOT}" lib ${libraries})
+if(heif_plugins)
+  ovrel_bundle("${ROOT}" lib/libheif ${heif_plugins})
+endif()
 foreach(plugin IN LISTS plugins)
   file(RELATIVE_PATH name "${QT_PLUGINS}" "${plugin}")
   get_filename_component(folder "${name}" DIRECTORY)
