@@ -35,7 +35,7 @@ describe_bundled() {
         <"$root/bundled-files.txt" >"$folder/ovrel.spdx.json"
 }
 
-# packages_bundled ROOT: the packages that bundled files come from, one a line.
+# packages_bundled ROOT: the packages that bundled files and code in the programs come from, one a line.
 packages_bundled() { cut -d ' ' -f 2 "$1/bundled-files.txt" | LC_ALL=C sort -u; }
 
 # One directory that runs from wherever it is unpacked, and its archive.
@@ -49,7 +49,8 @@ package_portable() {
     install_programs "$root"
     cmake --install build/release --prefix "$root" --strip --component portable >/dev/null
     cmake -D ROOT="$PWD/$root" -D QT_PLUGINS="$(qmake6 -query QT_INSTALL_PLUGINS)" \
-        -D QT_TRANSLATIONS="$(qmake6 -query QT_INSTALL_TRANSLATIONS)" -P packaging/portable/collect.cmake
+        -D QT_TRANSLATIONS="$(qmake6 -query QT_INSTALL_TRANSLATIONS)" -D COMPILER="$(build_value CMAKE_CXX_COMPILER)" \
+        -P packaging/portable/collect.cmake
     for owner in $(packages_bundled "$root"); do
         cp "/usr/share/doc/$owner/copyright" "$root/share/licenses/$owner"
     done
@@ -80,7 +81,7 @@ package_deb() {
         ln -s "../lib/ovrel/bin/$program" "$usr/bin/$program"
     done
     say apt >"$programs/bin/managed-by"
-    cmake -D ROOT="$programs" -P packaging/deb/collect.cmake
+    cmake -D ROOT="$programs" -D COMPILER="$(build_value CMAKE_CXX_COMPILER)" -P packaging/deb/collect.cmake
     strip --strip-unneeded "$programs"/lib/*
     describe_bundled "$programs" ../../share/doc/ovrel
     write_debian_documents "$documents" "$(packages_bundled "$programs")" "$release"
@@ -132,7 +133,7 @@ write_debian_documents() {
         printf '%s\n\n' Ovrel
         cat LICENSE
         for owner in $2; do
-            printf '\n\n%s\n\n' "Files from the package $owner in /usr/lib/ovrel/lib:"
+            printf '\n\n%s\n\n' "What is of the package $owner in /usr/lib/ovrel:"
             cat "/usr/share/doc/$owner/copyright"
         done
     } >"$folder/copyright"

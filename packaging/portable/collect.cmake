@@ -1,8 +1,8 @@
 # Copies into a portable directory what its programs need: shared libraries, Qt's plug-ins and Qt's texts in Russian.
 #
-#   cmake -D ROOT=DIRECTORY -D QT_PLUGINS=DIRECTORY -D QT_TRANSLATIONS=DIRECTORY -P collect.cmake
+#   cmake -D ROOT=DIRECTORY -D QT_PLUGINS=DIRECTORY -D QT_TRANSLATIONS=DIRECTORY -D COMPILER=PROGRAM -P collect.cmake
 #
-# ROOT holds bin/ with the programs. The C and C++ runtimes, the kernel's interface and graphics drivers stay the
+# ROOT holds bin/ with the programs, which that compiler made. The C and C++ runtimes, the kernel's interface and graphics drivers stay the
 # system's; so do fonts.
 
 cmake_minimum_required(VERSION 3.25)
@@ -75,6 +75,7 @@ foreach(plugin IN LISTS plugins)
   ovrel_bundle("${ROOT}" "plugins/${folder}" "${plugin}")
 endforeach()
 ovrel_bundle("${ROOT}" translations "${QT_TRANSLATIONS}/qtbase_ru.qm")
+ovrel_list_compiled_in("${ROOT}" "${COMPILER}")
 
 list(LENGTH libraries library_count)
 list(LENGTH plugins plugin_count)
