@@ -48,6 +48,7 @@ package_portable() {
     rm -f "$archive"
     install_programs "$root"
     cmake --install build/release --prefix "$root" --strip --component portable >/dev/null
+    packaging/dev/check_hardening.sh "$root"/bin/ovrel{,-cli,-installer}
     cmake -D ROOT="$PWD/$root" -D QT_PLUGINS="$(qmake6 -query QT_INSTALL_PLUGINS)" \
         -D QT_TRANSLATIONS="$(qmake6 -query QT_INSTALL_TRANSLATIONS)" -D COMPILER="$(build_value CMAKE_CXX_COMPILER)" \
         -P packaging/portable/collect.cmake
@@ -76,6 +77,7 @@ package_deb() {
     install_programs "$usr"
     mkdir -p "$programs" "$documents"
     mv "$usr/bin" "$programs/bin"
+    packaging/dev/check_hardening.sh "$programs"/bin/*
     mkdir "$usr/bin"
     for program in ovrel ovrel-cli; do
         ln -s "../lib/ovrel/bin/$program" "$usr/bin/$program"

@@ -15,7 +15,7 @@ import unittest
 SCRIPT = pathlib.Path(__file__).resolve().parents[2] / "packaging" / "bill_of_materials.py"
 
 
-@unittest.skipUnless(shutil.which("dpkg-query") or os.environ.get("CI"), "packages are made where dpkg knows whose files are bundled")
+@unittest.skipUnless(shutil.which("dpkg-query") or os.environ.get("CI"), "only dpkg knows whose files are bundled")
 class BillOfMaterials(unittest.TestCase):
     def setUp(self):
         folder = tempfile.TemporaryDirectory()
