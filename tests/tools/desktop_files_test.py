@@ -50,6 +50,9 @@ class DesktopEntry(unittest.TestCase):
     def test_is_valid(self):
         self.assertEqual(said("desktop-file-validate", self.path), "")
 
+    def test_knows_the_class_of_the_window_under_x11(self):
+        self.assertEqual(entry(self.path)["Desktop Entry"]["StartupWMClass"], "Ovrel")
+
     def test_opens_images_and_folders(self):
         group = entry(self.path)["Desktop Entry"]
         self.assertEqual(group["Exec"], "ovrel %F")
