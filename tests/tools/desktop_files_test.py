@@ -81,6 +81,11 @@ class Metainfo(unittest.TestCase):
                 languages = [child.get(LANGUAGE) for child in texts.iterfind(tag)]
                 self.assertEqual(languages.count(None), languages.count("ru"), f"{texts.tag} {tag}")
 
+    def test_shows_its_pictures_in_both_languages(self):
+        for screenshot in ElementTree.parse(self.path).getroot().iterfind("screenshots/screenshot"):
+            names = {image.get(LANGUAGE): image.text.rsplit("/", 1)[1] for image in screenshot.iterfind("image")}
+            self.assertEqual(names, {None: names[None], "ru": names[None].replace(".png", ".ru.png")})
+
     def test_shows_pictures_that_are_there(self):
         for image in ElementTree.parse(self.path).getroot().iterfind("screenshots/screenshot/image"):
             picture = PROJECT / "docs" / "images" / image.text.rsplit("/", 1)[1]
