@@ -72,14 +72,24 @@ class Metainfo(unittest.TestCase):
         self.assertEqual(component.findtext("id"), APPLICATION_ID)
         self.assertEqual(component.findtext("launchable"), f"{APPLICATION_ID}.desktop")
 
-    def test_tells_the_newest_version_in_both_languages(self):
-        component = ElementTree.parse(self.path).getroot()
-        newest = component.find("releases/release")
-        self.assertEqual(newest.get("version"), said(PROGRAMS / "ovrel-cli", "--version").split()[1])
-        for texts in (component, *component.iterfind("screenshots/screenshot"), newest.find("description")):
-            for tag in {child.tag for child in texts} & {"summary", "caption", "p"}:
+    def test_tells_of_this_version_first_and_of_older_ones_below(self):
+        releases = ElementTree.parse(self.path).getroot().findall("releases/release")
+        versions = [release.get("version") for release in releases]
+        self.assertEqual(versions[0], said(PROGRAMS / "ovrel-cli", "--version").split()[1])
+        numbers = [tuple(map(int, version.split("."))) for version in versions]
+        self.assertEqual(numbers, sorted(set(numbers), reverse=True))
+        for release in releases:
+            self.assertIsNotNone(release.find("description/p"), release.get("version"))
+
+    def test_says_everything_in_both_languages(self):
+        spoken = {"summary", "developer_name", "caption", "p", "li", "keyword"}
+        seen = set()
+        for texts in ElementTree.parse(self.path).getroot().iter():
+            for tag in {child.tag for child in texts} & spoken:
                 languages = [child.get(LANGUAGE) for child in texts.iterfind(tag)]
                 self.assertEqual(languages.count(None), languages.count("ru"), f"{texts.tag} {tag}")
+                seen.add(tag)
+        self.assertEqual(seen, spoken)
 
     def test_shows_its_pictures_in_both_languages(self):
         for screenshot in ElementTree.parse(self.path).getroot().iterfind("screenshots/screenshot"):
