@@ -159,6 +159,22 @@ class Completions(unittest.TestCase):
                 self.assertEqual(self.completed(program, "", folder=folder), {"a folder", "my dawn.JPG"})
             self.assertEqual(self.completed("ovrel-cli", "-o", "", folder=folder), {"a folder"})
 
+    def test_offer_values_behind_an_equals_sign_which_is_a_word_to_bash(self):
+        self.assertEqual(self.completed("ovrel-cli", "--mode", "="), {"efficient", "system"})
+        self.assertEqual(self.completed("ovrel-cli", "--mode", "=", "s"), {"system"})
+        self.assertEqual(self.completed("ovrel-cli", "--quality", "="), set())
+        with tempfile.TemporaryDirectory() as folder:
+            (pathlib.Path(folder) / "results").mkdir()
+            (pathlib.Path(folder) / "dawn.jpg").touch()
+            self.assertEqual(self.completed("ovrel-cli", "--output", "=", folder=folder), {"results"})
+            self.assertEqual(self.completed("ovrel-cli", "--output", "=", "r", folder=folder), {"results"})
+
+    def test_offer_no_file_that_looks_like_an_option(self):
+        with tempfile.TemporaryDirectory() as folder:
+            (pathlib.Path(folder) / "-dawn.jpg").touch()
+            for program in ("ovrel", "ovrel-cli"):
+                self.assertEqual(self.completed(program, "", folder=folder), {"./-dawn.jpg"})
+
 
 if __name__ == "__main__":
     unittest.main(argv=sys.argv[:1])
