@@ -5,8 +5,8 @@ usage: bill_of_materials.py ROOT NAME VERSION MOMENT < LIST
 
 LIST has lines "FILE PACKAGE": a file below ROOT, and the Debian package that it comes from. With a third word,
 "compiled-in", the file is a program of Ovrel's that holds code of the package. MOMENT is when this was made, in seconds
-since 1970. A package's licence is the text that it lays down itself, in full, since the short names in
-such texts are not those of SPDX. Prints the document; the standard is ISO/IEC 5962, at https://spdx.github.io/spdx-spec/.
+since 1970. A package's licence is the text that it lays down itself, in full, since the short names in such texts are
+not those of SPDX. Prints the document; the standard is ISO/IEC 5962, at https://spdx.github.io/spdx-spec/.
 """
 
 import datetime

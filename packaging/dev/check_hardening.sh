@@ -3,8 +3,8 @@
 #
 #   check_hardening.sh PROGRAM…
 #
-# Prints what is missing and fails; binutils' readelf and objdump read the programs. A program that carries its libraries
-# and has lost its symbols does not tell what of it was compiled here, so two guards are not looked for in it.
+# Prints what is missing and fails; binutils' readelf and objdump read the programs. A program that carries its
+# libraries and has lost its symbols does not tell what of it was compiled here, so two guards are not looked for in it.
 set -euo pipefail
 export LC_ALL=C
 
@@ -34,8 +34,8 @@ check_program() {
     check_instructions "$(sed -n 's/^ *Machine: *//p' <<<"$headers")"
 }
 
-# Guards that are instructions. They count where Ovrel's own functions have them, as far as these are known: the libraries
-# in a program have their own.
+# Guards that are instructions. They count where Ovrel's own functions have them, as far as these are known: the
+# libraries in a program have their own.
 check_instructions() {
     local branch
     case $1 in
@@ -44,7 +44,8 @@ check_instructions() {
     *) branch='.*' ;; # no such protection
     esac
     local functions guarded marked all_marked
-    read -r functions guarded marked all_marked < <(objdump --disassemble --no-show-raw-insn "$program" | awk -v branch="$branch" '
+    read -r functions guarded marked all_marked < <(objdump --disassemble --no-show-raw-insn "$program" |
+        awk -v branch="$branch" '
         /^[0-9a-f]+ <.*>:$/ { own = / <_Z[^>]*5ovrel/; functions += own }
         own && /<__stack_chk_fail/ { guarded++ }
         $2 ~ "^(" branch ")$" { all_marked++; marked += own }

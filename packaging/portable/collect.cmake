@@ -1,9 +1,9 @@
 # Copies into a portable directory what its programs need: shared libraries, Qt's plug-ins and Qt's texts in Russian.
 #
-#   cmake -D ROOT=DIRECTORY -D QT_PLUGINS=DIRECTORY -D QT_TRANSLATIONS=DIRECTORY -D COMPILER=PROGRAM -P collect.cmake
+#   cmake -D ROOT=DIRECTORY -D COMPILER=PROGRAM -D QT_PLUGINS=DIRECTORY -D QT_TRANSLATIONS=DIRECTORY -P collect.cmake
 #
-# ROOT holds bin/ with the programs, which that compiler made. The C and C++ runtimes, the kernel's interface and graphics drivers stay the
-# system's; so do fonts.
+# ROOT holds bin/ with the programs, which that compiler made. The C and C++ runtimes, the kernel's interface and
+# graphics drivers stay the system's; so do fonts.
 
 cmake_minimum_required(VERSION 3.25)
 include("${CMAKE_CURRENT_LIST_DIR}/../bundled.cmake")
@@ -22,7 +22,7 @@ set(plugins "")
 foreach(wanted IN LISTS wanted_plugins)
   file(GLOB found "${QT_PLUGINS}/${wanted}.so")
   if(NOT found)
-    message(FATAL_ERROR "Qt has no plug-in ${QT_PLUGINS}/${wanted}.so, without which the package would not work everywhere.")
+    message(FATAL_ERROR "Without the plug-in ${QT_PLUGINS}/${wanted}.so the archive would not work everywhere.")
   endif()
   list(APPEND plugins ${found})
 endforeach()
@@ -43,7 +43,7 @@ if(IS_DIRECTORY "${system_libraries}/libheif/plugins")
   foreach(codec aomenc aomdec libde265)
     set(plugin "${system_libraries}/libheif/plugins/libheif-${codec}.so")
     if(NOT EXISTS "${plugin}")
-      message(FATAL_ERROR "libheif has no plug-in ${plugin}, without which the package would not know every picture.")
+      message(FATAL_ERROR "Without the plug-in ${plugin} the archive would not know every picture.")
     endif()
     list(APPEND heif_plugins "${plugin}")
   endforeach()
