@@ -38,7 +38,7 @@ check_packages() {
     say "Both packages hold what they must, and are the same bytes each time. The archive converts."
 }
 
-package_sums() { (cd build/package && sha256sum "$(portable_name).tar.xz" ./*.deb); }
+package_sums() { sha256sum "build/package/$(portable_name).tar.xz" build/package/*.deb; }
 
 # require_files ROOT PATTERN…
 require_files() {
