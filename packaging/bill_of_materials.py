@@ -3,9 +3,10 @@
 
 usage: bill_of_materials.py ROOT NAME VERSION MOMENT < LIST
 
-LIST has lines "FILE PACKAGE": a file below ROOT, and the Debian package that it comes from. MOMENT is when this was
-made, in seconds since 1970. A package's licence is the text that it lays down itself, in full, since the short names in
-such texts are not those of SPDX. Prints the document; the standard is ISO/IEC 5962, at https://spdx.github.io/spdx-spec/.
+LIST has lines "FILE PACKAGE": a file below ROOT, and the Debian package that it comes from. With a third word,
+"compiled-in", the file is a program of Ovrel's that holds code of the package. MOMENT is when this was made, in seconds
+since 1970. A package's licence is the text that it lays down itself, in full, since the short names in such texts are
+not those of SPDX. Prints the document; the standard is ISO/IEC 5962, at https://spdx.github.io/spdx-spec/.
 """
 
 import datetime
@@ -75,9 +76,10 @@ def licence_text(package):
     return {"licenseId": licence_of(package), "name": f"The licences of {package}", "extractedText": text}
 
 
-def document(root, name, version, moment, owners):
-    """owners: the package of each bundled file"""
-    packages = sorted(set(owners.values()))
+def document(root, name, version, moment, owners, compiled_in):
+    """owners: the package of each bundled file; compiled_in: pairs of a program and a package whose code is in it"""
+    packages = sorted({*owners.values(), *(package for _, package in compiled_in)})
+    programs = sorted({file for file, _ in compiled_in})
     program = {
         "SPDXID": "SPDXRef-package-program",
         "name": name,
@@ -91,13 +93,16 @@ def document(root, name, version, moment, owners):
     relations = [("SPDXRef-DOCUMENT", "DESCRIBES", program["SPDXID"])]
     relations += [(program["SPDXID"], "CONTAINS", identifier("package", package)) for package in packages]
     relations += [(identifier("package", owners[file]), "CONTAINS", identifier("file", file)) for file in sorted(owners)]
+    relations += [(program["SPDXID"], "CONTAINS", identifier("file", file)) for file in programs]
+    relations += [(identifier("file", file), "STATIC_LINK", identifier("package", package))
+                  for file, package in sorted(compiled_in)]
     content = {
         "spdxVersion": "SPDX-2.3",
         "dataLicense": "CC0-1.0",
         "SPDXID": "SPDXRef-DOCUMENT",
         "name": f"{name}-{version}",
         "packages": [program, *map(described_package, packages)],
-        "files": [described_file(root, file) for file in sorted(owners)],
+        "files": [described_file(root, file) for file in sorted({*owners, *programs})],
         "hasExtractedLicensingInfos": [licence_text(package) for package in packages],
         "relationships": [{"spdxElementId": one, "relationshipType": kind, "relatedSpdxElement": other}
                           for one, kind, other in relations],
@@ -113,8 +118,17 @@ def document(root, name, version, moment, owners):
 
 def main():
     root, name, version, moment = sys.argv[1:]
-    owners = dict(line.split() for line in sys.stdin)
-    json.dump(document(pathlib.Path(root), name, version, int(moment), owners), sys.stdout, ensure_ascii=False, indent=1)
+    owners, compiled_in = {}, set()
+    for line in sys.stdin:
+        match line.split():
+            case [file, package]:
+                owners[file] = package
+            case [file, package, "compiled-in"]:
+                compiled_in.add((file, package))
+            case _:
+                sys.exit(f"bill_of_materials.py: no such line is known: {line}")
+    described = document(pathlib.Path(root), name, version, int(moment), owners, compiled_in)
+    json.dump(described, sys.stdout, ensure_ascii=False, indent=1)
     print()
 
 

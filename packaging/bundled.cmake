@@ -1,4 +1,4 @@
-# What packages of Ovrel that carry libraries share: where a library comes from, and saying so.
+# What packages of Ovrel that carry libraries share: where what is not Ovrel's own comes from, and saying so.
 
 # ovrel_owner_of(FILE OUT): the Debian package that a file of this system belongs to; an error when there is none.
 function(ovrel_owner_of file out)
@@ -29,4 +29,33 @@ function(ovrel_bundle root folder)
     ovrel_owner_of("${file}" owner)
     file(APPEND "${root}/bundled-files.txt" "${folder}/${name} ${owner}\n")
   endforeach()
+endfunction()
+
+# ovrel_compiled_in(ROOT PROGRAM FILE…): adds lines "PROGRAM PACKAGE compiled-in" to that list for the packages of these
+# files of this system, whose code is in a program below ROOT. Nothing where the program is not.
+function(ovrel_compiled_in root program)
+  if(NOT EXISTS "${root}/${program}")
+    return()
+  endif()
+  foreach(file IN LISTS ARGN)
+    ovrel_owner_of("${file}" owner)
+    file(APPEND "${root}/bundled-files.txt" "${program} ${owner} compiled-in\n")
+  endforeach()
+endfunction()
+
+# ovrel_list_compiled_in(ROOT COMPILER): what Ovrel's programs in ROOT/bin hold of other projects: headers that are a
+# library of their own, and the C and C++ runtime in the one program that is linked statically.
+function(ovrel_list_compiled_in root compiler)
+  find_file(coroutines NAMES qcorotask.h PATHS /usr/include/qcoro6/qcoro REQUIRED NO_CACHE)
+  find_file(arguments NAMES App.hpp PATHS /usr/include/CLI REQUIRED NO_CACHE)
+  set(runtime "")
+  foreach(name IN ITEMS libc.a libstdc++.a libgcc.a)
+    execute_process(COMMAND "${compiler}" -print-file-name=${name}
+      OUTPUT_VARIABLE file OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+    file(REAL_PATH "${file}" file)
+    list(APPEND runtime "${file}")
+  endforeach()
+  ovrel_compiled_in("${root}" bin/ovrel "${coroutines}")
+  ovrel_compiled_in("${root}" bin/ovrel-cli "${arguments}")
+  ovrel_compiled_in("${root}" bin/ovrel-installer ${runtime})
 endfunction()

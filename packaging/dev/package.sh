@@ -1,12 +1,15 @@
 # Packages for users.
 # Part of ./dev, which reads this file.
 
+. packaging/dev/check_packages.sh
+
 package() {
     case ${1:-} in
     portable) package_portable ;;
     deb) package_deb ;;
+    check) check_packages ;;
     *)
-        say "usage: ./dev package portable | deb"
+        say "usage: ./dev package portable | deb | check"
         exit 2
         ;;
     esac
@@ -35,21 +38,23 @@ describe_bundled() {
         <"$root/bundled-files.txt" >"$folder/ovrel.spdx.json"
 }
 
-# packages_bundled ROOT: the packages that bundled files come from, one a line.
+# packages_bundled ROOT: the packages that bundled files and code in the programs come from, one a line.
 packages_bundled() { cut -d ' ' -f 2 "$1/bundled-files.txt" | LC_ALL=C sort -u; }
 
 # One directory that runs from wherever it is unpacked, and its archive.
 package_portable() {
     require_packages build package
     local name root archive owner
-    name=ovrel-$(project_version)-linux-$(uname -m)
+    name=$(portable_name)
     root=build/package/$name
     archive=build/package/$name.tar.xz
     rm -f "$archive"
     install_programs "$root"
     cmake --install build/release --prefix "$root" --strip --component portable >/dev/null
+    packaging/dev/check_hardening.sh "$root"/bin/ovrel{,-cli,-installer}
     cmake -D ROOT="$PWD/$root" -D QT_PLUGINS="$(qmake6 -query QT_INSTALL_PLUGINS)" \
-        -D QT_TRANSLATIONS="$(qmake6 -query QT_INSTALL_TRANSLATIONS)" -P packaging/portable/collect.cmake
+        -D QT_TRANSLATIONS="$(qmake6 -query QT_INSTALL_TRANSLATIONS)" -D COMPILER="$(build_value CMAKE_CXX_COMPILER)" \
+        -P packaging/portable/collect.cmake
     for owner in $(packages_bundled "$root"); do
         cp "/usr/share/doc/$owner/copyright" "$root/share/licenses/$owner"
     done
@@ -75,16 +80,17 @@ package_deb() {
     install_programs "$usr"
     mkdir -p "$programs" "$documents"
     mv "$usr/bin" "$programs/bin"
+    packaging/dev/check_hardening.sh "$programs"/bin/*
     mkdir "$usr/bin"
     for program in ovrel ovrel-cli; do
         ln -s "../lib/ovrel/bin/$program" "$usr/bin/$program"
     done
     say apt >"$programs/bin/managed-by"
-    cmake -D ROOT="$programs" -P packaging/deb/collect.cmake
+    cmake -D ROOT="$programs" -D COMPILER="$(build_value CMAKE_CXX_COMPILER)" -P packaging/deb/collect.cmake
     strip --strip-unneeded "$programs"/lib/*
     describe_bundled "$programs" ../../share/doc/ovrel
     write_debian_documents "$documents" "$(packages_bundled "$programs")" "$release"
-    depends=$(needed_packages "$programs")
+    depends=$(needed_packages "$programs") || exit
     rm "$programs/bundled-files.txt"
     # Where Debian's zsh looks.
     mv "$usr/share/zsh/site-functions" "$usr/share/zsh/vendor-completions"
@@ -102,26 +108,33 @@ package_deb() {
 
 maintainer() { say "The Ovrel developers <packages@$(build_value OVREL_PUBLISHER_HOST)>"; }
 
+portable_name() { say "ovrel-$(project_version)-linux-$(uname -m)"; }
+
 project_version() { sed -n 's/^project(Ovrel VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt; }
 
 # needed_packages PROGRAMS: the packages that programs and bundled libraries need beside what is bundled, as Debian
 # writes dependencies.
 needed_packages() {
-    local programs=$1 folder owner excluded=()
+    local programs=$1 folder owner depends plugins excluded=()
     for owner in $(packages_bundled "$programs"); do
         excluded+=("-x$owner")
     done
     folder=build/package/dependencies
     mkdir -p "$folder/debian"
     : >"$folder/debian/control"
-    (cd "$folder" && dpkg-shlibdeps -O --ignore-missing-info "${excluded[@]}" "$programs"/bin/ovrel* "$programs"/lib/* \
-        2>/dev/null) | sed -n 's/^shlibs:Depends=//p' | sed "s/\$/$(heif_plugins | sed 's/./, &/')/"
+    # Its warnings are about files that no package has installed, as is the case here.
+    (cd "$folder" && dpkg-shlibdeps -O --ignore-missing-info "${excluded[@]}" "$programs"/bin/ovrel* \
+        "$programs"/lib/*) >"$folder/found" 2>"$folder/said" || fail "$(cat "$folder/said")"
+    depends=$(sed -n 's/^shlibs:Depends=//p' "$folder/found")
+    [ -n "$depends" ] || fail "dpkg-shlibdeps finds nothing that the programs need: $(cat "$folder/said")"
+    plugins=$(heif_plugins)
+    say "$depends${plugins:+, $plugins}"
     rm -r "$folder"
 }
 
 # libheif's codecs, which it loads by name, where they are packages of their own; separated by commas.
 heif_plugins() {
-    dpkg-query --show --showformat '${db:Status-Status} ${Package}\n' 'libheif-plugin-*' 2>/dev/null |
+    { dpkg-query --show --showformat '${db:Status-Status} ${Package}\n' 'libheif-plugin-*' 2>/dev/null || true; } |
         sed -nE 's/^installed (libheif-plugin-(aomenc|aomdec|libde265))$/\1/p' | paste -sd, | sed 's/,/, /g'
 }
 
@@ -132,7 +145,7 @@ write_debian_documents() {
         printf '%s\n\n' Ovrel
         cat LICENSE
         for owner in $2; do
-            printf '\n\n%s\n\n' "Files from the package $owner in /usr/lib/ovrel/lib:"
+            printf '\n\n%s\n\n' "What is of the package $owner in /usr/lib/ovrel:"
             cat "/usr/share/doc/$owner/copyright"
         done
     } >"$folder/copyright"

@@ -8,7 +8,7 @@ build_packages=(build-essential cmake ninja-build pkg-config ccache libavif-dev 
     libpng-dev libgif-dev libwebp-dev liblcms2-dev libicu-dev uuid-dev libcli11-dev qt6-base-dev qt6-svg-dev qcoro-qt6-dev
     openssl python3 libsodium-dev libarchive-dev libgtest-dev libgmock-dev dbus-daemon desktop-file-utils appstream)
 lint_packages=(clang clang-tidy)
-package_packages=(lintian qt6-translations-l10n)
+package_packages=(lintian qt6-translations-l10n qt6-wayland)
 shots_packages=(fonts-inter)
 fuzz_packages=(clang libclang-rt-dev llvm)
 # The test of the program from outside: a display, a window manager, the accessibility bus and another decoder.
@@ -17,6 +17,8 @@ desktop_test_packages=(xvfb openbox at-spi2-core python3-gi python3-xlib libheif
 # libheif's AV1 and HEVC are plug-ins, except in Debian 12.
 [ "$system" = "debian 12" ] ||
     build_packages+=(libheif-plugin-aomenc libheif-plugin-aomdec libheif-plugin-libde265 libheif-plugin-x265)
+# So are the plug-ins for SVG of newer Qt.
+case $system in "debian 12" | "ubuntu 24.04") ;; *) package_packages+=(qt6-svg-plugins) ;; esac
 # Version 14 of clang-format judges, where the system has it.
 case $system in "debian 12" | "ubuntu 24.04") lint_packages+=(clang-format-14) ;; esac
 

@@ -1,23 +1,29 @@
 # Copies into a portable directory what its programs need: shared libraries, Qt's plug-ins and Qt's texts in Russian.
 #
-#   cmake -D ROOT=DIRECTORY -D QT_PLUGINS=DIRECTORY -D QT_TRANSLATIONS=DIRECTORY -P collect.cmake
+#   cmake -D ROOT=DIRECTORY -D COMPILER=PROGRAM -D QT_PLUGINS=DIRECTORY -D QT_TRANSLATIONS=DIRECTORY -P collect.cmake
 #
-# ROOT holds bin/ with the programs. The C and C++ runtimes, the kernel's interface and graphics drivers stay the
-# system's; so do fonts.
+# ROOT holds bin/ with the programs, which that compiler made. The C and C++ runtimes, the kernel's interface and
+# graphics drivers stay the system's; so do fonts.
 
 cmake_minimum_required(VERSION 3.25)
 include("${CMAKE_CURRENT_LIST_DIR}/../bundled.cmake")
 
-set(plugin_folders
-  iconengines imageformats platforminputcontexts platforms platformthemes tls wayland-decoration-client
-  wayland-graphics-integration-client wayland-shell-integration)
-# Toolkits of other desktops, displays that no desktop has, and formats that Ovrel shows no icon in.
-set(unwanted_plugins
-  "/libq(gtk3|eglfs|linuxfb|vkkhrdisplay|vnc|minimal|minimalegl)[.]so|/imageformats/(.*)(gif|ico|jpeg|tiff|webp|pdf)[.]so")
+# The same on every computer, whatever plug-ins that has beside them: pictures in SVG, X11, Wayland, none of both, input
+# methods, TLS. Newer Qt has one plug-in for Wayland where older has two. Themes that are plug-ins would bring other
+# toolkits with them; those of GNOME and KDE are in Qt itself.
+set(wanted_plugins
+  iconengines/libqsvgicon imageformats/libqsvg
+  platforms/libqxcb platforms/libqwayland* platforms/libqoffscreen
+  platforminputcontexts/libcomposeplatforminputcontextplugin platforminputcontexts/libibusplatforminputcontextplugin
+  tls/libqopensslbackend tls/libqcertonlybackend
+  wayland-decoration-client/libbradient wayland-graphics-integration-client/libqt-plugin-wayland-egl
+  wayland-shell-integration/libxdg-shell)
 set(plugins "")
-foreach(folder IN LISTS plugin_folders)
-  file(GLOB found "${QT_PLUGINS}/${folder}/*.so")
-  list(FILTER found EXCLUDE REGEX "${unwanted_plugins}")
+foreach(wanted IN LISTS wanted_plugins)
+  file(GLOB found "${QT_PLUGINS}/${wanted}.so")
+  if(NOT found)
+    message(FATAL_ERROR "Without the plug-in ${QT_PLUGINS}/${wanted}.so the archive would not work everywhere.")
+  endif()
   list(APPEND plugins ${found})
 endforeach()
 
@@ -30,12 +36,25 @@ foreach(name ssl crypto)
   list(APPEND loaded_by_name "${${name}}")
 endforeach()
 
+# libheif loads its codecs from a folder, too, where they are not a part of it.
+cmake_path(GET ssl PARENT_PATH system_libraries)
+set(heif_plugins "")
+if(IS_DIRECTORY "${system_libraries}/libheif/plugins")
+  foreach(codec aomenc aomdec libde265)
+    set(plugin "${system_libraries}/libheif/plugins/libheif-${codec}.so")
+    if(NOT EXISTS "${plugin}")
+      message(FATAL_ERROR "Without the plug-in ${plugin} the archive would not know every picture.")
+    endif()
+    list(APPEND heif_plugins "${plugin}")
+  endforeach()
+endif()
+
 set(runtime
   "^ld-linux.*" "^libc[.]so" "^libm[.]so" "^libmvec" "^libpthread" "^libdl[.]so" "^librt[.]so" "^libresolv" "^libutil[.]"
   "^libgcc_s" "^libstdc[+][+]" "^libatomic" "^linux-vdso" "^libnss_")
 file(GET_RUNTIME_DEPENDENCIES
   EXECUTABLES ${programs}
-  LIBRARIES ${plugins} ${loaded_by_name}
+  LIBRARIES ${plugins} ${heif_plugins} ${loaded_by_name}
   PRE_EXCLUDE_REGEXES ${runtime}
   RESOLVED_DEPENDENCIES_VAR libraries
   UNRESOLVED_DEPENDENCIES_VAR missing)
@@ -47,12 +66,16 @@ list(REMOVE_DUPLICATES libraries)
 list(SORT libraries)
 
 ovrel_bundle("${ROOT}" lib ${libraries})
+if(heif_plugins)
+  ovrel_bundle("${ROOT}" lib/libheif ${heif_plugins})
+endif()
 foreach(plugin IN LISTS plugins)
   file(RELATIVE_PATH name "${QT_PLUGINS}" "${plugin}")
   get_filename_component(folder "${name}" DIRECTORY)
   ovrel_bundle("${ROOT}" "plugins/${folder}" "${plugin}")
 endforeach()
 ovrel_bundle("${ROOT}" translations "${QT_TRANSLATIONS}/qtbase_ru.qm")
+ovrel_list_compiled_in("${ROOT}" "${COMPILER}")
 
 list(LENGTH libraries library_count)
 list(LENGTH plugins plugin_count)

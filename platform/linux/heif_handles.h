@@ -24,10 +24,9 @@ using HeifImage = std::unique_ptr<heif_image, HeifRelease>;
 using HeifHandle = std::unique_ptr<heif_image_handle, HeifRelease>;
 using HeifNclx = std::unique_ptr<heif_color_profile_nclx, HeifRelease>;
 
-/// Makes libheif's plug-ins known. Lists of codecs are empty before; opening a file does it as well. Any thread.
-inline void loadHeifPlugins() {
-    [[maybe_unused]] static const heif_error loaded = heif_init(nullptr);
-}
+/// Makes libheif's plug-ins known, those of this installation included. Before, lists of codecs are empty, and files
+/// are opened with the system's plug-ins alone. Any thread.
+void loadHeifPlugins();
 
 inline bool succeeded(const heif_error& error) {
     return error.code == heif_error_Ok;

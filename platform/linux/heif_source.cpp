@@ -304,6 +304,7 @@ std::unique_ptr<ImageSource> openHeif(InputFile file) {
     if (derivesTooDeeply(*bytes)) {
         return nullptr;
     }
+    loadHeifPlugins();
     const MemoryWatch memory;
     HeifContext context(heif_context_alloc());
     if (!context) {

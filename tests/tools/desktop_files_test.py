@@ -50,6 +50,9 @@ class DesktopEntry(unittest.TestCase):
     def test_is_valid(self):
         self.assertEqual(said("desktop-file-validate", self.path), "")
 
+    def test_knows_the_class_of_the_window_under_x11(self):
+        self.assertEqual(entry(self.path)["Desktop Entry"]["StartupWMClass"], "Ovrel")
+
     def test_opens_images_and_folders(self):
         group = entry(self.path)["Desktop Entry"]
         self.assertEqual(group["Exec"], "ovrel %F")
@@ -69,14 +72,29 @@ class Metainfo(unittest.TestCase):
         self.assertEqual(component.findtext("id"), APPLICATION_ID)
         self.assertEqual(component.findtext("launchable"), f"{APPLICATION_ID}.desktop")
 
-    def test_tells_the_newest_version_in_both_languages(self):
-        component = ElementTree.parse(self.path).getroot()
-        newest = component.find("releases/release")
-        self.assertEqual(newest.get("version"), said(PROGRAMS / "ovrel-cli", "--version").split()[1])
-        for texts in (component, *component.iterfind("screenshots/screenshot"), newest.find("description")):
-            for tag in {child.tag for child in texts} & {"summary", "caption", "p"}:
+    def test_tells_of_this_version_first_and_of_older_ones_below(self):
+        releases = ElementTree.parse(self.path).getroot().findall("releases/release")
+        versions = [release.get("version") for release in releases]
+        self.assertEqual(versions[0], said(PROGRAMS / "ovrel-cli", "--version").split()[1])
+        numbers = [tuple(map(int, version.split("."))) for version in versions]
+        self.assertEqual(numbers, sorted(set(numbers), reverse=True))
+        for release in releases:
+            self.assertIsNotNone(release.find("description/p"), release.get("version"))
+
+    def test_says_everything_in_both_languages(self):
+        spoken = {"summary", "developer_name", "caption", "p", "li", "keyword"}
+        seen = set()
+        for texts in ElementTree.parse(self.path).getroot().iter():
+            for tag in {child.tag for child in texts} & spoken:
                 languages = [child.get(LANGUAGE) for child in texts.iterfind(tag)]
                 self.assertEqual(languages.count(None), languages.count("ru"), f"{texts.tag} {tag}")
+                seen.add(tag)
+        self.assertEqual(seen, spoken)
+
+    def test_shows_its_pictures_in_both_languages(self):
+        for screenshot in ElementTree.parse(self.path).getroot().iterfind("screenshots/screenshot"):
+            names = {image.get(LANGUAGE): image.text.rsplit("/", 1)[1] for image in screenshot.iterfind("image")}
+            self.assertEqual(names, {None: names[None], "ru": names[None].replace(".png", ".ru.png")})
 
     def test_shows_pictures_that_are_there(self):
         for image in ElementTree.parse(self.path).getroot().iterfind("screenshots/screenshot/image"):
@@ -140,6 +158,22 @@ class Completions(unittest.TestCase):
             for program in ("ovrel", "ovrel-cli"):
                 self.assertEqual(self.completed(program, "", folder=folder), {"a folder", "my dawn.JPG"})
             self.assertEqual(self.completed("ovrel-cli", "-o", "", folder=folder), {"a folder"})
+
+    def test_offer_values_behind_an_equals_sign_which_is_a_word_to_bash(self):
+        self.assertEqual(self.completed("ovrel-cli", "--mode", "="), {"efficient", "system"})
+        self.assertEqual(self.completed("ovrel-cli", "--mode", "=", "s"), {"system"})
+        self.assertEqual(self.completed("ovrel-cli", "--quality", "="), set())
+        with tempfile.TemporaryDirectory() as folder:
+            (pathlib.Path(folder) / "results").mkdir()
+            (pathlib.Path(folder) / "dawn.jpg").touch()
+            self.assertEqual(self.completed("ovrel-cli", "--output", "=", folder=folder), {"results"})
+            self.assertEqual(self.completed("ovrel-cli", "--output", "=", "r", folder=folder), {"results"})
+
+    def test_offer_no_file_that_looks_like_an_option(self):
+        with tempfile.TemporaryDirectory() as folder:
+            (pathlib.Path(folder) / "-dawn.jpg").touch()
+            for program in ("ovrel", "ovrel-cli"):
+                self.assertEqual(self.completed(program, "", folder=folder), {"./-dawn.jpg"})
 
 
 if __name__ == "__main__":

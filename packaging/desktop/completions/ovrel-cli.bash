@@ -1,9 +1,15 @@
 # Completion of ovrel-cli for bash.
 
 _ovrel_cli() {
-    local current=${COMP_WORDS[COMP_CWORD]} choices=
+    local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} choices=
+    # To bash an option, "=" and its value are three words.
+    if [[ $current == = ]]; then
+        current=
+    elif [[ $previous == = ]]; then
+        previous=${COMP_WORDS[COMP_CWORD - 2]}
+    fi
     COMPREPLY=()
-    case ${COMP_WORDS[COMP_CWORD - 1]} in
+    case $previous in
     -o | --output)
         compopt -o filenames
         mapfile -t COMPREPLY < <(compgen -d -- "$current")
@@ -21,8 +27,9 @@ _ovrel_cli() {
     *)
         if [[ $current != -* ]]; then
             compopt -o filenames
-            mapfile -t COMPREPLY < <(compgen -d -- "$current"; compgen -f -- "$current" |
-                grep -iE '\.(jpe?g|png|webp|gif|avif)$')
+            # A name that begins with "-" would be taken for an option.
+            mapfile -t COMPREPLY < <({ compgen -d -- "$current"; compgen -f -- "$current" |
+                grep -iE '\.(jpe?g|png|webp|gif|avif)$'; } | sed 's,^-,./-,')
             return
         fi
         choices='--output --no-recursive --files-from --null --skip-existing --quality --mode --speed --jobs

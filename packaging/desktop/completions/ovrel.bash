@@ -8,7 +8,8 @@ _ovrel() {
         return
     fi
     compopt -o filenames
-    mapfile -t COMPREPLY < <(compgen -d -- "$current"; compgen -f -- "$current" |
-        grep -iE '\.(jpe?g|png|webp|gif|avif)$')
+    # A name that begins with "-" would be taken for an option.
+    mapfile -t COMPREPLY < <({ compgen -d -- "$current"; compgen -f -- "$current" |
+        grep -iE '\.(jpe?g|png|webp|gif|avif)$'; } | sed 's,^-,./-,')
 }
 complete -F _ovrel ovrel

@@ -25,6 +25,7 @@ from x_client import XClient
 PROGRAM, VERSION = sys.argv.pop(1), sys.argv.pop(1)
 PALETTE = [(200, 30, 40), (20, 160, 60), (30, 50, 190), (230, 200, 20)]
 MANY = 1000
+DESKTOP_ENTRY = pathlib.Path(__file__).resolve().parents[3] / "packaging" / "desktop" / "ovrel.desktop.in"
 
 
 class ProgramTest(unittest.TestCase):
@@ -111,6 +112,11 @@ class ProgramTest(unittest.TestCase):
         alert.find("push button", "OK").act("Press")
         program.wait_for(lambda: program.find("alert message") is None, "an alert that closes")
         program.get("label", "Перетащите файлы сюда")
+
+    def test_has_windows_of_the_class_that_its_desktop_entry_names(self):
+        program = self.start()
+        name = program.window.get_wm_class()[1]
+        self.assertIn(f"StartupWMClass={name}\n", DESKTOP_ENTRY.read_text())
 
     def test_takes_what_another_program_drops(self):
         first, second = self.picture("first picture.png"), self.picture("вторая.png")
