@@ -13,7 +13,6 @@
 
 #include <system_error>
 
-#include <fcntl.h>
 #include <unistd.h>
 
 namespace ovrel {
@@ -21,12 +20,6 @@ namespace ovrel {
 namespace {
 
 PortableStart* ofProgram = nullptr;
-
-/// \return that of no folder when there is none any more
-FileIdentity identityOfFolder(const std::filesystem::path& folder) {
-    const FileDescriptor descriptor(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-    return identityOf(descriptor.get()).value_or(FileIdentity());
-}
 
 void reportKept(const KeptFiles& kept) {
     if (!kept.empty()) {
@@ -70,8 +63,8 @@ QString PortableStart::relaunchedOption() {
 void PortableStart::recover(const std::filesystem::path& program, char** arguments) {
     TreeCalls calls;
     // While the lock was waited for, an update may have moved the tree of this program aside.
-    const std::filesystem::path tree = takeInstallationSnapshot(ownSources()).tree;
-    const StartReport report = recoverAtStart(calls, *place_, identityOfFolder(tree), *instance_);
+    tree_ = identityOf(takeInstallationSnapshot(ownSources()).tree).value_or(FileIdentity());
+    const StartReport report = recoverAtStart(calls, *place_, tree_, *instance_);
     for (const KeptFiles& kept : report.kept) {
         reportKept(kept);
     }
@@ -124,7 +117,7 @@ void PortableStart::confirmHealthy(const EngineState& state, const QString& vers
     }
     try {
         TreeCalls calls;
-        reportKept(confirmHealthyStart(calls, *place_));
+        reportKept(confirmHealthyStart(calls, *place_, tree_));
     } catch (const std::system_error& error) {
         qWarning("Updates: %s", error.what()); // the next start goes on
     }

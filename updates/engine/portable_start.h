@@ -41,6 +41,9 @@ public:
     /// The installation's folder; empty unless it is portable.
     const std::filesystem::path& directory() const { return directory_; }
 
+    /// The installation's folder itself, whatever its name is by now; of no folder unless it is portable.
+    const FileIdentity& tree() const { return tree_; }
+
     /// The environment as this program found it.
     const std::vector<std::string>& environment() const { return environment_; }
 
@@ -62,6 +65,7 @@ private:
     std::vector<std::string> environment_;
     InstallationVerdict installation_;
     std::filesystem::path directory_;
+    FileIdentity tree_;
     std::optional<InstallationPlace> place_;
     std::optional<InstanceLock> instance_;
     std::optional<std::string> failedVersion_;

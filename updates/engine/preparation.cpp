@@ -8,6 +8,7 @@
 #include "updates/installation/recovery.h"
 #include "updates/installation/running_programs.h"
 
+#include <cerrno>
 #include <span>
 #include <system_error>
 #include <utility>
@@ -18,16 +19,16 @@ namespace {
 
 constexpr QLatin1StringView systemName("linux");
 
-UpdateLock lockFor(const InstallationPlace& place, const EngineState& state) {
+UpdateLock lockFor(const InstallationPlace& place, const UpdaterEnvironment& environment) {
     std::optional<UpdateLock> lock;
     try {
         TreeCalls calls;
-        lock = lockForNewUpdate(calls, place, [&state](const std::string& version) {
-            return state.recordFailed(QString::fromStdString(version));
+        lock = lockForNewUpdate(calls, place, environment.tree, [&environment](const std::string& version) {
+            return environment.state.recordFailed(QString::fromStdString(version));
         });
     } catch (const std::system_error& error) {
         qWarning("Updates: %s", error.what());
-        if (error.code() == std::errc::device_or_resource_busy) {
+        if (error.code() == std::errc::device_or_resource_busy || error.code().value() == ESTALE) {
             throw unfinishedUpdateError();
         }
         throw stagingError();
@@ -75,7 +76,7 @@ Preparation::Preparation(const UpdaterEnvironment& environment, AppcastItem item
     : environment_(environment)
     , item_(std::move(item))
     , place_(placeOf(environment_.directory))
-    , lock_(lockFor(place_, environment_.state))
+    , lock_(lockFor(place_, environment_))
     , received_(std::in_place) {}
 
 void Preparation::receive(QByteArrayView part) {

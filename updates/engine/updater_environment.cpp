@@ -22,6 +22,7 @@ UpdaterEnvironment environmentOf(const PortableStart& start) {
     environment.machine = Machine::thisOne();
     environment.installation = start.installation();
     environment.directory = start.directory();
+    environment.tree = start.tree();
     environment.startEnvironment = start.environment();
     environment.language = [preferences = std::shared_ptr<Preferences>(Preferences::ofUser())] {
         return savedLanguage(*preferences);

@@ -7,6 +7,7 @@
 #include "updates/engine/machine.h"
 #include "updates/engine/portable_start.h"
 #include "updates/engine/public_key.h"
+#include "updates/installation/file_identity.h"
 #include "updates/installation/installation_kind.h"
 
 #include <QString>
@@ -28,6 +29,7 @@ struct UpdaterEnvironment {
     EngineState state;                    ///< what is remembered
     InstallationVerdict installation;     ///< who may change the program's folder
     std::filesystem::path directory;      ///< the program's folder where the installation is portable
+    FileIdentity tree;                    ///< that folder itself, whatever its name is by now
 
     /// The newest version that ever ran from the folder. \return empty for no version
     QString highestVersion() const;

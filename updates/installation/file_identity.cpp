@@ -24,6 +24,10 @@ std::optional<FileIdentity> identityOf(int folder, const std::string& name) {
     return folderIdentity(facts);
 }
 
+std::optional<FileIdentity> identityOf(const std::filesystem::path& folder) {
+    return identityOf(AT_FDCWD, folder.native());
+}
+
 std::optional<FileIdentity> identityOf(int descriptor) {
     struct stat facts = {};
     if (::fstat(descriptor, &facts) != 0) {

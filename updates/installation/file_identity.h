@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
 #include <optional>
 #include <string>
 
@@ -19,6 +20,9 @@ struct FileIdentity {
 /// \param folder an open directory in which `name` is looked up
 /// \return nothing when `name` is no folder; a symbolic link is none
 std::optional<FileIdentity> identityOf(int folder, const std::string& name);
+
+/// The same for a whole path.
+std::optional<FileIdentity> identityOf(const std::filesystem::path& folder);
 
 /// \return nothing when the descriptor is none of a folder
 std::optional<FileIdentity> identityOf(int descriptor);

@@ -119,10 +119,11 @@ KeptFiles removeBeside(TreeCalls& calls, const InstallationPlace& place, const s
     return removeInstalledTree(calls, place.parent(), name, keptFilesName(place));
 }
 
-/// Ends an update whose version has started healthily, unless a program still needs the previous tree: one that came up
-/// in the moment of the exchange.
-KeptFiles finishConfirmed(TreeCalls& calls, const InstallationPlace& place) {
-    if (!otherProgramsOf(openFolder(place.parent(), place.previousName())).empty()) {
+/// Ends an update whose version has started healthily, unless a program still needs the previous tree: this one, one
+/// that came up in the moment of the exchange, or whoever finds no other tree.
+KeptFiles finishConfirmed(TreeCalls& calls, const InstallationPlace& place, const FileIdentity& running) {
+    if (!identityOf(place.parent(), place.name()) || identityOf(place.parent(), place.previousName()) == running ||
+        !otherProgramsOf(openFolder(place.parent(), place.previousName())).empty()) {
         return {};
     }
     KeptFiles kept = removeBeside(calls, place, place.previousName());
@@ -146,6 +147,14 @@ private:
     bool granted_;
 };
 
+/// The tree in place. Throws ESTALE when that is another one than the program came from: what it is not, it can neither
+/// confirm nor replace.
+FileDescriptor openRunning(const InstallationPlace& place, const FileIdentity& running) {
+    FileDescriptor tree = openFolder(place.parent(), place.name());
+    require(identityOf(tree.get()) == running ? 0 : ESTALE, "another tree is in place than this program's");
+    return tree;
+}
+
 /// The start of a version that is not confirmed: the third one that no confirmation came before takes it back.
 std::optional<Journal> countStart(TreeCalls& calls, const InstallationPlace& place, Journal journal,
                                   InstanceLock& instance) {
@@ -162,18 +171,21 @@ std::optional<Journal> countStart(TreeCalls& calls, const InstallationPlace& pla
     return journal;
 }
 
-KeptFiles confirm(TreeCalls& calls, const InstallationPlace& place, Journal journal, int tree) {
+/// \param tree the one in place, from which this program runs
+KeptFiles confirm(TreeCalls& calls, const InstallationPlace& place, Journal journal, const FileDescriptor& tree,
+                  const FileIdentity& running) {
     write(calls, place, journal, JournalState::confirmed);
     removeStaging(place, journal);
-    unmarkTree(calls, tree);
-    return finishConfirmed(calls, place);
+    unmarkTree(calls, tree.get());
+    return finishConfirmed(calls, place, running);
 }
 
 /// Ends an earlier update while programs of the installation run.
-void endEarlier(TreeCalls& calls, const InstallationPlace& place, const RememberFailed& remember) {
+/// \param tree the one in place, from which this program runs
+void endEarlier(TreeCalls& calls, const InstallationPlace& place, const FileDescriptor& tree,
+                const FileIdentity& running, const RememberFailed& remember) {
     std::optional<Journal> journal = readJournal(place);
-    const FileDescriptor tree = openFolder(place.parent(), place.name());
-    if (journal && journal->state == JournalState::exchanging && tree) { // with a tree in place nothing moves there
+    if (journal && journal->state == JournalState::exchanging) { // with a tree in place nothing moves there
         journal = settleExchange(calls, place, std::move(*journal));
     }
     if (!journal) {
@@ -183,11 +195,7 @@ void endEarlier(TreeCalls& calls, const InstallationPlace& place, const Remember
     case JournalState::exchanging:
     case JournalState::undoing: break; // the next start exchanges the trees
     case JournalState::installed:
-    case JournalState::confirmed:
-        if (tree) {
-            static_cast<void>(confirm(calls, place, std::move(*journal), tree.get()));
-        }
-        break;
+    case JournalState::confirmed: static_cast<void>(confirm(calls, place, std::move(*journal), tree, running)); break;
     case JournalState::failed:
         if (remember(journal->version)) {
             removeStaging(place, *journal);
@@ -199,7 +207,7 @@ void endEarlier(TreeCalls& calls, const InstallationPlace& place, const Remember
 }
 
 void finish(TreeCalls& calls, const InstallationPlace& place, const std::optional<Journal>& journal,
-            InstanceLock& instance, StartReport& start) {
+            const FileIdentity& running, InstanceLock& instance, StartReport& start) {
     if (!journal) {
         return;
     }
@@ -216,7 +224,7 @@ void finish(TreeCalls& calls, const InstallationPlace& place, const std::optiona
         }
         break;
     }
-    case JournalState::confirmed: report(start, finishConfirmed(calls, place)); break;
+    case JournalState::confirmed: report(start, finishConfirmed(calls, place, running)); break;
     case JournalState::failed:
         start.failedVersion = journal->version;
         report(start, removeBeside(calls, place, place.failedName()));
@@ -231,26 +239,26 @@ StartReport recoverAtStart(TreeCalls& calls, const InstallationPlace& place, con
     StartReport start;
     if (const std::optional<UpdateLock> lock = UpdateLock::tryAcquire(place)) {
         const std::optional<Journal> journal = settle(calls, place);
-        finish(calls, place, journal, instance, start);
+        finish(calls, place, journal, running, instance, start);
     }
     const std::optional<FileIdentity> inPlace = identityOf(place.parent(), place.name());
     start.restart = inPlace && inPlace != running;
     return start;
 }
 
-KeptFiles confirmHealthyStart(TreeCalls& calls, const InstallationPlace& place) {
+KeptFiles confirmHealthyStart(TreeCalls& calls, const InstallationPlace& place, const FileIdentity& running) {
     const std::optional<UpdateLock> lock = UpdateLock::acquireSoon(place);
     require(lock ? 0 : EBUSY, "an update is at work");
+    const FileDescriptor tree = openRunning(place, running);
     std::optional<Journal> journal = readJournal(place);
-    const FileDescriptor tree = openFolder(place.parent(), place.name());
-    if (!tree || (journal && journal->state != JournalState::installed && journal->state != JournalState::confirmed)) {
+    if (journal && journal->state != JournalState::installed && journal->state != JournalState::confirmed) {
         return {};
     }
     if (journal) {
-        return confirm(calls, place, std::move(*journal), tree.get());
+        return confirm(calls, place, std::move(*journal), tree, running);
     }
     unmarkTree(calls, tree.get());
-    return finishConfirmed(calls, place);
+    return finishConfirmed(calls, place, running);
 }
 
 void discountStart(TreeCalls& calls, const InstallationPlace& place) {
@@ -273,11 +281,12 @@ void forgetFailedVersion(TreeCalls& calls, const InstallationPlace& place, const
 }
 
 std::optional<UpdateLock> lockForNewUpdate(TreeCalls& calls, const InstallationPlace& place,
-                                           const RememberFailed& remember) {
+                                           const FileIdentity& running, const RememberFailed& remember) {
     // An installer that was told to give up still cleans for a moment.
     std::optional<UpdateLock> lock = UpdateLock::acquireSoon(place);
     if (lock) {
-        endEarlier(calls, place, remember);
+        const FileDescriptor tree = openRunning(place, running);
+        endEarlier(calls, place, tree, running, remember);
         require(readJournal(place) ? EBUSY : 0, "an earlier update has not ended");
     }
     return lock;

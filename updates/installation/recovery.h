@@ -51,11 +51,12 @@ StartReport recoverAtStart(TreeCalls& calls, const InstallationPlace& place, con
 
 /// Called when the program has shown its main window and lived on: the new version stays, the previous tree and the
 /// journal go; where a program still runs from that tree, they go at a later start. May take as long as the removal of
-/// a tree does. Without an update it does nothing. Any thread, one at a time. Throws std::system_error; it may be
-/// called again then, and the next start would end what is left.
+/// a tree does. Without an update it does nothing. Any thread, one at a time. Throws std::system_error, ESTALE when
+/// another tree than `running` is in place; it may be called again then, and the next start would end what is left.
 ///
+/// \param running the folder that this program came from
 /// \return what the previous tree held of the user's
-KeptFiles confirmHealthyStart(TreeCalls& calls, const InstallationPlace& place);
+KeptFiles confirmHealthyStart(TreeCalls& calls, const InstallationPlace& place, const FileIdentity& running);
 
 /// Called by a program whose start was counted, and which ends by itself before it has shown its main window: that
 /// start says nothing about the version. Throws std::system_error.
@@ -70,10 +71,12 @@ using RememberFailed = std::function<bool(const std::string& version)>;
 /// The right to begin a new update, for a program that has started healthily. What an earlier update has left is ended
 /// first, as far as that moves no tree below a program; may take as long as the removal of a tree does.
 ///
+/// \param running the folder that this program came from
 /// \return nothing while another update is at work. Throws std::system_error: EBUSY when an earlier one can be ended by
-/// a start of the program alone, or its failed version cannot be remembered
+/// a start of the program alone, or its failed version cannot be remembered; ESTALE when another tree than `running` is
+/// in place
 std::optional<UpdateLock> lockForNewUpdate(TreeCalls& calls, const InstallationPlace& place,
-                                           const RememberFailed& remember);
+                                           const FileIdentity& running, const RememberFailed& remember);
 
 /// What follows is for the holder of the UpdateLock while no program of the installation runs but the caller.
 

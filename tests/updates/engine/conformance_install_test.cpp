@@ -671,6 +671,7 @@ TEST_F(UpdaterInstallationDeathTest, LeavesNothingOnAVolumeThatIsFull) {
         mountMemory(volume, "size=8m");
         std::filesystem::copy(installation(), volume / "ovrel", std::filesystem::copy_options::recursive);
         environment_.directory = volume / "ovrel";
+        environment_.tree = identityOf(environment_.directory).value();
         start();
         std::vector<TarEntry> entries = tree("1.1");
         entries.push_back(tarFile("ovrel-1.1/large", std::string(16U << 20U, 'x')));

@@ -70,6 +70,7 @@ UpdaterTest::UpdaterTest() {
     environment_.state = EngineState(QString::fromStdString((folder_ / "state/updates.json").native()));
     environment_.installation.kind = InstallationKind::portable;
     environment_.directory = installation();
+    environment_.tree = identityOf(environment_.directory).value();
     environment_.language = [] { return AppLanguage::english; };
     environment_.quit = [this] { ++quits_; };
     recorder_.feed = QString::fromUtf8(addressOf(feedTarget).toEncoded());

@@ -109,7 +109,8 @@ TEST(Installer, WaitsForAProgramThatDoesNotQuit) {
     ASSERT_TRUE(program.hasSpoken());
     EXPECT_EQ(PlayedInstallation::versionAt(played.tree()), "2.3");
     TreeCalls calls;
-    EXPECT_FALSE(lockForNewUpdate(calls, played.place(), nullptr)); // the update is the installer's
+    EXPECT_FALSE(lockForNewUpdate(calls, played.place(), identityOf(played.tree()).value(),
+                                  nullptr)); // the update is the installer's
     program.quit();
     waitForAllProcesses();
     EXPECT_EQ(PlayedInstallation::versionAt(played.tree()), "2.4");

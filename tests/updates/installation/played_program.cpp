@@ -86,10 +86,10 @@ int work() {
     return 0;
 }
 
-int play(const std::vector<std::string>& words, const InstallationPlace& place) {
+int play(const std::vector<std::string>& words, const InstallationPlace& place, const FileIdentity& running) {
     const std::string& story = words.at(1);
     TreeCalls calls;
-    std::optional<UpdateLock> lock = lockForNewUpdate(calls, place, [](const std::string&) { return false; });
+    std::optional<UpdateLock> lock = lockForNewUpdate(calls, place, running, [](const std::string&) { return false; });
     if (!lock) {
         return 3;
     }
@@ -150,7 +150,7 @@ int main(int argumentCount, char** arguments) {
     }
 
     const InstallationPlace place(tree);
-    const FileIdentity running = identityOf(place.parent(), tree.filename().native()).value();
+    const FileIdentity running = identityOf(tree).value();
     InstanceLock instance(place);
     TreeCalls calls;
     const StartReport report = recoverAtStart(calls, place, running, instance);
@@ -178,11 +178,11 @@ int main(int argumentCount, char** arguments) {
     }
     if (behaviour != "never confirm") {
         try {
-            confirmHealthyStart(calls, place);
+            confirmHealthyStart(calls, place, running);
         } catch (const std::system_error&) {
             record << "unconfirmed\n"; // an installer waits; the next start goes on
         }
     }
     record.flush();
-    return words.size() >= 5 && words.front() == "--play" ? play(words, place) : 0;
+    return words.size() >= 5 && words.front() == "--play" ? play(words, place, running) : 0;
 }

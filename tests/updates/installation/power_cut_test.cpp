@@ -46,7 +46,7 @@ void takeUpdateBack(TreeCalls& calls, const TestTrees& trees) {
 }
 
 void confirm(TreeCalls& calls, const TestTrees& trees) {
-    confirmHealthyStart(calls, trees.place());
+    confirmHealthyStart(calls, trees.place(), identityOf(trees.tree()).value());
 }
 
 /// A program starts in what the power cut has left: the one in place, or where there is none, the previous one.
@@ -55,7 +55,7 @@ void startOnce(const fs::path& folder) {
     ASSERT_NE(versionAt(tree), "incomplete");
     ASSERT_NE(versionAt(tree), "none");
     const InstallationPlace place(tree);
-    const FileIdentity running = identityOf(place.parent(), tree.filename().native()).value();
+    const FileIdentity running = identityOf(tree).value();
     InstanceLock instance(place);
     TreeCalls calls;
     const StartReport report = recoverAtStart(calls, place, running, instance);
@@ -97,7 +97,7 @@ TEST_P(PowerCutDuring, LeavesOneCompleteTreeAfterTheNextStart) {
         // A start or two later nothing is left over, and it is still the same version.
         TreeCalls real;
         startOnce(restored.path());
-        confirmHealthyStart(real, InstallationPlace(restored / "ovrel"));
+        confirmHealthyStart(real, InstallationPlace(restored / "ovrel"), identityOf(restored / "ovrel").value());
         startOnce(restored.path());
         EXPECT_EQ(versionAt(restored / "ovrel"), version);
         EXPECT_FALSE(fs::exists(restored / "ovrel" / ".update-mark"));

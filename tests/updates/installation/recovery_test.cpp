@@ -21,10 +21,14 @@ using testing::SizeIs;
 
 StartReport startAt(const TestTrees& trees, const fs::path& tree) {
     const InstallationPlace place(tree);
-    const FileIdentity running = identityOf(place.parent(), tree.filename().native()).value();
     InstanceLock instance(place);
     TreeCalls calls;
-    return recoverAtStart(calls, trees.place(), running, instance);
+    return recoverAtStart(calls, trees.place(), identityOf(tree).value(), instance);
+}
+
+KeptFiles confirm(const TestTrees& trees) {
+    TreeCalls calls;
+    return confirmHealthyStart(calls, trees.place(), identityOf(trees.tree()).value());
 }
 
 void installUpdate(const TestTrees& trees) {
@@ -38,8 +42,7 @@ TEST(Recovery, HasNothingToDoWithoutAnUpdate) {
     EXPECT_FALSE(report.restart);
     EXPECT_FALSE(report.failedVersion);
     EXPECT_FALSE(report.awaitsConfirmation);
-    TreeCalls calls;
-    EXPECT_TRUE(confirmHealthyStart(calls, trees.place()).empty());
+    EXPECT_TRUE(confirm(trees).empty());
     EXPECT_THAT(trees.names(), ElementsAre(TestTrees::staging, "ovrel"));
     EXPECT_EQ(versionAt(trees.tree()), "2.3");
 }
@@ -49,8 +52,7 @@ TEST(Recovery, RemovesThePreviousTreeOnlyWhenTheStartWasHealthy) {
     installUpdate(trees);
     EXPECT_TRUE(startAt(trees, trees.tree()).awaitsConfirmation);
     EXPECT_EQ(versionAt(trees.previous()), "2.3");
-    TreeCalls calls;
-    EXPECT_TRUE(confirmHealthyStart(calls, trees.place()).empty());
+    EXPECT_TRUE(confirm(trees).empty());
     EXPECT_THAT(trees.names(), ElementsAre("ovrel"));
     EXPECT_EQ(versionAt(trees.tree()), "2.4");
     EXPECT_FALSE(startAt(trees, trees.tree()).awaitsConfirmation);
@@ -71,7 +73,7 @@ TEST(Recovery, TakesAVersionBackThatDidNotStartTwice) {
     EXPECT_EQ(startAt(trees, trees.tree()).failedVersion, "2.4");
     EXPECT_EQ(startAt(trees, trees.tree()).failedVersion, "2.4");
     TreeCalls calls;
-    EXPECT_TRUE(confirmHealthyStart(calls, trees.place()).empty());
+    EXPECT_TRUE(confirm(trees).empty());
     EXPECT_EQ(startAt(trees, trees.tree()).failedVersion, "2.4");
     forgetFailedVersion(calls, trees.place(), "2.5"); // another one
     EXPECT_EQ(startAt(trees, trees.tree()).failedVersion, "2.4");
@@ -126,10 +128,9 @@ TEST(Recovery, CountsNoStartBesideAProgramThatHoldsNoLock) {
 TEST(Recovery, KeepsThePreviousTreeUntilNoProgramNeedsIt) {
     const TestTrees trees;
     installUpdate(trees);
-    TreeCalls calls;
     {
         const WorkingProgram other(trees.previous());
-        EXPECT_TRUE(confirmHealthyStart(calls, trees.place()).empty());
+        EXPECT_TRUE(confirm(trees).empty());
         EXPECT_EQ(versionAt(trees.previous()), "2.3");
         EXPECT_FALSE(startAt(trees, trees.tree()).awaitsConfirmation);
         EXPECT_EQ(versionAt(trees.previous()), "2.3");
@@ -190,8 +191,7 @@ TEST(Recovery, PutsThePreviousTreeBackIntoAnEmptyPlace) {
         }
         EXPECT_FALSE(startAt(trees, trees.previous()).restart);
         EXPECT_EQ(versionAt(trees.tree()), "2.3");
-        TreeCalls calls;
-        confirmHealthyStart(calls, trees.place());
+        confirm(trees);
         EXPECT_EQ(versionAt(trees.tree()), "2.3");
     }
 }
@@ -199,10 +199,39 @@ TEST(Recovery, PutsThePreviousTreeBackIntoAnEmptyPlace) {
 TEST(Recovery, ConfirmsNothingForATreeThatIsNotInPlace) {
     const TestTrees trees;
     installUpdate(trees);
-    fs::remove_all(trees.tree());
+    const FileIdentity running = identityOf(trees.tree()).value();
+    fs::rename(trees.tree(), trees.path() / "elsewhere");
     TreeCalls calls;
-    confirmHealthyStart(calls, trees.place());
+    EXPECT_THROW(confirmHealthyStart(calls, trees.place(), running), std::system_error);
     EXPECT_EQ(versionAt(trees.previous()), "2.3");
+}
+
+// Where the new program cannot be executed, the previous one runs on from its hidden folder.
+TEST(Recovery, ConfirmsNothingForAProgramOfAnotherTree) {
+    const TestTrees trees;
+    installUpdate(trees);
+    startAt(trees, trees.previous());
+    TreeCalls calls;
+    EXPECT_THROW(confirmHealthyStart(calls, trees.place(), identityOf(trees.previous()).value()), std::system_error);
+    EXPECT_EQ(readJournal(trees.place())->state, JournalState::installed);
+    EXPECT_EQ(versionAt(trees.previous()), "2.3");
+    EXPECT_EQ(versionAt(trees.tree()), "2.4");
+}
+
+TEST(Recovery, NeverRemovesTheTreeThatAsks) {
+    for (const bool isMoved : {false, true}) {
+        const TestTrees trees;
+        installUpdate(trees);
+        Journal journal = readJournal(trees.place()).value();
+        journal.state = JournalState::confirmed;
+        TreeCalls calls;
+        writeJournal(calls, trees.place(), journal);
+        if (isMoved) {
+            fs::rename(trees.tree(), trees.path() / "elsewhere");
+        }
+        EXPECT_EQ(startAt(trees, trees.previous()).restart, !isMoved);
+        EXPECT_EQ(versionAt(trees.previous()), "2.3");
+    }
 }
 
 TEST(Recovery, RemovesNoFolderThatIsNotAnUpdates) {
@@ -224,8 +253,7 @@ TEST(Recovery, KeepsTheUsersFilesAndSaysWhere) {
     const TestTrees trees;
     std::ofstream(trees.tree() / "lib" / "mine.txt") << "mine";
     installUpdate(trees);
-    TreeCalls calls;
-    const KeptFiles kept = confirmHealthyStart(calls, trees.place());
+    const KeptFiles kept = confirm(trees);
     EXPECT_EQ(kept.folder, "ovrel-kept");
     EXPECT_THAT(kept.files, ElementsAre("lib/mine.txt"));
     EXPECT_EQ(contentOf(trees.path() / "ovrel-kept" / "lib" / "mine.txt"), "mine");
@@ -256,13 +284,17 @@ bool cannotRemember(const std::string& /*version*/) {
 }
 
 /// \return 0 when a new update may begin, otherwise the errno of what stands in its way
-int errorOfNewUpdate(const TestTrees& trees, const RememberFailed& remember = cannotRemember) {
+int errorOfNewUpdate(const TestTrees& trees, const fs::path& running, const RememberFailed& remember) {
     try {
         TreeCalls calls;
-        return lockForNewUpdate(calls, trees.place(), remember) ? 0 : EALREADY;
+        return lockForNewUpdate(calls, trees.place(), identityOf(running).value(), remember) ? 0 : EALREADY;
     } catch (const std::system_error& error) {
         return error.code().value();
     }
+}
+
+int errorOfNewUpdate(const TestTrees& trees, const RememberFailed& remember = cannotRemember) {
+    return errorOfNewUpdate(trees, trees.tree(), remember);
 }
 
 TEST(NewUpdate, WaitsForNobodyButAnotherOneAtWork) {
@@ -281,12 +313,20 @@ TEST(NewUpdate, ConfirmsTheVersionThatAsksForIt) {
     EXPECT_FALSE(fs::exists(trees.tree() / treeMarkName));
 }
 
+TEST(NewUpdate, IsRefusedToAProgramOfAnotherTree) {
+    const TestTrees trees;
+    installUpdate(trees);
+    EXPECT_EQ(errorOfNewUpdate(trees, trees.previous(), cannotRemember), ESTALE);
+    EXPECT_EQ(readJournal(trees.place())->state, JournalState::installed);
+    EXPECT_EQ(versionAt(trees.previous()), "2.3");
+}
+
 TEST(NewUpdate, EndsAConfirmationThatWasInterrupted) {
     const TestTrees trees;
     installUpdate(trees);
     TestCalls calls;
     calls.failures[{"remove", 0}] = EIO;
-    EXPECT_THROW(confirmHealthyStart(calls, trees.place()), std::system_error);
+    EXPECT_THROW(confirmHealthyStart(calls, trees.place(), identityOf(trees.tree()).value()), std::system_error);
     ASSERT_EQ(readJournal(trees.place())->state, JournalState::confirmed);
     EXPECT_EQ(errorOfNewUpdate(trees), 0);
     EXPECT_THAT(trees.names(), ElementsAre("ovrel"));

@@ -19,11 +19,6 @@ void writeFile(const fs::path& file, const std::string& content) {
     std::ofstream(file) << content;
 }
 
-FileIdentity identityAt(const fs::path& folder) {
-    const InstallationPlace place(folder);
-    return identityOf(place.parent(), place.name()).value();
-}
-
 } // namespace
 
 void makeTree(const fs::path& tree, const std::string& version) {
@@ -58,8 +53,8 @@ InstallOrder TestTrees::order() const {
     return {.version = "2.4",
             .staging = staging,
             .top = top,
-            .installed = identityAt(tree()),
-            .staged = identityAt(staged())};
+            .installed = identityOf(tree()).value(),
+            .staged = identityOf(staged()).value()};
 }
 
 std::vector<std::string> TestTrees::names() const {

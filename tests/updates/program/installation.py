@@ -44,6 +44,7 @@ class Installation:
     def __init__(self, parent, files):
         self.parent = parent
         self.tree = parent / "ovrel"
+        self.previous = parent / ".ovrel-previous"
         self.program = self.tree / "bin" / "ovrel"
         self._unpack(self.tree, files)
         self.own()
@@ -56,7 +57,7 @@ class Installation:
         (self.parent / ".ovrel-journal").write_text(
             f"ovrel update journal 1\nstate installed\ntoken {TOKEN}\nversion 2.4\n"
             f"staging .ovrel-update-{TOKEN}\ntop ovrel-2.4\nstarts {starts}\nend\n")
-        self.tree.rename(self.parent / ".ovrel-previous")
+        self.tree.rename(self.previous)
         new.rename(self.tree)
         self.own()
 
@@ -74,8 +75,9 @@ class Installation:
             for each in [self.parent, *self.parent.rglob("*")]:
                 os.chown(each, NOBODY, NOBODY, follow_symlinks=False)
 
-    def start(self, *arguments, environment, **options):
-        return subprocess.Popen([self.program, *arguments], env=environment, cwd=self.parent,
+    def start(self, *arguments, environment, program=None, **options):
+        """\param program where another one than the installation's is to be started"""
+        return subprocess.Popen([program or self.program, *arguments], env=environment, cwd=self.parent,
                                 **AS_USER, **options)
 
     def version(self):

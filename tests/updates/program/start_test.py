@@ -40,9 +40,9 @@ class StartTest(unittest.TestCase):
         self.installation = Installation(self.folder / "user", files_of("2.3"))
         self.installation.exchange(files_of("2.4"), starts=0)
 
-    def start(self, *arguments, of=None, **environment):
+    def start(self, *arguments, of=None, by=None, **environment):
         program = (of or self.installation).start(
-            *arguments, environment=self.environment | environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+            *arguments, program=by, environment=self.environment | environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
             stderr=subprocess.STDOUT, text=True)
         self.addCleanup(program.communicate)
         self.addCleanup(program.kill)
@@ -109,6 +109,21 @@ class StartTest(unittest.TestCase):
             self.assertEqual(self.installation.starts(), 0)
         self.assertEqual(self.installation.hidden(), [])
         self.assertEqual(self.installation.version(), "2.4")
+
+    def test_keeps_the_previous_program_where_the_new_one_cannot_be_executed(self):
+        self.installation.program.write_bytes(b"\x7fELF broken")
+        self.installation.own()
+        program = self.start(by=self.installation.previous / "bin" / "ovrel")
+        said = ""
+        while "another tree is in place" not in said:  # the answer to its confirmation
+            line = program.stdout.readline()
+            self.assertTrue(line, said)
+            said += line
+        self.assertEqual(self.installation.hidden(), LEFT_BY_AN_UPDATE)
+        program.send_signal(signal.SIGTERM)
+        program.communicate(timeout=LIMIT_SECONDS)
+        self.assertEqual(program.returncode, 0)
+        self.assertEqual(self.installation.hidden(), LEFT_BY_AN_UPDATE)
 
     def test_counts_no_start_that_hands_over_to_a_program_elsewhere(self):
         daemon = subprocess.Popen(["dbus-daemon", "--session", "--nofork", "--nopidfile", "--nosyslog",
