@@ -131,6 +131,11 @@ int main(int argc, char** argv) {
     const FirstSeconds firstSeconds(app.mainWindow(), beginning);
     QObject::connect(&firstSeconds, &FirstSeconds::over, &app,
                      [&start] { QThreadPool::globalInstance()->start([&start] { confirm(start); }); });
+    QObject::connect(&app.mainWindow(), &MainWindow::leaving, &app, [&] {
+        if (!firstSeconds.isOver()) { // to confirm may take longer than this user waits
+            start.disregard();
+        }
+    });
     app.start();
     app.add(files);
     const int status = QApplication::exec();

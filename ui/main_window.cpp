@@ -29,7 +29,7 @@ void MainWindow::closeEvent(QCloseEvent* event) {
         closesAfterRun_ = true;
         event->ignore();
         return;
-    case Model::Closing::atOnce: leaveAtOnce();
+    case Model::Closing::atOnce: Q_EMIT leaving(); leaveAtOnce();
     }
 }
 

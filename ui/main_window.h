@@ -27,6 +27,8 @@ public:
 Q_SIGNALS:
     /// The window is gone, and with it the program.
     void closed();
+    /// The user does not wait for what is being gathered or converted: the program ends when the slots have returned.
+    void leaving();
 
 protected:
     void closeEvent(QCloseEvent* event) override;

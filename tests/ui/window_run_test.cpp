@@ -5,6 +5,8 @@
 #include <QSignalSpy>
 #include <QSlider>
 
+#include <cstdio>
+
 #include <gtest/gtest.h>
 
 namespace ovrel::test {
@@ -108,7 +110,11 @@ TEST(MainWindow, EndsWithOneRunAlone) {
     EXPECT_TRUE(fixture.window().isVisible());
 }
 
-// These leave without a word to anybody, so each has a process of its own.
+// These end their process, so each has one of its own.
+
+void sayWhenItLeaves(MainWindow& window) {
+    QObject::connect(&window, &MainWindow::leaving, [] { std::fputs("leaving\n", stderr); });
+}
 
 TEST(MainWindowDeathTest, LeavesAtOnceWhenItIsClosedTwiceDuringARun) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
@@ -119,9 +125,10 @@ TEST(MainWindowDeathTest, LeavesAtOnceWhenItIsClosedTwiceDuringARun) {
             fixture.prepare({"a.png"});
             fixture.start();
             fixture.window().close();
+            sayWhenItLeaves(fixture.window());
             fixture.window().close();
         },
-        testing::ExitedWithCode(0), "");
+        testing::ExitedWithCode(0), "leaving");
 }
 
 TEST(MainWindowDeathTest, LeavesAtOnceWhenItIsClosedDuringAScan) {
@@ -131,9 +138,10 @@ TEST(MainWindowDeathTest, LeavesAtOnceWhenItIsClosedDuringAScan) {
             WindowFixture fixture;
             fixture.show();
             fixture.model().add({"/in"});
+            sayWhenItLeaves(fixture.window());
             fixture.window().close();
         },
-        testing::ExitedWithCode(0), "");
+        testing::ExitedWithCode(0), "leaving");
 }
 
 } // namespace

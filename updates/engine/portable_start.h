@@ -55,7 +55,7 @@ public:
     void confirmHealthy(const EngineState& state, const QString& version) const;
 
     /// To be called by a program that ends by itself without a window, because it was asked for words alone or has
-    /// handed its files over: this start is no sign that its version fails.
+    /// handed its files over, or whose user leaves at once: this start is no sign that its version fails.
     void disregard() const;
 
 private:

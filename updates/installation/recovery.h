@@ -58,7 +58,7 @@ StartReport recoverAtStart(TreeCalls& calls, const InstallationPlace& place, con
 /// \return what the previous tree held of the user's
 KeptFiles confirmHealthyStart(TreeCalls& calls, const InstallationPlace& place, const FileIdentity& running);
 
-/// Called by a program whose start was counted, and which ends by itself before it has shown its main window: that
+/// Called by a program whose start was counted, and which ends by itself before confirmHealthyStart() was called: that
 /// start says nothing about the version. Throws std::system_error.
 void discountStart(TreeCalls& calls, const InstallationPlace& place);
 

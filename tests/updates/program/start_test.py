@@ -24,6 +24,17 @@ def files_of(version):
     return installation.files_of(version, PROGRAMS / "ovrel", PROGRAMS / "ovrel-installer", APPLICATION)
 
 
+def reads(program, folder):
+    """Whether the program has the folder open."""
+    for descriptor in pathlib.Path(f"/proc/{program.pid}/fd").iterdir():
+        try:
+            if descriptor.readlink() == folder:
+                return True
+        except FileNotFoundError:  # closed meanwhile
+            pass
+    return False
+
+
 class StartTest(unittest.TestCase):
     def setUp(self):
         self.folder = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory()))
@@ -123,6 +134,24 @@ class StartTest(unittest.TestCase):
         program.send_signal(signal.SIGTERM)
         program.communicate(timeout=LIMIT_SECONDS)
         self.assertEqual(program.returncode, 0)
+        self.assertEqual(self.installation.hidden(), LEFT_BY_AN_UPDATE)
+
+    def test_counts_no_start_that_is_left_while_files_are_gathered(self):
+        folder = self.folder / "many"
+        folder.mkdir()
+        for number in range(2000):
+            (folder / f"{number}.png").touch()
+        # The same folder in many words, which takes longer to gather than any start.
+        words = [f"{folder}{'/.' * number}" for number in range(1, 200)] * 20
+
+        for _ in range(3):
+            program = self.start(*words)
+            self.assertTrue(wait_until(lambda: reads(program, folder)), "nothing is gathered")
+            self.assertEqual(self.installation.starts(), 1)
+            program.send_signal(signal.SIGTERM)
+            self.assertEqual(program.wait(LIMIT_SECONDS), 0)
+            self.assertEqual(self.installation.starts(), 0)
+        self.assertEqual(self.installation.version(), "2.4")
         self.assertEqual(self.installation.hidden(), LEFT_BY_AN_UPDATE)
 
     def test_counts_no_start_that_hands_over_to_a_program_elsewhere(self):
