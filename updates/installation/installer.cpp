@@ -116,6 +116,13 @@ pid_t startInstalled(const InstallationPlace& place, const InstallerOrder& order
                          .environment = cleanEnvironment(environment)});
 }
 
+/// Whether the program in place can be loaded, as far as that shows.
+bool canBeLoaded(const InstallationPlace& place, const InstallerOrder& order,
+                 const std::vector<std::string>& environment) {
+    const pid_t started = startInstalled(place, order, environment, {"--" + std::string(versionOption)});
+    return started <= 0 || waitForEnd(started, order.watchMilliseconds) != ProgramEnd::abnormal;
+}
+
 /// \return whether the previous tree stands in its place again
 bool takeBackUnconfirmed(TreeCalls& calls, const InstallationPlace& place, const std::string& token) {
     const std::optional<UpdateLock> update = UpdateLock::acquireSoon(place);
@@ -209,8 +216,14 @@ void runInstaller(TreeCalls& calls, const InstallationPlace& place, const Instal
         return;
     }
     const auto [journal, hadWindow] = installAlone(calls, place, order, inherited.staging.get());
+    const bool isStarted = wish == Wish::installAndRelaunch && !hadWindow;
+    // A program that cannot be loaded would not count its starts either.
+    const bool isBroken = journal && !isStarted && !canBeLoaded(place, order, environment);
     inherited.lock.close(); // the program looks at what was done as soon as it starts
-    if (wish != Wish::installAndRelaunch || hadWindow) {
+    if (isBroken) {
+        static_cast<void>(takeBackUnconfirmed(calls, place, journal->token));
+    }
+    if (!isStarted) {
         return;
     }
     if (!journal) { // the program was asked to come back, whichever version it is

@@ -23,7 +23,8 @@ struct InstallerInheritance {
 /// this one ends what it began. Should this one be killed, the child goes on. Prints nothing.
 ///
 /// It waits without a limit for everything that runs from the installation. The program is not started again where a
-/// window was opened meanwhile: its user closes it and expects none.
+/// window was opened meanwhile: its user closes it and expects none. Wherever it is not started again, it is asked for
+/// its version, and taken back when it cannot even be loaded.
 void runInstaller(TreeCalls& calls, const InstallationPlace& place, const InstallerOrder& order,
                   InstallerInheritance inherited);
 

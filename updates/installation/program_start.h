@@ -15,6 +15,10 @@ namespace ovrel {
 /// to take it, or none before could be updated to it.
 inline constexpr const char* relaunchedOption = "relaunched-after-update";
 
+/// The option at which a program says its version and ends: without a display, and without a look at updates. Every
+/// version has to take it, or none before could tell whether it can be loaded.
+inline constexpr const char* versionOption = "version";
+
 struct ProgramStart {
     int tree = -1;                        ///< the open folder that holds the program
     std::string program;                  ///< its path in there

@@ -14,7 +14,9 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <sstream>
+#include <string_view>
 #include <system_error>
 #include <thread>
 
@@ -222,6 +224,32 @@ TEST(Installer, LeavesItToTheNextStartsWhenItDoesNotWatch) {
     EXPECT_THAT(played.startedVersions(), ElementsAre("2.3", "2.4", "2.4", "2.4", "2.3"));
     EXPECT_THAT(played.starts().back().all("failed"), ElementsAre("2.4"));
     EXPECT_THAT(namesIn(played.parent()), ElementsAre("ovrel"));
+}
+
+TEST(Installer, TakesBackWhatCannotBeLoadedThoughItStartsNothing) {
+    for (const char* story : {"silent", "relaunch"}) {
+        SCOPED_TRACE(story);
+        PlayedInstallation played(OVREL_INSTALLER);
+        std::ofstream(played.stagingFolder() / "tree" / "ovrel" / "bin" / "ovrel") << "\x7f" << "ELF broken";
+        {
+            const bool isForAWindow = std::string_view(story) == "relaunch"; // which its user closes
+            const std::optional<InstanceLock> window =
+                isForAWindow ? std::make_optional<InstanceLock>(played.place()) : std::nullopt;
+            PlayedProcess program = played.start(story);
+            ASSERT_TRUE(program.hasSpoken());
+            program.quit();
+            if (isForAWindow) {
+                waitUntilAnInstallerWaits(played);
+            }
+        }
+        waitForAllProcesses();
+        EXPECT_EQ(PlayedInstallation::versionAt(played.tree()), "2.3");
+        EXPECT_THAT(played.startedVersions(), ElementsAre("2.3"));
+        EXPECT_EQ(readJournal(played.place())->state, JournalState::failed);
+        played.playToTheEnd();
+        EXPECT_THAT(played.starts().back().all("failed"), ElementsAre("2.4"));
+        EXPECT_THAT(namesIn(played.parent()), ElementsAre("ovrel"));
+    }
 }
 
 TEST(Installer, RefusesAFolderThatTookTheInstallationsPlace) {

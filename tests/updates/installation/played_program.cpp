@@ -126,6 +126,9 @@ int main(int argumentCount, char** arguments) {
     if (words == std::vector<std::string>{"--work"}) {
         return work();
     }
+    if (words == std::vector<std::string>{"--version"}) {
+        return 0;
+    }
     const fs::path tree = fs::read_symlink("/proc/self/exe").parent_path().parent_path();
     const std::string behaviour = contentOf(tree / "behaviour");
     std::ostringstream facts;

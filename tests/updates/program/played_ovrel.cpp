@@ -13,6 +13,7 @@
 #include <QSslConfiguration>
 
 #include <cstdlib>
+#include <string_view>
 
 namespace {
 
@@ -68,6 +69,9 @@ void trustAuthority() {
 } // namespace
 
 int main(int argc, char** argv) {
+    if (argc == 2 && std::string_view(argv[1]) == "--version") {
+        return 0;
+    }
     PortableStart start(std::string(applicationIdentifier.data(), applicationIdentifier.size()), argv);
     const QCoreApplication application(argc, argv);
     log("started: " + application.arguments().sliced(1).join(u' '));
