@@ -309,7 +309,9 @@ class FeedTest(PublishTest):
                 ("bin/ovrel-installer", b"", "is no program"),
                 ("portable-installation", None, "no file portable-installation"),
                 ("portable-installation", b"example.other.Program\n", "does not name example.ovrel.Ovrel"),
-                ("installed-files.txt", None, "no file installed-files.txt")]:
+                ("installed-files.txt", None, "no file installed-files.txt"),
+                ("bin/managed-by", b"apt\n", "a file bin/managed-by,"),
+                ("bin/portable-installation", b"example.ovrel.Ovrel\n", "a file bin/portable-installation,")]:
             with self.subTest(name=name, content=content):
                 self.write_archive(self.manifest(), changes={name: content})
                 self.refuse_to_add(says)

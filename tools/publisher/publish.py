@@ -41,6 +41,9 @@ MANIFEST_LIMIT_BYTES = 65_536
 PROGRAM_NAMES = ["bin/ovrel", "bin/ovrel-installer"]
 MARKER_NAME = "portable-installation"
 LIST_NAME = "installed-files.txt"
+# What it must not have: beside its programs the one says that a packager updates them, the other that their folder is
+# the whole installation.
+MISLEADING_NAMES = ["bin/managed-by", "bin/portable-installation"]
 VERSION_LIMIT_CHARACTERS = 64
 # What comes before the 32 bytes of an Ed25519 key in its DER form (RFC 8410, section 4).
 PUBLIC_KEY_HEADER = bytes.fromhex("302a300506032b6570032100")
@@ -155,7 +158,11 @@ def require_manifest(archive, expected):
 def require_updatable(archive, application):
     """Ovrel would refuse an archive whose version it could not replace by the next one."""
     with tarfile.open(archive) as tar:
-        files = {"/".join(pathlib.PurePosixPath(entry.name).parts[1:]): entry for entry in tar if entry.isreg()}
+        entries = {"/".join(pathlib.PurePosixPath(entry.name).parts[1:]): entry for entry in tar}
+        for name in MISLEADING_NAMES:
+            if name in entries:
+                raise Refusal(f"{archive} has a file {name}, with which Ovrel cannot be updated again.")
+        files = {name: entry for name, entry in entries.items() if entry.isreg()}
         for name in [*PROGRAM_NAMES, MARKER_NAME, LIST_NAME]:
             if name not in files:
                 raise Refusal(f"{archive} has no file {name}, without which Ovrel cannot be updated again.")

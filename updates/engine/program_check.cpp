@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstddef>
 #include <optional>
 
@@ -69,6 +70,12 @@ bool isProgramFor(const Header& header, QStringView name) {
            qFromLittleEndian<quint32>(header.data() + versionAt) == EV_CURRENT;
 }
 
+/// Whether a folder holds something of this name, whatever it is.
+bool has(const FileDescriptor& folder, const char* name) {
+    struct stat facts {};
+    return folder && (::fstatat(folder.get(), name, &facts, AT_SYMLINK_NOFOLLOW) == 0 || errno != ENOENT);
+}
+
 } // namespace
 
 void checkPrograms(int topFolder, QStringView architecture) {
@@ -88,7 +95,10 @@ void checkInstallation(int topFolder, QStringView application) {
     const FileDescriptor marker = openFile(topFolder, portableMarkerName);
     struct stat facts {};
     const bool isListed = list && ::fstat(list.get(), &facts) == 0 && S_ISREG(facts.st_mode) && facts.st_size > 0;
-    if (!isListed || !marker || readFirstLine(marker.get()) != application.toUtf8().toStdString()) {
+    // Beside the programs, these make the installation a packager's, or the folder of programs an installation.
+    const FileDescriptor programs = openFolder(topFolder, programFolder);
+    const bool isMisled = has(programs, packagerMarkerName) || has(programs, portableMarkerName);
+    if (isMisled || !isListed || !marker || readFirstLine(marker.get()) != application.toUtf8().toStdString()) {
         throw installationError(UpdateError(
             SUError::validation, QStringLiteral("В обновлении нет файлов, без которых его нельзя будет обновить."),
             QStringLiteral("The update lacks files without which it could not be updated again.")));

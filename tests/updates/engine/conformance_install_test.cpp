@@ -652,6 +652,15 @@ TEST_F(UpdaterInstallation, RefusesAnArchiveThatWouldBeTheLastUpdate) {
         EXPECT_EQ(recorder_.count(ready[0]), 0);
         EXPECT_TRUE(isUnchanged());
     }
+    for (const char* const name : {"bin/managed-by", "bin/portable-installation"}) {
+        SCOPED_TRACE(name);
+        std::vector<TarEntry> entries = tree("1.1");
+        entries.push_back(tarFile(std::string("ovrel-1.1/") + name, "example.ovrel.Ovrel\n"));
+        checkArchive(writeTar(entries));
+        EXPECT_EQ(recorder_.count("U.showUpdaterError 4005/3002"), 1);
+        EXPECT_EQ(recorder_.count(ready[0]), 0);
+        EXPECT_TRUE(isUnchanged());
+    }
 }
 
 // A volume of its own has to be seen by all threads of a process from their beginning, so it has a process of its own.

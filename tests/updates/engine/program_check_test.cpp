@@ -146,7 +146,17 @@ TEST_F(ProgramCheckTest, WantsTheFilesOfAPortableInstallation) {
         EXPECT_EQ(checkFiles(), refused) << name;
         fs::remove(folder_ / name);
     }
+    for (const char* const name : {"bin/managed-by", "bin/portable-installation"}) {
+        write();
+        folder_.write(name, "example.ovrel.Ovrel\n");
+        EXPECT_EQ(checkFiles(), refused) << name;
+        fs::remove(folder_ / name);
+        fs::create_symlink("nowhere", folder_ / name);
+        EXPECT_EQ(checkFiles(), refused) << name;
+        fs::remove(folder_ / name);
+    }
     write();
+    EXPECT_EQ(checkFiles(), "");
     for (const char* const other : {"example.other.Ovrel\n", "example.ovrel.Ovrel2\n", "\nexample.ovrel.Ovrel\n"}) {
         folder_.write("portable-installation", other);
         EXPECT_EQ(checkFiles(), refused) << other;
