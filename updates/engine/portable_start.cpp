@@ -68,6 +68,9 @@ void PortableStart::recover(const std::filesystem::path& program, char** argumen
     for (const KeptFiles& kept : report.kept) {
         reportKept(kept);
     }
+    if (report.failure) {
+        qWarning("Updates: %s", report.failure->what());
+    }
     failedVersion_ = report.failedVersion;
     counted_ = report.counted;
     if (report.restart) {
@@ -75,6 +78,9 @@ void PortableStart::recover(const std::filesystem::path& program, char** argumen
         instance_.reset();
         ::execv(installed.c_str(), arguments);
         throw std::system_error(errno, std::generic_category(), installed.native());
+    }
+    if (report.failure) { // what the update has unpacked may still be needed
+        return;
     }
     // The installer of an update that waits or works holds the lock, and needs its folder.
     if (const std::optional<UpdateLock> lock = UpdateLock::tryAcquire(*place_)) {

@@ -237,9 +237,13 @@ void finish(TreeCalls& calls, const InstallationPlace& place, const std::optiona
 StartReport recoverAtStart(TreeCalls& calls, const InstallationPlace& place, const FileIdentity& running,
                            InstanceLock& instance) {
     StartReport start;
-    if (const std::optional<UpdateLock> lock = UpdateLock::tryAcquire(place)) {
-        const std::optional<Journal> journal = settle(calls, place);
-        finish(calls, place, journal, running, instance, start);
+    try {
+        if (const std::optional<UpdateLock> lock = UpdateLock::tryAcquire(place)) {
+            const std::optional<Journal> journal = settle(calls, place);
+            finish(calls, place, journal, running, instance, start);
+        }
+    } catch (const std::system_error& error) {
+        start.failure = error;
     }
     const std::optional<FileIdentity> inPlace = identityOf(place.parent(), place.name());
     start.restart = inPlace && inPlace != running;

@@ -18,6 +18,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <vector>
 
 namespace ovrel {
@@ -38,6 +39,9 @@ struct StartReport {
     bool counted = false;
     /// The user's files that lay in trees that are gone now.
     std::vector<KeptFiles> kept;
+    /// Why what an update has begun could be ended neither forth nor back, if so. All else is true nevertheless, and the
+    /// program may run on; the next start tries again.
+    std::optional<std::system_error> failure;
 };
 
 /// Called by each program of a portable installation before anything else of it is loaded. Counts a start of a version
@@ -45,7 +49,6 @@ struct StartReport {
 /// changes nothing.
 ///
 /// \param running the folder that this program came from
-/// Throws std::system_error when what an update has begun can be ended neither forth nor back; the program may run on.
 StartReport recoverAtStart(TreeCalls& calls, const InstallationPlace& place, const FileIdentity& running,
                            InstanceLock& instance);
 

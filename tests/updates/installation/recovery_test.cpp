@@ -19,11 +19,17 @@ using namespace ovrel::test;
 using testing::ElementsAre;
 using testing::SizeIs;
 
-StartReport startAt(const TestTrees& trees, const fs::path& tree) {
+StartReport startAt(TreeCalls& calls, const TestTrees& trees, const fs::path& tree) {
     const InstallationPlace place(tree);
     InstanceLock instance(place);
-    TreeCalls calls;
     return recoverAtStart(calls, trees.place(), identityOf(tree).value(), instance);
+}
+
+StartReport startAt(const TestTrees& trees, const fs::path& tree) {
+    TreeCalls calls;
+    const StartReport report = startAt(calls, trees, tree);
+    EXPECT_FALSE(report.failure);
+    return report;
 }
 
 KeptFiles confirm(const TestTrees& trees) {
@@ -147,9 +153,29 @@ TEST(Recovery, LetsOthersStartAgainAfterItsLook) {
     InstanceLock instance(place);
     TestCalls calls;
     calls.failures[{"create", 0}] = ENOSPC;
-    EXPECT_THROW(recoverAtStart(calls, place, FileIdentity(), instance), std::system_error);
+    EXPECT_TRUE(recoverAtStart(calls, place, identityOf(trees.tree()).value(), instance).failure);
     LockFile other(place);
     EXPECT_TRUE(other.tryShared(LockFile::Part::instances));
+}
+
+TEST(Recovery, SaysWhatIsTheCaseAlsoWhereItFails) {
+    const TestTrees trees;
+    installUpdate(trees);
+    TestCalls full;
+    full.failures[{"create", 0}] = ENOSPC;
+    const StartReport start = startAt(full, trees, trees.previous());
+    EXPECT_TRUE(start.failure);
+    EXPECT_TRUE(start.restart);
+
+    TreeCalls calls;
+    ASSERT_TRUE(takeBack(calls, trees.place(), readJournal(trees.place()).value()));
+    std::ofstream(trees.path() / ".ovrel-failed" / "mine.txt") << "mine";
+    TestCalls broken;
+    broken.failures[{"move", 0}] = EIO;
+    const StartReport next = startAt(broken, trees, trees.tree());
+    EXPECT_TRUE(next.failure);
+    EXPECT_FALSE(next.restart);
+    EXPECT_EQ(next.failedVersion, "2.4");
 }
 
 TEST(Recovery, StaysWithAVersionThatHasNothingToGoBackTo) {
