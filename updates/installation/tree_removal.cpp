@@ -156,7 +156,9 @@ KeptFiles removeInstalledTree(TreeCalls& calls, int parent, const std::string& n
         known.insert(treeMarkName);
     }
     Remover remover(parent, name, tree.get(), [&](const std::string& path) { return known.contains(path); });
-    static_cast<void>(remover.remove());
+    if (remover.remove()) { // it was empty: the power was cut after the list had gone
+        return {};
+    }
     require(remover.error() == ENOTEMPTY ? 0 : remover.error(), "cannot remove a tree");
     std::vector<std::string> kept = std::move(remover).kept();
     if (listed) {

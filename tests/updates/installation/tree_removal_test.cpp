@@ -40,6 +40,14 @@ TEST(TreeRemoval, KeepsATreeWithoutAListWhole) {
     EXPECT_TRUE(fs::exists(trees.path() / "kept" / "bin" / "ovrel"));
 }
 
+TEST(TreeRemoval, RemovesAnEmptyTreeWithoutAList) {
+    const TestTrees trees;
+    fs::remove_all(trees.tree());
+    fs::create_directories(trees.tree() / "lib" / "plugins");
+    EXPECT_TRUE(removeOld(trees).empty());
+    EXPECT_THAT(trees.names(), ElementsAre(TestTrees::staging));
+}
+
 TEST(TreeRemoval, KeepsATreeWithAnAbsurdList) {
     const TestTrees trees;
     std::ofstream(trees.tree() / installedFilesName, std::ios::app) << std::string((4U << 20U) + 1, '\n');
