@@ -163,7 +163,7 @@ bool waitUntilAlone(LockFile& instances, const InstallationPlace& place) {
     bool hadWindow = false;
     for (;;) {
         hadWindow = !waitForWindows(instances) || hadWindow;
-        const std::vector<FileDescriptor> others = otherProgramsOf(openFolder(place.parent(), place.name()));
+        const std::vector<FileDescriptor> others = otherProgramsOf(place.parent(), place.name());
         if (others.empty()) {
             return hadWindow;
         }

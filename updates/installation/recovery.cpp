@@ -123,7 +123,7 @@ KeptFiles removeBeside(TreeCalls& calls, const InstallationPlace& place, const s
 /// that came up in the moment of the exchange, or whoever finds no other tree.
 KeptFiles finishConfirmed(TreeCalls& calls, const InstallationPlace& place, const FileIdentity& running) {
     if (!identityOf(place.parent(), place.name()) || identityOf(place.parent(), place.previousName()) == running ||
-        !otherProgramsOf(openFolder(place.parent(), place.previousName())).empty()) {
+        !otherProgramsOf(place.parent(), place.previousName()).empty()) {
         return {};
     }
     KeptFiles kept = removeBeside(calls, place, place.previousName());
@@ -134,8 +134,9 @@ KeptFiles finishConfirmed(TreeCalls& calls, const InstallationPlace& place, cons
 /// While it exists, no other program of the installation gets beyond its beginning, if none ran before.
 class Alone {
 public:
-    Alone(InstanceLock& instance, const InstallationPlace& place)
-        : instance_(instance), granted_(instance.tryAlone() && !othersRun(place)) {}
+    Alone(InstanceLock& instance, const InstallationPlace& place) : Alone(instance) {
+        granted_ = instance.tryAlone() && !othersRun(place); // should the look throw, the destructor runs already
+    }
     ~Alone() { instance_.share(); }
     Alone(const Alone&) = delete;
     Alone& operator=(const Alone&) = delete;
@@ -143,8 +144,10 @@ public:
     bool granted() const { return granted_; }
 
 private:
+    explicit Alone(InstanceLock& instance) : instance_(instance) {}
+
     InstanceLock& instance_;
-    bool granted_;
+    bool granted_ = false;
 };
 
 /// The tree in place. Throws ESTALE when that is another one than the program came from: what it is not, it can neither

@@ -5,6 +5,7 @@
 #include "updates/installation/open_folder.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
 #include <optional>
 #include <string>
@@ -29,9 +30,23 @@ std::optional<FileIdentity> identityOfFile(int folder, const std::string& name) 
     return FileIdentity{.device = facts.st_dev, .inode = facts.st_ino};
 }
 
-std::vector<FileIdentity> programsIn(const FileDescriptor& tree) {
+[[noreturn]] void failToLook() {
+    throw std::system_error(errno, std::generic_category(), "cannot list the programs that run");
+}
+
+/// \return none when there is no such folder
+FileDescriptor openExisting(int parent, const std::string& name) {
+    FileDescriptor folder = openFolder(parent, name);
+    if (!folder && errno != ENOENT && errno != ENOTDIR && errno != ELOOP) {
+        failToLook();
+    }
+    return folder;
+}
+
+std::vector<FileIdentity> programsIn(int parent, const std::string& treeName) {
     std::vector<FileIdentity> programs;
-    const FileDescriptor folder = tree ? openFolder(tree.get(), programFolder) : FileDescriptor();
+    const FileDescriptor tree = openExisting(parent, treeName);
+    const FileDescriptor folder = tree ? openExisting(tree.get(), programFolder) : FileDescriptor();
     if (!folder) {
         return programs;
     }
@@ -56,15 +71,15 @@ bool hasEnded(const FileDescriptor& process) {
 
 } // namespace
 
-std::vector<FileDescriptor> otherProgramsOf(const FileDescriptor& tree) {
+std::vector<FileDescriptor> otherProgramsOf(int folder, const std::string& tree) {
     std::vector<FileDescriptor> running;
-    const std::vector<FileIdentity> programs = programsIn(tree);
+    const std::vector<FileIdentity> programs = programsIn(folder, tree);
     if (programs.empty()) {
         return running;
     }
     const FileDescriptor processes(::open("/proc", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!processes) {
-        throw std::system_error(errno, std::generic_category(), "cannot list the programs that run");
+        failToLook();
     }
     for (const std::string& name : namesIn(processes.get())) {
         const std::optional<pid_t> process = processNamed(name);
@@ -72,6 +87,9 @@ std::vector<FileDescriptor> otherProgramsOf(const FileDescriptor& tree) {
             continue;
         }
         FileDescriptor handle(static_cast<int>(::syscall(SYS_pidfd_open, *process, 0)));
+        if (!handle && (errno == EMFILE || errno == ENFILE || errno == ENOMEM)) {
+            failToLook();
+        }
         const std::optional<FileIdentity> program = identityOfFile(processes.get(), name + "/exe");
         const bool isOurs = program && std::find(programs.begin(), programs.end(), *program) != programs.end();
         // The number may have gone to another process between the two looks, unless the first one still lives.
@@ -83,7 +101,7 @@ std::vector<FileDescriptor> otherProgramsOf(const FileDescriptor& tree) {
 }
 
 bool othersRun(const InstallationPlace& place) {
-    return !otherProgramsOf(openFolder(place.parent(), place.name())).empty();
+    return !otherProgramsOf(place.parent(), place.name()).empty();
 }
 
 void waitForEndOf(const std::vector<FileDescriptor>& processes) {

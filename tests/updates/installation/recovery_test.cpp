@@ -9,7 +9,9 @@
 #include <string>
 #include <system_error>
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 
 namespace {
 
@@ -156,6 +158,48 @@ TEST(Recovery, LetsOthersStartAgainAfterItsLook) {
     EXPECT_TRUE(recoverAtStart(calls, place, identityOf(trees.tree()).value(), instance).failure);
     LockFile other(place);
     EXPECT_TRUE(other.tryShared(LockFile::Part::instances));
+}
+
+/// While it exists, this process can open so many files more.
+class FewDescriptors {
+public:
+    explicit FewDescriptors(rlim_t count) {
+        ::getrlimit(RLIMIT_NOFILE, &before_);
+        const FileDescriptor next(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+        rlimit few = before_;
+        few.rlim_cur = static_cast<rlim_t>(next.get()) + count;
+        ::setrlimit(RLIMIT_NOFILE, &few);
+    }
+    ~FewDescriptors() { ::setrlimit(RLIMIT_NOFILE, &before_); }
+    FewDescriptors(const FewDescriptors&) = delete;
+    FewDescriptors& operator=(const FewDescriptors&) = delete;
+
+private:
+    rlimit before_ = {};
+};
+
+TEST(Recovery, LetsOthersStartAgainWhereItCannotLook) {
+    const TestTrees trees;
+    installUpdate(trees);
+    const InstallationPlace place = trees.place();
+    const FileIdentity running = identityOf(trees.tree()).value();
+    InstanceLock instance(place);
+    int failures = 0;
+    for (rlim_t descriptors = 0;; ++descriptors) {
+        TreeCalls calls;
+        StartReport report;
+        {
+            const FewDescriptors limit(descriptors);
+            report = recoverAtStart(calls, place, running, instance);
+        }
+        LockFile other(place);
+        ASSERT_TRUE(other.tryShared(LockFile::Part::instances)) << descriptors;
+        if (report.counted) {
+            break;
+        }
+        failures += report.failure ? 1 : 0;
+    }
+    EXPECT_GE(failures, 3); // to lock, and more than one way to look
 }
 
 TEST(Recovery, SaysWhatIsTheCaseAlsoWhereItFails) {

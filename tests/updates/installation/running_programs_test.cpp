@@ -2,13 +2,13 @@
 
 #include "tests/updates/installation/test_trees.h"
 #include "tests/updates/installation/working_program.h"
-#include "updates/installation/open_folder.h"
 
 #include <atomic>
 #include <chrono>
 #include <filesystem>
 #include <future>
 #include <thread>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -18,19 +18,19 @@ namespace fs = std::filesystem;
 using namespace ovrel;
 using namespace ovrel::test;
 
-FileDescriptor opened(const fs::path& tree) {
-    return openFolder(InstallationPlace(tree).parent(), tree.filename());
+std::vector<FileDescriptor> programsOf(const fs::path& tree) {
+    return otherProgramsOf(InstallationPlace(tree).parent(), tree.filename());
 }
 
 TEST(RunningPrograms, AreThoseOfTheTreeAlone) {
     const TestTrees trees;
-    EXPECT_TRUE(otherProgramsOf(opened(trees.tree())).empty());
+    EXPECT_TRUE(programsOf(trees.tree()).empty());
     {
         const WorkingProgram program(trees.tree());
-        EXPECT_EQ(otherProgramsOf(opened(trees.tree())).size(), 1U);
-        EXPECT_TRUE(otherProgramsOf(opened(trees.staged())).empty());
+        EXPECT_EQ(programsOf(trees.tree()).size(), 1U);
+        EXPECT_TRUE(programsOf(trees.staged()).empty());
     }
-    EXPECT_TRUE(otherProgramsOf(opened(trees.tree())).empty());
+    EXPECT_TRUE(programsOf(trees.tree()).empty());
 }
 
 TEST(RunningPrograms, StayThoseOfATreeThatHasMoved) {
@@ -38,15 +38,15 @@ TEST(RunningPrograms, StayThoseOfATreeThatHasMoved) {
     const WorkingProgram program(trees.tree());
     fs::rename(trees.tree(), trees.previous());
     makeTree(trees.tree(), "2.4");
-    EXPECT_EQ(otherProgramsOf(opened(trees.previous())).size(), 1U);
-    EXPECT_TRUE(otherProgramsOf(opened(trees.tree())).empty());
+    EXPECT_EQ(programsOf(trees.previous()).size(), 1U);
+    EXPECT_TRUE(programsOf(trees.tree()).empty());
 }
 
 TEST(RunningPrograms, AreNoneInATreeThatIsNotThere) {
-    EXPECT_TRUE(otherProgramsOf(FileDescriptor()).empty());
     const TestTrees trees;
+    EXPECT_TRUE(programsOf(trees.previous()).empty());
     fs::remove_all(trees.tree() / "bin");
-    EXPECT_TRUE(otherProgramsOf(opened(trees.tree())).empty());
+    EXPECT_TRUE(programsOf(trees.tree()).empty());
 }
 
 TEST(RunningPrograms, AreWaitedForUntilTheLastHasEnded) {
@@ -55,7 +55,7 @@ TEST(RunningPrograms, AreWaitedForUntilTheLastHasEnded) {
     std::future<bool> waiting;
     {
         const WorkingProgram program(trees.tree());
-        waiting = std::async(std::launch::async, [&, running = otherProgramsOf(opened(trees.tree()))] {
+        waiting = std::async(std::launch::async, [&, running = programsOf(trees.tree())] {
             waitForEndOf(running);
             return isEnding.load();
         });
@@ -63,7 +63,7 @@ TEST(RunningPrograms, AreWaitedForUntilTheLastHasEnded) {
         isEnding = true;
     }
     EXPECT_TRUE(waiting.get());
-    EXPECT_TRUE(otherProgramsOf(opened(trees.tree())).empty());
+    EXPECT_TRUE(programsOf(trees.tree()).empty());
 }
 
 } // namespace
