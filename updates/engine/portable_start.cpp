@@ -117,15 +117,16 @@ void PortableStart::confirmHealthy(const EngineState& state, const QString& vers
     if (!place_) {
         return;
     }
-    // Not before: a version that is taken back may be installed again.
-    if (!state.recordInstalled(QFile::decodeName(directory_.c_str()), version)) {
-        qWarning("Updates: the installed version could not be remembered.");
-    }
     try {
         TreeCalls calls;
         reportKept(confirmHealthyStart(calls, *place_, tree_));
     } catch (const std::system_error& error) {
         qWarning("Updates: %s", error.what()); // the next start goes on
+        return;
+    }
+    // Not before: a version that is taken back may be installed again.
+    if (!state.recordInstalled(QFile::decodeName(directory_.c_str()), version)) {
+        qWarning("Updates: the installed version could not be remembered.");
     }
 }
 

@@ -258,7 +258,10 @@ KeptFiles confirmHealthyStart(TreeCalls& calls, const InstallationPlace& place, 
     require(lock ? 0 : EBUSY, "an update is at work");
     const FileDescriptor tree = openRunning(place, running);
     std::optional<Journal> journal = readJournal(place);
-    if (journal && journal->state != JournalState::installed && journal->state != JournalState::confirmed) {
+    const bool isBetween =
+        journal && (journal->state == JournalState::exchanging || journal->state == JournalState::undoing);
+    require(isBetween ? EBUSY : 0, "an exchange of the trees has not ended");
+    if (journal && journal->state == JournalState::failed) {
         return {};
     }
     if (journal) {

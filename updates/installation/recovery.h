@@ -39,8 +39,8 @@ struct StartReport {
     bool counted = false;
     /// The user's files that lay in trees that are gone now.
     std::vector<KeptFiles> kept;
-    /// Why what an update has begun could be ended neither forth nor back, if so. All else is true nevertheless, and the
-    /// program may run on; the next start tries again.
+    /// Why what an update has begun could be ended neither forth nor back, if so. All else is true nevertheless, and
+    /// the program may run on; the next start tries again.
     std::optional<std::system_error> failure;
 };
 
@@ -54,8 +54,9 @@ StartReport recoverAtStart(TreeCalls& calls, const InstallationPlace& place, con
 
 /// Called when the program has shown its main window and lived on: the new version stays, the previous tree and the
 /// journal go; where a program still runs from that tree, they go at a later start. May take as long as the removal of
-/// a tree does. Without an update it does nothing. Any thread, one at a time. Throws std::system_error, ESTALE when
-/// another tree than `running` is in place; it may be called again then, and the next start would end what is left.
+/// a tree does. Without an update it does nothing. Any thread, one at a time. Throws std::system_error: EBUSY when
+/// an update is at work or not at one of its ends, ESTALE when another tree than `running` is in place; it may be
+/// called again then, and the next start would end what is left.
 ///
 /// \param running the folder that this program came from
 /// \return what the previous tree held of the user's

@@ -288,6 +288,19 @@ TEST(Recovery, ConfirmsNothingForAProgramOfAnotherTree) {
     EXPECT_EQ(versionAt(trees.tree()), "2.4");
 }
 
+TEST(Recovery, ConfirmsNothingInTheMiddleOfAnExchange) {
+    for (const JournalState state : {JournalState::exchanging, JournalState::undoing}) {
+        const TestTrees trees;
+        installUpdate(trees);
+        Journal journal = readJournal(trees.place()).value();
+        journal.state = state;
+        TreeCalls calls;
+        writeJournal(calls, trees.place(), journal);
+        EXPECT_THROW(confirm(trees), std::system_error);
+        EXPECT_EQ(versionAt(trees.previous()), "2.3");
+    }
+}
+
 TEST(Recovery, NeverRemovesTheTreeThatAsks) {
     for (const bool isMoved : {false, true}) {
         const TestTrees trees;

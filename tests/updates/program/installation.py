@@ -1,5 +1,7 @@
 """A portable installation on the disk, and what an installer leaves beside it."""
 
+import contextlib
+import fcntl
 import functools
 import json
 import os
@@ -89,6 +91,16 @@ class Installation:
         if not journal.exists():
             return None
         return int(dict(line.split(" ", 1) for line in journal.read_text().splitlines() if " " in line)["starts"])
+
+    @contextlib.contextmanager
+    def held(self):
+        """As an update at work holds it."""
+        lock = self.parent / ".ovrel-lock"
+        lock.touch(mode=0o600)
+        self.own()
+        with lock.open("r+b") as file:
+            fcntl.lockf(file, fcntl.LOCK_EX, 1, 0)
+            yield
 
     def hidden(self):
         """The names of what updates have left beside the installation."""

@@ -9,6 +9,7 @@ import signal
 import subprocess
 import sys
 import tempfile
+import threading
 import time
 import unittest
 
@@ -64,6 +65,20 @@ class StartTest(unittest.TestCase):
         said, _ = program.communicate(timeout=LIMIT_SECONDS)
         return program.returncode, said
 
+    def wait_until_it_says(self, program, words):
+        limit = threading.Timer(LIMIT_SECONDS, program.kill)
+        self.addCleanup(limit.cancel)
+        limit.start()
+        said = ""
+        while words not in said:
+            line = program.stdout.readline()
+            self.assertTrue(line, said)
+            said += line
+
+    def remembered(self):
+        """What updates remember for good."""
+        return "".join(file.read_text() for file in self.home.rglob("updates.json"))
+
     def fail_to_start(self):
         status, _ = self.run_to_its_end(QT_QPA_PLATFORM="none")
         self.assertLess(status, 0)
@@ -77,6 +92,18 @@ class StartTest(unittest.TestCase):
         self.assertEqual(self.installation.version(), "2.4")
         program.send_signal(signal.SIGTERM)
         self.assertEqual(program.wait(LIMIT_SECONDS), 0)
+
+    def test_remembers_a_version_only_when_it_is_confirmed(self):
+        with self.installation.held():
+            program = self.start()
+            self.wait_until_it_says(program, "an update is at work")
+            program.send_signal(signal.SIGTERM)
+            program.communicate(timeout=LIMIT_SECONDS)
+            self.assertEqual(program.returncode, 0)
+            self.assertNotIn(str(self.installation.tree), self.remembered())
+        self.start()
+        self.assertTrue(wait_until(lambda: str(self.installation.tree) in self.remembered()))
+        self.assertEqual(self.installation.hidden(), [])
 
     def test_counts_no_start_that_only_says_something(self):
         for word, status, says in [("--version", 0, "Ovrel "), ("--help", 0, "[files…]"),
@@ -125,11 +152,7 @@ class StartTest(unittest.TestCase):
         self.installation.program.write_bytes(b"\x7fELF broken")
         self.installation.own()
         program = self.start(by=self.installation.previous / "bin" / "ovrel")
-        said = ""
-        while "another tree is in place" not in said:  # the answer to its confirmation
-            line = program.stdout.readline()
-            self.assertTrue(line, said)
-            said += line
+        self.wait_until_it_says(program, "another tree is in place")  # the answer to its confirmation
         self.assertEqual(self.installation.hidden(), LEFT_BY_AN_UPDATE)
         program.send_signal(signal.SIGTERM)
         program.communicate(timeout=LIMIT_SECONDS)
