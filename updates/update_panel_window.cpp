@@ -17,6 +17,8 @@ UpdatePanelWindow::UpdatePanelWindow(UpdateManager& manager)
     layout->setSizeConstraint(QLayout::SetFixedSize);
     layout->addWidget(new UpdateView(manager, this));
     qApp->installEventFilter(this);
+    return_.setSingleShot(true);
+    connect(&return_, &QTimer::timeout, this, &QWidget::show);
 }
 
 void UpdatePanelWindow::makeKeyAndOrderFront() {
@@ -30,10 +32,16 @@ void UpdatePanelWindow::makeKeyAndOrderFront() {
     activateWindow();
 }
 
+void UpdatePanelWindow::orderOut() {
+    return_.stop();
+    hide();
+}
+
 bool UpdatePanelWindow::eventFilter(QObject* watched, QEvent* event) {
     // To quit, the application closes its windows that can be seen, and gives up at the first that refuses.
-    if (watched == qApp && event->type() == QEvent::Quit) {
+    if (watched == qApp && event->type() == QEvent::Quit && isVisible()) {
         hide();
+        return_.start();
     }
     return QDialog::eventFilter(watched, event);
 }

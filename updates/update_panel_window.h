@@ -5,11 +5,12 @@
 #include "updates/update_panel.h"
 
 #include <QDialog>
+#include <QTimer>
 
 namespace ovrel {
 
-/// The user leaves it through its buttons alone; when the program is asked to quit, it gets out of the way. As high as
-/// what it shows. Main thread.
+/// The user leaves it through its buttons alone; when the program is asked to quit, it gets out of the way, and comes
+/// back should another window refuse. As high as what it shows. Main thread.
 class UpdatePanelWindow final : public QDialog, public UpdatePanel {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(UpdatePanelWindow)
@@ -21,7 +22,7 @@ public:
 
     void setTitle(const QString& title) override { setWindowTitle(title); }
     void makeKeyAndOrderFront() override;
-    void orderOut() override { hide(); }
+    void orderOut() override;
 
     /// Does nothing: Escape and the desktop's ways to close a window end here.
     void reject() override {}
@@ -30,6 +31,7 @@ public:
 
 private:
     bool placed_ = false;
+    QTimer return_; ///< runs from a wish to quit to the next turn of the event loop, which comes where it was refused
 };
 
 /// Makes such windows.
