@@ -7,10 +7,12 @@
 #include <QEvent>
 #include <QVBoxLayout>
 
+#include <utility>
+
 namespace ovrel {
 
-UpdatePanelWindow::UpdatePanelWindow(UpdateManager& manager)
-    : QDialog(nullptr, Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint) {
+UpdatePanelWindow::UpdatePanelWindow(UpdateManager& manager, std::shared_ptr<const bool> hasEnded)
+    : QDialog(nullptr, Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint), hasEnded_(std::move(hasEnded)) {
     setAttribute(Qt::WA_QuitOnClose, false);
     auto* const layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -22,6 +24,9 @@ UpdatePanelWindow::UpdatePanelWindow(UpdateManager& manager)
 }
 
 void UpdatePanelWindow::makeKeyAndOrderFront() {
+    if (*hasEnded_) {
+        return;
+    }
     if (!placed_) {
         adjustSize();
         placeInMiddleOfScreen(*this);
@@ -47,7 +52,9 @@ bool UpdatePanelWindow::eventFilter(QObject* watched, QEvent* event) {
 }
 
 UpdatePanelFactory updatePanelFactory() {
-    return [](UpdateManager& manager) { return std::make_unique<UpdatePanelWindow>(manager); };
+    const auto hasEnded = std::make_shared<bool>(false);
+    QObject::connect(qApp, &QCoreApplication::aboutToQuit, qApp, [hasEnded] { *hasEnded = true; });
+    return [hasEnded](UpdateManager& manager) { return std::make_unique<UpdatePanelWindow>(manager, hasEnded); };
 }
 
 } // namespace ovrel

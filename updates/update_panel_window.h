@@ -7,6 +7,8 @@
 #include <QDialog>
 #include <QTimer>
 
+#include <memory>
+
 namespace ovrel {
 
 /// The user leaves it through its buttons alone; when the program is asked to quit, it gets out of the way, and comes
@@ -17,7 +19,8 @@ class UpdatePanelWindow final : public QDialog, public UpdatePanel {
 
 public:
     /// \param manager outlives the window
-    explicit UpdatePanelWindow(UpdateManager& manager);
+    /// \param hasEnded when true, the window is not shown any more; not null
+    UpdatePanelWindow(UpdateManager& manager, std::shared_ptr<const bool> hasEnded);
     ~UpdatePanelWindow() override = default;
 
     void setTitle(const QString& title) override { setWindowTitle(title); }
@@ -30,11 +33,13 @@ public:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    std::shared_ptr<const bool> hasEnded_;
     bool placed_ = false;
     QTimer return_; ///< runs from a wish to quit to the next turn of the event loop, which comes where it was refused
 };
 
-/// Makes such windows.
+/// Makes such windows. From the end of the application's event loop on they show nothing: what breaks off then is no
+/// failure to tell anybody. To be called before anything that may break off is begun.
 UpdatePanelFactory updatePanelFactory();
 
 } // namespace ovrel

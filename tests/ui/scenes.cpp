@@ -21,6 +21,7 @@
 #include <QToolButton>
 
 #include <algorithm>
+#include <memory>
 #include <string>
 
 namespace ovrel::test {
@@ -222,7 +223,7 @@ QPixmap sideWindowIn(AppLanguage language, QSize size = {}) {
 /// The panel of updates after its manager has heard something from the updater.
 QPixmap panelAfter(AppLanguage language, const std::function<void(UpdateFixture&)>& hear) {
     UpdateFixture fixture(language);
-    UpdatePanelWindow panel(fixture.manager());
+    UpdatePanelWindow panel(fixture.manager(), std::make_shared<const bool>(false));
     fixture.check(true);
     hear(fixture);
     panel.makeKeyAndOrderFront();

@@ -21,17 +21,19 @@ namespace ovrel::test {
 
 namespace {
 
+UpdatePanelWindow* windowOfUpdates() {
+    for (QWidget* const widget : QApplication::topLevelWidgets()) {
+        if (auto* const panel = qobject_cast<UpdatePanelWindow*>(widget)) {
+            return panel;
+        }
+    }
+    return nullptr;
+}
+
 class UpdatePanelWindowTest : public testing::Test {
 protected:
     UpdatePanelWindowTest() { fixture.manager().setPanelFactory(updatePanelFactory()); }
-    static UpdatePanelWindow* window() {
-        for (QWidget* const widget : QApplication::topLevelWidgets()) {
-            if (auto* const panel = qobject_cast<UpdatePanelWindow*>(widget)) {
-                return panel;
-            }
-        }
-        return nullptr;
-    }
+    static UpdatePanelWindow* window() { return windowOfUpdates(); }
 
     void offer(const QString& notes = {}) {
         SUAppcastItem item = installableItem();
@@ -106,6 +108,25 @@ TEST_F(UpdatePanelWindowTest, ComesBackWhereAnotherWindowKeepsTheProgram) {
     EXPECT_TRUE(window()->isVisible());
     quitInVain([this] { fixture.manager().dismissUpdateInstallation(); });
     EXPECT_FALSE(window()->isVisible());
+}
+
+TEST(UpdatePanelWindow, ShowsNothingOfWhatTheProgramsEndBreaksOff) {
+    for (const bool wasShown : {false, true}) {
+        UpdateFixture fixture;
+        fixture.manager().setPanelFactory(updatePanelFactory());
+        // As a check or a download that goes on does.
+        QObject::connect(qApp, &QCoreApplication::aboutToQuit, &fixture.manager(), [&fixture] {
+            fixture.manager().notice(QStringLiteral("Notice"), QStringLiteral("A failure."), [] {});
+        });
+        if (wasShown) {
+            fixture.manager().showDownloadInitiatedWithCancellation(fixture.block("cancellation"));
+            EXPECT_TRUE(windowOfUpdates()->isVisible());
+        }
+        QTimer::singleShot(0, qApp, [] { QCoreApplication::quit(); });
+        EXPECT_EQ(QApplication::exec(), 0);
+        ASSERT_NE(windowOfUpdates(), nullptr);
+        EXPECT_FALSE(windowOfUpdates()->isVisible());
+    }
 }
 
 TEST_F(UpdatePanelWindowTest, TakesItsTitleInTheLanguageOfWhatItShows) {
