@@ -1,5 +1,6 @@
 #include "tests/support/private_mounts.h"
 #include "tests/support/refused_calls.h"
+#include "tests/support/skip_outside_ci.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/updates/engine/tar_writer.h"
 #include "tests/updates/engine/update_failure.h"
@@ -399,7 +400,7 @@ TEST_F(ArchiveTest, ThatDoesNotFitOntoTheDiskLeavesNothing) {
         EXPECT_EQ(contentOf(folder_ / "small/Ovrel/bin/ovrel"), "old program");
     });
     if (!ran) {
-        GTEST_SKIP() << "nothing can be mounted here";
+        OVREL_SKIP_OUTSIDE_CI("nothing can be mounted here");
     }
 }
 
@@ -416,7 +417,7 @@ TEST_F(ArchiveTest, ThatNeedsMoreFilesThanTheDiskHasLeavesNothing) {
         EXPECT_EQ(std::distance(fs::directory_iterator(folder_ / "small"), fs::directory_iterator()), 1);
     });
     if (!ran) {
-        GTEST_SKIP() << "nothing can be mounted here";
+        OVREL_SKIP_OUTSIDE_CI("nothing can be mounted here");
     }
 }
 
@@ -429,7 +430,7 @@ TEST_F(ArchiveTest, FailsWhereTheDiskRefuses) {
         const bool ran = runWithRefusedCalls(
             {{call, EIO}}, [&] { failure = failureOf([&] { unpack(archive, staging_->tree(), [](double) {}, {}); }); });
         if (!ran) {
-            GTEST_SKIP() << "system calls cannot be refused here";
+            OVREL_SKIP_OUTSIDE_CI("system calls cannot be refused here");
         }
         EXPECT_EQ(failure, damaged) << call;
     }

@@ -1,6 +1,7 @@
 #include "tests/support/child_process.h"
 #include "tests/support/private_mounts.h"
 #include "tests/support/refused_calls.h"
+#include "tests/support/skip_outside_ci.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/updates/engine/update_failure.h"
 #include "updates/engine/staging.h"
@@ -148,7 +149,7 @@ TEST_F(StagingTest, IsRefusedOnAnotherFileSystemThanTheInstallation) {
         EXPECT_EQ(failureOf([&] { Staging::create(place()); }), refused);
     });
     if (!ran) {
-        GTEST_SKIP() << "nothing can be mounted here";
+        OVREL_SKIP_OUTSIDE_CI("nothing can be mounted here");
     }
     EXPECT_THAT(besides(), ElementsAre());
 }
@@ -157,7 +158,7 @@ TEST_F(StagingTest, IsRefusedInAReadOnlyFolder) {
     const bool ran = runWithRefusedCalls({{SYS_mkdirat, EROFS}},
                                          [&] { EXPECT_EQ(failureOf([&] { Staging::create(place()); }), refused); });
     if (!ran) {
-        GTEST_SKIP() << "system calls cannot be refused here";
+        OVREL_SKIP_OUTSIDE_CI("system calls cannot be refused here");
     }
 }
 
@@ -207,7 +208,7 @@ TEST_F(StagingTest, RemovalDoesNotEnterAnotherFileSystem) {
         EXPECT_EQ(contentOf(at / "precious"), "content");
     });
     if (!ran) {
-        GTEST_SKIP() << "nothing can be mounted here";
+        OVREL_SKIP_OUTSIDE_CI("nothing can be mounted here");
     }
 }
 
@@ -307,7 +308,7 @@ TEST_F(StagingTest, ThatOthersMayEnterIsNotOurs) {
 TEST_F(StagingTest, OfAnotherUserIsNotOurs) {
     const fs::path path = leaveBehind();
     if (::chown(path.c_str(), 65534, 65534) != 0) {
-        GTEST_SKIP() << "this user cannot give files away";
+        OVREL_SKIP_OUTSIDE_CI("this user cannot give files away");
     }
     EXPECT_TRUE(sweep());
     EXPECT_TRUE(fs::exists(path / "tree"));

@@ -9,9 +9,9 @@
 #include "updates/installation/launch_installer.h"
 #include "updates/installation/recovery.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
-#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <optional>
@@ -24,6 +24,7 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 namespace {
 
@@ -149,6 +150,32 @@ TEST(Installer, WaitsForAWindowThatWasOpenedMeanwhileAndOpensNoneAfterIt) {
     EXPECT_THAT(played.startedVersions(), ElementsAre("2.3"));
 }
 
+/// Whether a process holds a handle of this one (pidfd, proc_pid_fdinfo(5)), and has ended its look at all the others.
+bool holdsHandleOf(pid_t process, const fs::path& holder) {
+    const std::string wanted = "Pid:\t" + std::to_string(process);
+    bool holds = false;
+    std::error_code gone;
+    for (fs::directory_iterator entry(holder / "fd", gone); entry != fs::directory_iterator(); entry.increment(gone)) {
+        std::error_code closed;
+        if (fs::read_symlink(entry->path(), closed) == "/proc") {
+            return false;
+        }
+        std::ifstream facts(holder / "fdinfo" / entry->path().filename());
+        for (std::string line; std::getline(facts, line);) {
+            holds = holds || line == wanted;
+        }
+    }
+    return holds;
+}
+
+bool isWaitedFor(pid_t process) {
+    const fs::path self = "/proc/" + std::to_string(::getpid());
+    const fs::directory_iterator processes("/proc");
+    return std::any_of(begin(processes), end(processes), [&](const fs::directory_entry& entry) {
+        return entry.path() != self && holdsHandleOf(process, entry.path());
+    });
+}
+
 TEST(Installer, WaitsForAProgramThatHoldsNoLock) {
     PlayedInstallation played(OVREL_INSTALLER);
     {
@@ -157,7 +184,9 @@ TEST(Installer, WaitsForAProgramThatHoldsNoLock) {
         ASSERT_TRUE(program.hasSpoken());
         program.quit();
         ASSERT_EQ(::waitpid(program.process, nullptr, 0), program.process);
-        std::this_thread::sleep_for(std::chrono::milliseconds(20)); // time for one that would not wait
+        while (!isWaitedFor(batch.process())) {
+            std::this_thread::yield();
+        }
         EXPECT_EQ(PlayedInstallation::versionAt(played.tree()), "2.3");
     }
     waitForAllProcesses();
@@ -230,7 +259,8 @@ TEST(Installer, TakesBackWhatCannotBeLoadedThoughItStartsNothing) {
     for (const char* story : {"silent", "relaunch"}) {
         SCOPED_TRACE(story);
         PlayedInstallation played(OVREL_INSTALLER);
-        std::ofstream(played.stagingFolder() / "tree" / "ovrel" / "bin" / "ovrel") << "\x7f" << "ELF broken";
+        std::ofstream(played.stagingFolder() / "tree" / "ovrel" / "bin" / "ovrel") << "\x7f"
+                                                                                   << "ELF broken";
         {
             const bool isForAWindow = std::string_view(story) == "relaunch"; // which its user closes
             const std::optional<InstanceLock> window =

@@ -71,8 +71,9 @@ std::vector<std::string> namesIn(const fs::path& folder) {
     return names;
 }
 
-int TestCalls::failureOf(const std::string& call) {
+int TestCalls::failureOf(const std::string& call, const std::string& name) {
     ++count_;
+    made_.push_back(name.empty() ? call : call + " " + name);
     if (count_ == cutAt) {
         throw PowerCut();
     }
@@ -86,17 +87,17 @@ int TestCalls::failureOf(const std::string& call) {
 }
 
 int TestCalls::exchange(int firstFolder, const std::string& first, int secondFolder, const std::string& second) {
-    const int failure = failureOf("exchange");
+    const int failure = failureOf("exchange", first);
     return failure != 0 ? failure : TreeCalls::exchange(firstFolder, first, secondFolder, second);
 }
 
 int TestCalls::move(int fromFolder, const std::string& from, int toFolder, const std::string& to) {
-    const int failure = failureOf("move");
+    const int failure = failureOf("move", to);
     return failure != 0 ? failure : TreeCalls::move(fromFolder, from, toFolder, to);
 }
 
 int TestCalls::replace(int folder, const std::string& from, const std::string& to) {
-    const int failure = failureOf("replace");
+    const int failure = failureOf("replace", to);
     return failure != 0 ? failure : TreeCalls::replace(folder, from, to);
 }
 
@@ -104,12 +105,12 @@ int TestCalls::create(int folder, const std::string& name, const std::string& co
     if (count_ + 1 == cutAt) {
         static_cast<void>(TreeCalls::create(folder, name, content.substr(0, content.size() / 2)));
     }
-    const int failure = failureOf("create");
+    const int failure = failureOf("create", name);
     return failure != 0 ? failure : TreeCalls::create(folder, name, content);
 }
 
 int TestCalls::remove(int folder, const std::string& name) {
-    const int failure = failureOf("remove");
+    const int failure = failureOf("remove", name);
     return failure != 0 ? failure : TreeCalls::remove(folder, name);
 }
 

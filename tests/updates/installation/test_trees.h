@@ -61,6 +61,8 @@ public:
     std::optional<int> cutAt;
 
     int callCount() const { return count_; }
+    /// All so far: what was done, and the name that it was done to, if any.
+    const std::vector<std::string>& made() const { return made_; }
 
     int exchange(int firstFolder, const std::string& first, int secondFolder, const std::string& second) override;
     int move(int fromFolder, const std::string& from, int toFolder, const std::string& to) override;
@@ -71,10 +73,11 @@ public:
     int syncVolume(int folder) override;
 
 private:
-    int failureOf(const std::string& call);
+    int failureOf(const std::string& call, const std::string& name = "");
 
     int count_ = 0;
     std::map<std::string, int> counts_;
+    std::vector<std::string> made_;
 };
 
 } // namespace ovrel::test

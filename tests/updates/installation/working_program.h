@@ -16,6 +16,7 @@ public:
     /// Returns when it works.
     explicit WorkingProgram(const std::filesystem::path& tree);
     ~WorkingProgram();
+    pid_t process() const { return process_; }
     WorkingProgram(const WorkingProgram&) = delete;
     WorkingProgram& operator=(const WorkingProgram&) = delete;
 
