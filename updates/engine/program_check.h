@@ -16,7 +16,9 @@ void checkPrograms(int topFolder, QStringView architecture);
 /// Looks for what makes the folder a portable installation of `application`, and for the list of what it brings: a
 /// version without the one could never be confirmed or replaced, without the other never be removed. Beside the
 /// programs there must be no file that makes them a packager's or their folder an installation, which has the same
-/// effect. \param topFolder an open descriptor \throws UpdateError installation over validation
+/// effect.
+/// \param topFolder an open descriptor
+/// \throws UpdateError installation over validation
 void checkInstallation(int topFolder, QStringView application);
 
 } // namespace ovrel
