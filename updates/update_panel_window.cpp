@@ -19,8 +19,6 @@ UpdatePanelWindow::UpdatePanelWindow(UpdateManager& manager, std::shared_ptr<con
     layout->setSizeConstraint(QLayout::SetFixedSize);
     layout->addWidget(new UpdateView(manager, this));
     qApp->installEventFilter(this);
-    return_.setSingleShot(true);
-    connect(&return_, &QTimer::timeout, this, &QWidget::show);
 }
 
 void UpdatePanelWindow::makeKeyAndOrderFront() {
@@ -37,16 +35,10 @@ void UpdatePanelWindow::makeKeyAndOrderFront() {
     activateWindow();
 }
 
-void UpdatePanelWindow::orderOut() {
-    return_.stop();
-    hide();
-}
-
 bool UpdatePanelWindow::eventFilter(QObject* watched, QEvent* event) {
     // To quit, the application closes its windows that can be seen, and gives up at the first that refuses.
-    if (watched == qApp && event->type() == QEvent::Quit && isVisible()) {
+    if (watched == qApp && event->type() == QEvent::Quit) {
         hide();
-        return_.start();
     }
     return QDialog::eventFilter(watched, event);
 }

@@ -5,14 +5,13 @@
 #include "updates/update_panel.h"
 
 #include <QDialog>
-#include <QTimer>
 
 #include <memory>
 
 namespace ovrel {
 
-/// The user leaves it through its buttons alone; when the program is asked to quit, it gets out of the way, and comes
-/// back should another window refuse. As high as what it shows. Main thread.
+/// The user leaves it through its buttons alone; when the program is asked to quit, it gets out of the way. As high as
+/// what it shows. Main thread.
 class UpdatePanelWindow final : public QDialog, public UpdatePanel {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(UpdatePanelWindow)
@@ -25,7 +24,7 @@ public:
 
     void setTitle(const QString& title) override { setWindowTitle(title); }
     void makeKeyAndOrderFront() override;
-    void orderOut() override;
+    void orderOut() override { hide(); }
 
     /// Does nothing: Escape and the desktop's ways to close a window end here.
     void reject() override {}
@@ -35,7 +34,6 @@ public:
 private:
     std::shared_ptr<const bool> hasEnded_;
     bool placed_ = false;
-    QTimer return_; ///< runs from a wish to quit to the next turn of the event loop, which comes where it was refused
 };
 
 /// Makes such windows. From the end of the application's event loop on they show nothing: what breaks off then is no
