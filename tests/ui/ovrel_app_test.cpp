@@ -30,6 +30,18 @@ using testing::IsEmpty;
 
 const QDBusConnection noBus(QStringLiteral("no such connection"));
 
+/// The windows of a kind that can be seen.
+template <typename Window>
+std::vector<Window*> openWindows() {
+    std::vector<Window*> found;
+    for (QWidget* const widget : QApplication::topLevelWidgets()) {
+        if (auto* const window = qobject_cast<Window*>(widget); window != nullptr && window->isVisible()) {
+            found.push_back(window);
+        }
+    }
+    return found;
+}
+
 class OvrelAppTest : public testing::Test {
 protected:
     OvrelAppTest() {
@@ -37,7 +49,10 @@ protected:
         window().activateWindow();
         waitUntil([this] { return window().isActiveWindow(); });
     }
-    ~OvrelAppTest() override { fixture.services.conversions->release(); }
+    ~OvrelAppTest() override {
+        fixture.services.conversions->release();
+        applyTheme(before);
+    }
 
     MainWindow& window() { return app.mainWindow(); }
     Model& model() { return window().content().model(); }
@@ -59,16 +74,6 @@ protected:
         }
         throw std::runtime_error("the menu does not offer " + text.toStdString());
     }
-    template <typename Window>
-    static std::vector<Window*> open() {
-        std::vector<Window*> found;
-        for (QWidget* const widget : QApplication::topLevelWidgets()) {
-            if (auto* const window = qobject_cast<Window*>(widget); window != nullptr && window->isVisible()) {
-                found.push_back(window);
-            }
-        }
-        return found;
-    }
     void list(const std::vector<std::string>& names) {
         std::vector<InputItem> items;
         for (const std::string& name : names) {
@@ -83,6 +88,7 @@ protected:
         QTest::keyClick(window().focusWidget(), key, modifiers);
     }
 
+    const Theme before = theme(); ///< the program takes its own from the desktop
     WindowFixture fixture;
     OvrelApp app{{.content = [this](QWidget&) { return fixture.contentServices(); },
                   .appearance = std::make_unique<Appearance>(noBus),
@@ -105,11 +111,14 @@ TEST_F(OvrelAppTest, OpensItsMenuFromTheName) {
     EXPECT_EQ(roleOf(name), QAccessible::ButtonMenu);
     name.setFocus(Qt::TabFocusReason);
     EXPECT_EQ(window().focusWidget(), &name);
-    QTimer::singleShot(0, &window(), [this] {
+    bool isSeen = false;
+    QTimer::singleShot(0, &window(), [&] {
+        isSeen = true;
         EXPECT_EQ(QApplication::activePopupWidget(), &app.menu());
         app.menu().close();
     });
-    press(Qt::Key_Space);
+    press(Qt::Key_Space); // returns when the menu has gone, or at once in a program that has been asked to quit
+    waitUntil([&] { return isSeen; });
     EXPECT_EQ(QApplication::activePopupWidget(), nullptr);
 }
 
@@ -122,34 +131,34 @@ TEST_F(OvrelAppTest, ShowsTheKeysOfItsCommands) {
 }
 
 TEST_F(OvrelAppTest, HasOneHelpWindow) {
-    EXPECT_THAT(open<HelpWindow>(), IsEmpty());
+    EXPECT_THAT(openWindows<HelpWindow>(), IsEmpty());
     press(Qt::Key_F1);
-    ASSERT_EQ(open<HelpWindow>().size(), 1U);
-    HelpWindow* const help = open<HelpWindow>().front();
+    ASSERT_EQ(openWindows<HelpWindow>().size(), 1U);
+    HelpWindow* const help = openWindows<HelpWindow>().front();
     entry(QStringLiteral("Ovrel Help")).trigger();
     press(Qt::Key_Question, Qt::ControlModifier);
-    EXPECT_THAT(open<HelpWindow>(), ElementsAre(help));
+    EXPECT_THAT(openWindows<HelpWindow>(), ElementsAre(help));
     help->close();
     press(Qt::Key_Question, Qt::ControlModifier);
-    EXPECT_THAT(open<HelpWindow>(), ElementsAre(help));
+    EXPECT_THAT(openWindows<HelpWindow>(), ElementsAre(help));
 }
 
 TEST_F(OvrelAppTest, HasOneAboutWindow) {
-    EXPECT_THAT(open<AboutWindow>(), IsEmpty());
+    EXPECT_THAT(openWindows<AboutWindow>(), IsEmpty());
     entry(QStringLiteral("About Ovrel")).trigger();
-    ASSERT_EQ(open<AboutWindow>().size(), 1U);
-    AboutWindow* const about = open<AboutWindow>().front();
+    ASSERT_EQ(openWindows<AboutWindow>().size(), 1U);
+    AboutWindow* const about = openWindows<AboutWindow>().front();
     entry(QStringLiteral("About Ovrel")).trigger();
-    EXPECT_THAT(open<AboutWindow>(), ElementsAre(about));
+    EXPECT_THAT(openWindows<AboutWindow>(), ElementsAre(about));
     EXPECT_TRUE(window().isVisible());
 }
 
 TEST_F(OvrelAppTest, HelpsFromItsOtherWindowsToo) {
     entry(QStringLiteral("About Ovrel")).trigger();
-    AboutWindow& about = *open<AboutWindow>().front();
+    AboutWindow& about = *openWindows<AboutWindow>().front();
     waitUntil([&] { return about.isActiveWindow(); });
     QTest::keyClick(&about, Qt::Key_F1);
-    EXPECT_EQ(open<HelpWindow>().size(), 1U);
+    EXPECT_EQ(openWindows<HelpWindow>().size(), 1U);
 }
 
 TEST_F(OvrelAppTest, OffersNoSecondMainWindow) {
@@ -163,7 +172,7 @@ TEST_F(OvrelAppTest, OffersNoSecondMainWindow) {
         EXPECT_EQ(menuTexts().size(), 4);
     }
     press(Qt::Key_N, Qt::ControlModifier);
-    EXPECT_EQ(open<MainWindow>().size(), 1U);
+    EXPECT_EQ(openWindows<MainWindow>().size(), 1U);
 }
 
 TEST_F(OvrelAppTest, ChecksForUpdatesOnRequest) {
@@ -199,35 +208,46 @@ TEST_F(OvrelAppTest, EndsTheProgramWhenTheMainWindowIsClosed) {
     EXPECT_EQ(QApplication::exec(), 0); // the Help window does not keep it
 }
 
-TEST_F(OvrelAppTest, EndsTheProgramWhateverTheUpdatePanelShows) {
-    UpdateManager& updates = fixture.services.updates.manager();
-    struct Row {
-        const char* what;
-        std::function<void()> shown;
-        std::function<void()> end;
+/// How the program ends while the update panel is open.
+struct EndRow {
+    const char* what;
+    std::function<void(UpdateManager&, WindowFixture&)> show;
+    std::function<void(OvrelApp&)> end;
+};
+
+void offer(UpdateManager& updates, WindowFixture& fixture) {
+    updates.showUpdateFoundWithAppcastItem(installableItem(), {}, fixture.services.updates.reply());
+}
+
+void install(UpdateManager& updates, WindowFixture& /*fixture*/) {
+    updates.showInstallingUpdateWithApplicationTerminated(false, OneShot<>([] {}));
+}
+
+TEST(OvrelAppEnd, ComesWhateverTheUpdatePanelShows) {
+    const EndRow rows[] = {
+        {"an offer, the window closed", offer, [](OvrelApp& app) { app.mainWindow().close(); }},
+        {"an offer, by the menu or a signal", offer, [](OvrelApp& app) { app.quit(); }},
+        {"an offer, by the session", offer, [](OvrelApp&) { QCoreApplication::quit(); }},
+        {"an installation, by the updater", install, [](OvrelApp&) { QCoreApplication::quit(); }},
     };
-    const auto offer = [&] {
-        updates.showUpdateFoundWithAppcastItem(installableItem(), {}, fixture.services.updates.reply());
-    };
-    const auto install = [&] { updates.showInstallingUpdateWithApplicationTerminated(false, OneShot<>([] {})); };
-    const Row rows[] = {
-        {"an offer, the window closed", offer, [this] { window().close(); }},
-        {"an offer, by the menu or a signal", offer, [this] { app.quit(); }},
-        {"an offer, by the session", offer, [] { QCoreApplication::quit(); }},
-        {"an installation, by the updater", install, [] { QCoreApplication::quit(); }},
-    };
-    for (const Row& row : rows) {
+    const Theme before = theme();
+    for (const EndRow& row : rows) {
         SCOPED_TRACE(row.what);
+        WindowFixture fixture;
+        OvrelApp app{{.content = [&](QWidget&) { return fixture.contentServices(); },
+                      .appearance = std::make_unique<Appearance>(noBus),
+                      .bus = noBus}};
         app.start();
-        row.shown();
-        ASSERT_EQ(open<UpdatePanelWindow>().size(), 1U);
-        QTimer::singleShot(0, &window(), row.end);
+        row.show(fixture.services.updates.manager(), fixture);
+        EXPECT_EQ(openWindows<UpdatePanelWindow>().size(), 1U);
+        QTimer::singleShot(0, &app, [&] { row.end(app); });
         QTimer hangs;
         hangs.callOnTimeout([] { QCoreApplication::exit(1); });
         hangs.start(std::chrono::seconds(20));
         EXPECT_EQ(QApplication::exec(), 0);
-        EXPECT_THAT(open<UpdatePanelWindow>(), IsEmpty());
+        EXPECT_THAT(openWindows<UpdatePanelWindow>(), IsEmpty());
     }
+    applyTheme(before);
 }
 
 TEST_F(OvrelAppTest, AddsWhatOtherProgramsOpen) {

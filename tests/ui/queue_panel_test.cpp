@@ -11,6 +11,7 @@
 #include <QMenu>
 #include <QPushButton>
 #include <QTest>
+#include <QTimer>
 #include <QToolTip>
 
 #include <gmock/gmock.h>
@@ -105,11 +106,16 @@ TEST_F(QueuePanelTest, AddsFilesAndFoldersFromItsMenu) {
 TEST_F(QueuePanelTest, OpensTheMenuUnderItsButton) {
     fill({"a.png"});
     EXPECT_EQ(roleOf(button("Add")), QAccessible::ButtonMenu);
-    click(button("Add"));
-    QWidget* const menu = QApplication::activePopupWidget();
-    ASSERT_EQ(menu, button("Add").menu());
-    EXPECT_GE(menu->y(), button("Add").mapToGlobal(QPoint()).y());
-    QTest::keyClick(menu, Qt::Key_Escape);
+    bool isSeen = false;
+    QTimer::singleShot(0, &fixture.window(), [&] {
+        QMenu& menu = *button("Add").menu();
+        isSeen = true;
+        EXPECT_EQ(QApplication::activePopupWidget(), &menu);
+        EXPECT_GE(menu.y(), button("Add").mapToGlobal(QPoint()).y());
+        QTest::keyClick(&menu, Qt::Key_Escape);
+    });
+    click(button("Add")); // returns when the menu has gone, or at once in a program that has been asked to quit
+    waitUntil([&] { return isSeen; });
     EXPECT_EQ(QApplication::activePopupWidget(), nullptr);
 }
 
@@ -306,6 +312,9 @@ TEST_F(QueuePanelTest, ShowsASymbolForEachStateAtTheTrailingEdge) {
 
 TEST_F(QueuePanelTest, ShowsAnIconForEachKindOfFile) {
     fill({"a.png", "b.gif", "c.avif", "d.jpg"});
+    QTest::mouseMove(&fixture.window(), QPoint(1, 1)); // the row below the pointer has another ground
+    fixture.window().setFocus();                       // and the one with the keyboard an outline
+    settle();
     const QImage image = tileOf(list(), 0);
     const QImage animation = tileOf(list(), 1);
     const QImage copy = tileOf(list(), 2);
