@@ -10,7 +10,6 @@ class QVBoxLayout;
 
 namespace ovrel {
 
-class ElidedLabel;
 class FolderButton;
 class IconView;
 class Model;
