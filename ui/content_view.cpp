@@ -160,8 +160,9 @@ void ContentView::makeActions() {
 }
 
 void ContentView::arrange() {
-    const Measures of = measuresIn(size());
     const bool compact = width() < qFloor(smallest.width() * textScale());
+    // Large text makes a large window as crowded as the smallest one.
+    const Measures of = measuresIn(compact ? QSize(smallest.width(), height()) : size());
     header_->setMetrics(of.header, of.margin, compact);
     queue_->setCompact(compact);
     footer_->setMetrics(width(), of.margin, compact);
@@ -226,7 +227,8 @@ void ContentView::takeAlertTexts() {
         return;
     }
     const QString title = model_.t(QStringLiteral("Не удалось выполнить действие"));
-    alert_->setIconPixmap(themePixmap(Icon::exclamationCircle, alertIcon, colors().danger, devicePixelRatioF()));
+    alert_->setIconPixmap(
+        themePixmap(Icon::exclamationCircle, besideText(alertIcon), colors().danger, devicePixelRatioF()));
     alert_->setWindowTitle(title);
     alert_->setText(title);
     alert_->setInformativeText(model_.language().describe(model_.error()));

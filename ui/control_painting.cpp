@@ -44,7 +44,7 @@ ButtonColors buttonColors(ButtonKind kind, const ControlState& state) {
         return {between(clear(of.hover), of.hover, of.inset), Qt::transparent, of.text, of.secondaryText};
     case ButtonKind::removal:
         return {between(clear(of.hover), of.hover, of.inset), Qt::transparent, between(of.text, of.danger, of.danger),
-                between(of.secondaryText, of.danger, of.danger)};
+                of.secondaryText};
     case ButtonKind::stop: return {between(of.surface, of.dangerTint, of.dangerTint), of.danger, of.danger, of.danger};
     }
     return {};
@@ -65,9 +65,9 @@ QFont buttonFont(ButtonKind kind) {
 int widthOf(const ButtonLabel& label, const QFontMetrics& text) {
     int width = text.size(Qt::TextShowMnemonic, label.text).width();
     if (label.leading != Icon::none)
-        width += metrics::icon + buttonGap;
+        width += besideText(metrics::icon) + buttonGap;
     if (label.trailing != Icon::none)
-        width += qRound(label.trailingSize) + buttonGap;
+        width += besideText(label.trailingSize) + buttonGap;
     return width;
 }
 
@@ -88,15 +88,18 @@ void drawButton(QPainter& painter, const QRectF& where, ButtonKind kind, const C
 
     double offset = 0;
     if (label.leading != Icon::none) {
-        drawIcon(painter, label.leading, place(offset, metrics::icon, metrics::icon), of.icon);
-        offset += metrics::icon + buttonGap;
+        const int icon = besideText(metrics::icon);
+        drawIcon(painter, label.leading, place(offset, icon, icon), of.icon);
+        offset += icon + buttonGap;
     }
     const double textWidth = text.size(Qt::TextShowMnemonic, label.text).width();
     painter.setPen(of.text);
     painter.drawText(place(offset, textWidth, where.height()), Qt::AlignCenter | Qt::TextHideMnemonic, label.text);
     offset += textWidth + buttonGap;
-    if (label.trailing != Icon::none)
-        drawIcon(painter, label.trailing, place(offset, label.trailingSize, label.trailingSize), of.icon);
+    if (label.trailing != Icon::none) {
+        const int icon = besideText(label.trailingSize);
+        drawIcon(painter, label.trailing, place(offset, icon, icon), of.icon);
+    }
     painter.restore();
 }
 

@@ -48,7 +48,7 @@ struct ButtonLabel {
     QString text;
     Icon leading = Icon::none;
     Icon trailing = Icon::none;
-    double trailingSize = metrics::icon; ///< pixels
+    int trailingSize = metrics::icon; ///< pixels, beside text of the usual size
 };
 
 /// Between an icon and the text beside it.

@@ -6,6 +6,8 @@
 #include <QEvent>
 #include <QPainter>
 
+#include <algorithm>
+
 namespace ovrel {
 
 Card::Card(QWidget* parent) : QFrame(parent) {}
@@ -32,9 +34,9 @@ void Divider::paintEvent(QPaintEvent* /*event*/) {
     QPainter(this).fillRect(rect(), colors().border);
 }
 
-IconView::IconView(Icon icon, double size, ColorOf color, QWidget* parent)
+IconView::IconView(Icon icon, int size, ColorOf color, QWidget* parent)
     : QWidget(parent), icon_(icon), size_(size), color_(color) {
-    setFixedSize(qCeil(size), qCeil(size));
+    takeSize();
 }
 
 void IconView::setIcon(Icon icon, ColorOf color) {
@@ -46,7 +48,8 @@ void IconView::setIcon(Icon icon, ColorOf color) {
 void IconView::setTile(int size, ColorOf fill, double radius) {
     tile_ = fill;
     tileRadius_ = radius;
-    setFixedSize(size, size);
+    tileSize_ = size;
+    takeSize();
     update();
 }
 
@@ -55,9 +58,20 @@ void IconView::paintEvent(QPaintEvent* /*event*/) {
     if (tile_ != nullptr)
         drawRounded(painter, rect(), tileRadius_, isEnabled() ? colors().*tile_ : colors().disabledFill,
                     Qt::transparent);
-    QRectF where(0, 0, size_, size_);
+    QRectF where(0, 0, besideText(size_), besideText(size_));
     where.moveCenter(QRectF(rect()).center());
     drawIcon(painter, icon_, where, isEnabled() ? colors().*color_ : colors().disabled);
+}
+
+void IconView::changeEvent(QEvent* event) {
+    if (event->type() == QEvent::StyleChange)
+        takeSize();
+    QWidget::changeEvent(event);
+}
+
+void IconView::takeSize() {
+    const int side = besideText(std::max(size_, tileSize_));
+    setFixedSize(side, side);
 }
 
 Pill::Pill(QWidget* parent) : QLabel(parent) {
@@ -88,8 +102,9 @@ void Pill::takeTheme() {
     setPalette(own);
 }
 
-Spinner::Spinner(int size, QWidget* parent) : QWidget(parent), turn_(new EndlessAnimation(*this, motion::spinnerTurn)) {
-    setFixedSize(size, size);
+Spinner::Spinner(int size, QWidget* parent)
+    : QWidget(parent), size_(size), turn_(new EndlessAnimation(*this, motion::spinnerTurn)) {
+    takeSize();
     connect(turn_, &EndlessAnimation::valueChanged, this, qOverload<>(&QWidget::update));
     turn_->setWanted(true);
 }
@@ -97,6 +112,16 @@ Spinner::Spinner(int size, QWidget* parent) : QWidget(parent), turn_(new Endless
 void Spinner::paintEvent(QPaintEvent* /*event*/) {
     QPainter painter(this);
     drawSpinner(painter, rect(), 360 * turn_->value());
+}
+
+void Spinner::changeEvent(QEvent* event) {
+    if (event->type() == QEvent::StyleChange)
+        takeSize();
+    QWidget::changeEvent(event);
+}
+
+void Spinner::takeSize() {
+    setFixedSize(besideText(size_), besideText(size_));
 }
 
 void drawSpinner(QPainter& painter, const QRectF& where, double degrees) {

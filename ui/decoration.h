@@ -56,21 +56,27 @@ class IconView final : public QWidget {
     Q_DISABLE_COPY_MOVE(IconView)
 
 public:
-    IconView(Icon icon, double size, ColorOf color, QWidget* parent = nullptr);
+    /// \param size pixels, beside text of the usual size
+    IconView(Icon icon, int size, ColorOf color, QWidget* parent = nullptr);
     ~IconView() override = default;
 
     void setIcon(Icon icon, ColorOf color);
+    /// \param size pixels, beside text of the usual size
     /// \param fill null for none
     void setTile(int size, ColorOf fill, double radius);
 
 protected:
     void paintEvent(QPaintEvent* event) override;
+    void changeEvent(QEvent* event) override;
 
 private:
+    void takeSize();
+
     Icon icon_;
-    double size_; ///< pixels
+    int size_;
     ColorOf color_;
     ColorOf tile_ = nullptr;
+    int tileSize_ = 0;
     double tileRadius_ = 0.0;
 };
 
@@ -97,14 +103,18 @@ class Spinner final : public QWidget {
     Q_DISABLE_COPY_MOVE(Spinner)
 
 public:
-    /// \param size pixels
+    /// \param size pixels, beside text of the usual size
     explicit Spinner(int size, QWidget* parent = nullptr);
     ~Spinner() override = default;
 
 protected:
     void paintEvent(QPaintEvent* event) override;
+    void changeEvent(QEvent* event) override;
 
 private:
+    void takeSize();
+
+    int size_;
     EndlessAnimation* turn_; ///< a child
 };
 

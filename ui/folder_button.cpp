@@ -9,7 +9,9 @@ namespace ovrel {
 namespace {
 
 constexpr int padding = 10;
-constexpr int tileSize = 34;
+constexpr int tile = 34;
+constexpr int folderIcon = 20;
+constexpr int chevronIcon = 15;
 constexpr int gap = 12;
 
 } // namespace
@@ -32,7 +34,7 @@ void FolderButton::setLines(const QString& title, const QString& explanation) {
 QSize FolderButton::sizeHint() const {
     const QFontMetrics title(fontOf(TextStyle::controlTitle));
     const QFontMetrics caption(fontOf(TextStyle::caption));
-    return {280, std::max(tileSize, title.height() + caption.height()) + 2 * padding};
+    return {280, std::max(besideText(tile), title.height() + caption.height()) + 2 * padding};
 }
 
 QSize FolderButton::minimumSizeHint() const {
@@ -43,17 +45,18 @@ void FolderButton::paintEvent(QPaintEvent* /*event*/) {
     QPainter painter(this);
     const Colors& of = colors();
     const ControlState state = stateOf(*this, *fade_);
-    const ButtonColors ground = buttonColors(ButtonKind::secondary, state);
-    drawRounded(painter, rect(), metrics::folderRadius, ground.fill, ground.border);
+    const ButtonColors button = buttonColors(ButtonKind::secondary, state);
+    drawRounded(painter, rect(), metrics::folderRadius, button.fill, button.border);
 
     const auto visual = [this](const QRect& where) { return style()->visualRect(layoutDirection(), rect(), where); };
-    const QRect tile = visual({padding, (height() - tileSize) / 2, tileSize, tileSize});
-    drawRounded(painter, tile, metrics::tileRadius, state.enabled ? of.accentTint : of.disabledFill, Qt::transparent);
-    QRectF folder(0, 0, 20, 20);
-    folder.moveCenter(QRectF(tile).center());
+    const int tileSize = besideText(tile);
+    const QRect ground = visual({padding, (height() - tileSize) / 2, tileSize, tileSize});
+    drawRounded(painter, ground, metrics::tileRadius, state.enabled ? of.accentTint : of.disabledFill, Qt::transparent);
+    QRectF folder(0, 0, besideText(folderIcon), besideText(folderIcon));
+    folder.moveCenter(QRectF(ground).center());
     drawIcon(painter, Icon::folderFilled, folder, state.enabled ? of.accent : of.disabled);
 
-    constexpr int chevronSize = 15;
+    const int chevronSize = besideText(chevronIcon);
     const QRect chevron =
         visual({width() - padding - 3 - chevronSize, (height() - chevronSize) / 2, chevronSize, chevronSize});
     drawIcon(painter, Icon::chevronRight, chevron, state.enabled ? of.secondaryText : of.disabled);

@@ -17,6 +17,8 @@ namespace ovrel {
 namespace {
 
 constexpr int logoSize = 40;
+constexpr int shieldIcon = 15;
+constexpr int globeIcon = 18;
 constexpr int leastPadding = 8; ///< above and below large text
 
 class Logo final : public QWidget {
@@ -40,13 +42,13 @@ public:
         auto* row = new QHBoxLayout(this);
         row->setContentsMargins(10, 6, 12, 6);
         row->setSpacing(8);
-        row->addWidget(new IconView(Icon::lockShield, 15, &Colors::success, this));
+        row->addWidget(new IconView(Icon::lockShield, shieldIcon, &Colors::success, this));
         row->addWidget(text_);
         setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Fixed);
     }
 
     /// Its text never keeps the window wide.
-    QSize minimumSizeHint() const override { return {10 + 15 + 10, sizeHint().height()}; }
+    QSize minimumSizeHint() const override { return {10 + besideText(shieldIcon) + 10, sizeHint().height()}; }
 
     void setText(const QString& text) {
         text_->setText(text);
@@ -58,7 +60,7 @@ public:
         layout()->setContentsMargins(10, 6, collapsed ? 10 : 12, 6);
     }
     /// With its text.
-    int fullWidth() const { return 10 + 15 + 8 + text_->sizeHint().width() + 12; }
+    int fullWidth() const { return 10 + besideText(shieldIcon) + 8 + text_->sizeHint().width() + 12; }
 
 protected:
     void paintEvent(QPaintEvent* /*event*/) override {
@@ -95,7 +97,7 @@ HeaderBar::HeaderBar(Model& model, QWidget* parent)
     row->addSpacing(12);
     row->addWidget(badge_);
     row->addSpacing(16);
-    row->addWidget(new IconView(Icon::globe, 18, &Colors::secondaryText, this));
+    row->addWidget(new IconView(Icon::globe, globeIcon, &Colors::secondaryText, this));
     row->addSpacing(8);
     row->addWidget(language_);
 
@@ -153,8 +155,8 @@ void HeaderBar::takeTexts() {
 void HeaderBar::fitBadge() {
     const QMargins margins = layout()->contentsMargins();
     const int others = margins.left() + margins.right() + logoSize + 12 +
-                       std::max(wordmark_->sizeHint().width(), tagline_->sizeHint().width()) + 12 + 16 + 18 + 8 +
-                       language_->sizeHint().width();
+                       std::max(wordmark_->sizeHint().width(), tagline_->sizeHint().width()) + 12 + 16 +
+                       besideText(globeIcon) + 8 + language_->sizeHint().width();
     badge_->setCollapsed(compact_ || others + badge_->fullWidth() > width());
 }
 

@@ -34,6 +34,11 @@ QSize buttonSize(const QStyleOptionButton& button) {
     return {widthOf({.text = button.text}, text) + 2 * dialogButtonPadding, heightOf(metrics::button, text)};
 }
 
+/// Right of a menu's text.
+int comboChevronRoom() {
+    return 20 + besideText(metrics::smallIcon);
+}
+
 QSize menuItemSize(const QStyleOptionMenuItem& item, const QSize& contents) {
     if (item.menuItemType == QStyleOptionMenuItem::Separator)
         return {contents.width(), 9};
@@ -158,7 +163,7 @@ void OvrelStyle::drawComplexControl(ComplexControl control, const QStyleOptionCo
 QRect OvrelStyle::subControlRect(ComplexControl control, const QStyleOptionComplex* option, SubControl part,
                                  const QWidget* widget) const {
     if (control == CC_ComboBox && part == SC_ComboBoxEditField)
-        return visualRect(option->direction, option->rect, option->rect.adjusted(12, 0, -34, 0));
+        return visualRect(option->direction, option->rect, option->rect.adjusted(12, 0, -comboChevronRoom(), 0));
     if (control == CC_ScrollBar) {
         const auto* bar = qstyleoption_cast<const QStyleOptionSlider*>(option);
         if (bar != nullptr && (part == SC_ScrollBarSlider || part == SC_ScrollBarGroove))
@@ -180,7 +185,7 @@ QSize OvrelStyle::sizeFromContents(ContentsType type, const QStyleOption* option
         if (const auto* item = qstyleoption_cast<const QStyleOptionMenuItem*>(option))
             return menuItemSize(*item, contents);
         break;
-    case CT_ComboBox: return {contents.width() + 46, heightOf(comboHeight, option->fontMetrics)};
+    case CT_ComboBox: return {contents.width() + 12 + comboChevronRoom(), heightOf(comboHeight, option->fontMetrics)};
     case CT_ProgressBar: return {contents.width(), progressThickness};
     default: break;
     }
@@ -201,7 +206,7 @@ int OvrelStyle::pixelMetric(PixelMetric metric, const QStyleOption* option, cons
     case PM_SliderLength: return knobSize;
     case PM_MenuHMargin:
     case PM_MenuVMargin: return menuMargin;
-    case PM_SmallIconSize: return metrics::icon;
+    case PM_SmallIconSize: return besideText(metrics::icon);
     case PM_ToolTipLabelFrameWidth: return 9;
     case PM_FocusFrameHMargin:
     case PM_FocusFrameVMargin: return metrics::focusGap + metrics::focusWidth;

@@ -7,12 +7,14 @@
 
 #include <QPainter>
 
+#include <algorithm>
+
 namespace ovrel {
 
 namespace {
 
 constexpr int tileLeft = 8;
-constexpr int textLeft = 50;
+constexpr int tileGap = 12; ///< between tile and text
 constexpr int statusRight = 12;
 constexpr int tileIcon = 18;
 
@@ -79,21 +81,22 @@ void QueueDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
     const auto visual = [&row](const QRect& where) { return QStyle::visualRect(row.direction, row.rect, where); };
     const Tile tile = tileOf(index.data(QueueListModel::kind).value<QueueListModel::Kind>());
     const bool selected = option.state.testFlag(QStyle::State_Selected);
-    const QRect ground = visual({row.rect.left() + tileLeft, row.rect.top() + (row.rect.height() - metrics::tile) / 2,
-                                 metrics::tile, metrics::tile});
+    const int tileSize = besideText(metrics::tile);
+    const QRect ground =
+        visual({row.rect.left() + tileLeft, row.rect.top() + (row.rect.height() - tileSize) / 2, tileSize, tileSize});
     drawRounded(*painter, ground, metrics::tileRadius, selected ? of.surface : of.*tile.fill, Qt::transparent);
-    QRectF icon(0, 0, tileIcon, tileIcon);
+    QRectF icon(0, 0, besideText(tileIcon), besideText(tileIcon));
     icon.moveCenter(QRectF(ground).center());
     drawIcon(*painter, tile.icon, icon, of.*tile.color);
 
     const QueueListModel::State state = stateOf(index);
-    const QRect status = visual({row.rect.right() + 1 - statusRight - metrics::statusIcon,
-                                 row.rect.top() + (row.rect.height() - metrics::statusIcon) / 2, metrics::statusIcon,
-                                 metrics::statusIcon});
+    const int statusSize = besideText(metrics::statusIcon);
+    const QRect status = visual({row.rect.right() + 1 - statusRight - statusSize,
+                                 row.rect.top() + (row.rect.height() - statusSize) / 2, statusSize, statusSize});
     drawStatus(*painter, state, status, spinnerDegrees_);
 
-    const int trailing = statusRight + (state == QueueListModel::State::waiting ? 0 : metrics::statusIcon + 10);
-    const QRect text = visual(row.rect.adjusted(textLeft, 0, -trailing, 0));
+    const int trailing = statusRight + (state == QueueListModel::State::waiting ? 0 : statusSize + 10);
+    const QRect text = visual(row.rect.adjusted(tileLeft + tileSize + tileGap, 0, -trailing, 0));
     const QString second = secondLine(index);
     const QFont nameFont = fontOf(TextStyle::strong);
     const QFont noteFont = fontOf(TextStyle::caption);
@@ -123,7 +126,7 @@ void QueueDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
 QSize QueueDelegate::sizeHint(const QStyleOptionViewItem& /*option*/, const QModelIndex& /*index*/) const {
     const int text =
         QFontMetrics(fontOf(TextStyle::strong)).height() + QFontMetrics(fontOf(TextStyle::caption)).height();
-    return {160, std::max(metrics::row, text + 10) + metrics::rowGap};
+    return {160, std::max({metrics::row, text + 10, besideText(metrics::tile) + 10}) + metrics::rowGap};
 }
 
 QString QueueDelegate::secondLine(const QModelIndex& index) {

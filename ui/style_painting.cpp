@@ -28,7 +28,7 @@ bool hasIconColumn(const QStyleOptionMenuItem& item) {
 }
 
 int textIndent(const QStyleOptionMenuItem& item) {
-    return menuMargin + menuIndent + (hasIconColumn(item) ? metrics::icon + menuGap : 0);
+    return menuMargin + menuIndent + (hasIconColumn(item) ? besideText(metrics::icon) + menuGap : 0);
 }
 
 /// A third of the groove is filled.
@@ -70,8 +70,8 @@ void drawMenuItem(QPainter& painter, const QStyleOptionMenuItem& item) {
         drawRounded(painter, row, 6, of.accentTint, Qt::transparent);
 
     painter.save();
-    const int iconTop = row.center().y() - metrics::icon / 2;
-    const QRect icon = visual(item, {row.left() + menuIndent, iconTop, metrics::icon, metrics::icon});
+    const int iconSize = besideText(metrics::icon);
+    const QRect icon = visual(item, {row.left() + menuIndent, row.center().y() - iconSize / 2, iconSize, iconSize});
     if (item.checked)
         drawIcon(painter, Icon::check, icon, enabled ? of.accentText : of.disabled);
     else if (!item.icon.isNull())
@@ -97,7 +97,7 @@ void drawCombo(QPainter& painter, const QStyleOptionComboBox& box) {
     const ControlState state = stateOf(box);
     const ButtonColors of = buttonColors(ButtonKind::secondary, state);
     drawRounded(painter, box.rect, metrics::buttonRadius, of.fill, of.border);
-    constexpr int chevron = 14;
+    const int chevron = besideText(metrics::smallIcon);
     const QRect where(box.rect.right() - 11 - chevron, box.rect.center().y() - chevron / 2 + 1, chevron, chevron);
     drawIcon(painter, Icon::chevronDown, visual(box, where),
              state.enabled ? colors().secondaryText : colors().disabled);
@@ -134,7 +134,7 @@ void drawSlider(QPainter& painter, const QStyleOptionSlider& slider, const QRect
 
     painter.save();
     painter.setRenderHint(QPainter::Antialiasing);
-    painter.setBrush(!enabled ? of.surface : hovered ? mixed(of.knob, of.accent, 0.15) : of.knob);
+    painter.setBrush(!enabled ? of.surface : hovered ? of.accentTint : of.knob);
     painter.setPen(QPen(enabled ? of.accent : of.disabled, 2));
     painter.drawEllipse(knob.adjusted(1, 1, -1, -1));
     painter.restore();

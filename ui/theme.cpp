@@ -228,6 +228,11 @@ double textScale() {
     return QFontInfo(fontOf(TextStyle::body)).pixelSize() / usualPixels;
 }
 
+int besideText(int designed) {
+    constexpr double most = 1.5; // beyond that they take more room than they are worth
+    return qRound(designed * std::clamp(textScale(), 1.0, most));
+}
+
 int heightOf(int designed, const QFontMetrics& text) {
     constexpr int usualLine = 17; // pixels
     return designed + std::max(0, text.height() - usualLine);

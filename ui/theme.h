@@ -129,6 +129,11 @@ double textFactor(double systemPoints);
 /// By how much text is larger here than it is designed to be; 1 with text of the usual size and resolution.
 double textScale();
 
+/// The side of an icon, of its tile or of a spinner, which grow with the text beside them, to one and a half times at
+/// most, and never shrink.
+/// \param designed beside text of the usual size
+int besideText(int designed);
+
 /// A height that grows with the text in it.
 /// \param designed with text of the usual size
 int heightOf(int designed, const QFontMetrics& text);

@@ -10,7 +10,7 @@ namespace ovrel {
 namespace {
 
 constexpr int gap = 6;
-constexpr int chevron = 13;
+constexpr int chevronIcon = 13;
 
 } // namespace
 
@@ -23,7 +23,7 @@ WordmarkButton::WordmarkButton(QWidget* parent) : QToolButton(parent), fade_(new
 }
 
 QSize WordmarkButton::sizeHint() const {
-    const int arrow = menu() == nullptr ? 0 : gap + chevron;
+    const int arrow = menu() == nullptr ? 0 : gap + besideText(chevronIcon);
     return {fontMetrics().horizontalAdvance(text()) + arrow + 2 * padding, fontMetrics().height() + 2};
 }
 
@@ -37,6 +37,7 @@ void WordmarkButton::paintEvent(QPaintEvent* /*event*/) {
     const int width = fontMetrics().horizontalAdvance(text());
     painter.drawText(visual({padding, 0, width, height()}), Qt::AlignCenter, text());
     if (menu() != nullptr) {
+        const int chevron = besideText(chevronIcon);
         drawIcon(painter, Icon::chevronDown,
                  visual({padding + width + gap, (height() - chevron) / 2 + 1, chevron, chevron}), of.icon);
     }
