@@ -6,7 +6,9 @@
 #include "ui/shortcuts.h"
 #include "ui/text_label.h"
 #include "ui/tool_tip.h"
+#include "widgets/paragraph.h"
 
+#include <QEvent>
 #include <QHBoxLayout>
 #include <QPainter>
 #include <QStackedWidget>
@@ -19,6 +21,7 @@ namespace {
 
 constexpr int pictureSize = 84;
 constexpr double restingDegrees = -5;
+constexpr double explanationLineHeight = 1.25;
 
 } // namespace
 
@@ -76,15 +79,23 @@ DropZone::DropZone(Model& model, QWidget* parent) : QWidget(parent), model_(mode
     connect(&model_, &Model::canEditQueueChanged, this, &DropZone::takeState);
     connect(&model_, &Model::scanningChanged, this, &DropZone::takeState);
     connect(&model_, &Model::targetedChanged, this, [this] { picture_->setStraight(model_.targeted()); });
+    takeTheme();
     takeTexts();
     takeState();
+}
+
+void DropZone::changeEvent(QEvent* event) {
+    if (event->type() == QEvent::StyleChange)
+        takeTheme();
+    QWidget::changeEvent(event);
 }
 
 QWidget* DropZone::invitation() {
     auto* page = new QWidget(this);
     picture_ = new Picture(page);
     heading_ = new TextLabel(TextStyle::emptyHeading, TextColor::primary, page);
-    explanation_ = new TextLabel(TextStyle::body, TextColor::secondary, page);
+    explanation_ = new Paragraph(Paragraph::Role::text, page);
+    explanation_->setLineHeight(explanationLineHeight);
     formats_ = new Pill(page);
     files_ = new Button(ButtonKind::primary, metrics::largeButton, page);
     folder_ = new Button(ButtonKind::secondary, metrics::largeButton, page);
@@ -104,7 +115,7 @@ QWidget* DropZone::invitation() {
     buttons->addStretch();
 
     auto* column = new QVBoxLayout(page);
-    column->setContentsMargins(30, 30, 30, 30);
+    column->setContentsMargins(30, 30, 30, 36); // the middle of what is seen lies a little higher than that of the card
     column->setSpacing(0);
     column->addStretch();
     column->addWidget(picture_, 0, Qt::AlignHCenter);
@@ -114,7 +125,7 @@ QWidget* DropZone::invitation() {
     column->addWidget(explanation_);
     column->addSpacing(14);
     column->addWidget(formats_, 0, Qt::AlignHCenter);
-    column->addSpacing(20);
+    column->addSpacing(24);
     column->addLayout(buttons);
     column->addStretch();
     return page;
@@ -131,6 +142,12 @@ QWidget* DropZone::gathering() {
     column->addWidget(gatheringText_);
     column->addStretch();
     return page;
+}
+
+void DropZone::takeTheme() {
+    QPalette secondary = explanation_->palette();
+    secondary.setColor(QPalette::WindowText, colors().secondaryText);
+    explanation_->setPalette(secondary);
 }
 
 void DropZone::takeTexts() {

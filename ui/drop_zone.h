@@ -10,6 +10,7 @@ namespace ovrel {
 
 class Button;
 class Model;
+class Paragraph;
 class Pill;
 class TextLabel;
 
@@ -26,11 +27,15 @@ public:
     Button& chooseFiles() { return *files_; }
     Button& chooseFolder() { return *folder_; }
 
+protected:
+    void changeEvent(QEvent* event) override;
+
 private:
     class Picture;
 
     QWidget* invitation();
     QWidget* gathering();
+    void takeTheme();
     void takeTexts();
     void takeState();
 
@@ -38,7 +43,7 @@ private:
     QStackedWidget* pages_;
     Picture* picture_ = nullptr;
     TextLabel* heading_ = nullptr;
-    TextLabel* explanation_ = nullptr;
+    Paragraph* explanation_ = nullptr;
     Pill* formats_ = nullptr;
     Button* files_ = nullptr;
     Button* folder_ = nullptr;

@@ -252,6 +252,7 @@ void QueuePanel::takeSelection() {
     selected_->setText(model_.language().choose(QStringLiteral("Выбрано файлов: "), QStringLiteral("Selected: ")) +
                        QString::number(count));
     selected_->setTextStyle(count > 0 ? TextStyle::figure : TextStyle::caption);
+    selected_->setTextColor(count > 0 ? TextColor::primary : TextColor::secondary);
     removeSelected_->setEnabled(count > 0 && model_.canEditQueue());
     remove_->setEnabled(removeSelected_->isEnabled());
 }
