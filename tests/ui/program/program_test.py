@@ -19,12 +19,14 @@ needed.look_for("heif-convert")
 import pictures
 from accessible import CHECKED, Accessibility
 from desktop import Desktop
+from portal import DARK, LIGHT, NO_PREFERENCE, Portal
 from program import Home, Program
 from x_client import XClient
 
 PROGRAM, VERSION = sys.argv.pop(1), sys.argv.pop(1)
 PALETTE = [(200, 30, 40), (20, 160, 60), (30, 50, 190), (230, 200, 20)]
 MANY = 1000
+GROUNDS = {LIGHT: (0xF3, 0xF5, 0xF8), DARK: (0x13, 0x17, 0x1C)}  # of the window, in light and in dark
 DESKTOP_ENTRY = pathlib.Path(__file__).resolve().parents[3] / "packaging" / "desktop" / "ovrel.desktop.in"
 
 
@@ -77,6 +79,11 @@ class ProgramTest(unittest.TestCase):
         program.click("Преобразовать в AVIF")
         program.wait_for(self.results, "the first result")
         return program
+
+    def ground(self, program):
+        """The colour of the window between its edge and the list."""
+        window = program.get("frame", "Ovrel").box
+        return self.hands.color(window.x + 8, window.y + window.height // 2)
 
     def results(self):
         """The names of the files that are seen in the folder of results."""
@@ -197,6 +204,17 @@ class ProgramTest(unittest.TestCase):
         again.get("radio button", "Русский").act("Toggle")
         again.get("label", "Перетащите файлы сюда")
         self.assertFalse(again.get("radio button", "English").is_(CHECKED))
+
+    def test_is_light_and_dark_as_the_desktop_is_while_it_runs(self):
+        portal = self.enterContext(contextlib.closing(Portal(self.desktop.bus_address, DARK)))
+        program = self.start()
+        self.hands.activate(program.window)
+        for scheme, shown in [(None, DARK), (LIGHT, LIGHT), (DARK, DARK), (NO_PREFERENCE, LIGHT)]:
+            with self.subTest(scheme):
+                if scheme is not None:
+                    portal.change(scheme)
+                program.wait_for(lambda: self.ground(program) == GROUNDS[shown],
+                                 lambda: f"{GROUNDS[shown]}, but {self.ground(program)}")
 
     def test_opens_help_and_about(self):
         program = self.start()

@@ -63,6 +63,11 @@ class XClient:
         xtest.fake_input(self._display, X.ButtonRelease, 1)
         self._display.sync()
 
+    def color(self, x, y):
+        """The colour that this point of the screen has, as red, green and blue."""
+        pixel = self._root.get_image(x, y, 1, 1, X.ZPixmap, 0xFFFFFFFF).data
+        return tuple(pixel[2::-1])
+
     def drop(self, window, box, addresses):
         """Drags these addresses into the middle of a part of the screen, which `window` shows, and drops them."""
         with contextlib.closing(_Drag(self._display, window, addresses)) as drag:
