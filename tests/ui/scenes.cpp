@@ -4,12 +4,10 @@
 #include "platform/file_error.h"
 #include "tests/support/avif_writer.h"
 #include "tests/ui/window_fixture.h"
-#include "tests/updates/update_fixture.h"
 #include "ui/about_window.h"
 #include "ui/help_window.h"
 #include "ui/menu_commands.h"
 #include "updates/update_commands.h"
-#include "updates/update_panel_window.h"
 
 #include <QAbstractItemView>
 #include <QApplication>
@@ -21,8 +19,9 @@
 #include <QToolButton>
 
 #include <algorithm>
-#include <memory>
+#include <iterator>
 #include <string>
+#include <utility>
 
 namespace ovrel::test {
 
@@ -220,37 +219,6 @@ QPixmap sideWindowIn(AppLanguage language, QSize size = {}) {
     return window.grab();
 }
 
-/// The panel of updates after its manager has heard something from the updater.
-QPixmap panelAfter(AppLanguage language, const std::function<void(UpdateFixture&)>& hear) {
-    UpdateFixture fixture(language);
-    UpdatePanelWindow panel(fixture.manager(), std::make_shared<const bool>(false));
-    fixture.check(true);
-    hear(fixture);
-    panel.makeKeyAndOrderFront();
-    runEvents();
-    runEvents();
-    const QPixmap picture = panel.grab();
-    return picture;
-}
-
-SUAppcastItem newVersion(AppLanguage language) {
-    SUAppcastItem item = installableItem();
-    item.displayVersionString = QStringLiteral("2.4");
-    item.itemDescription =
-        language == AppLanguage::english
-            ? QStringLiteral("• Faster gathering of large folders\n• Clearer messages for files that "
-                             "cannot be read\n• The list keeps its scroll position after files are "
-                             "removed\n• Keyboard control of the quality slider in larger "
-                             "steps\n• Better contrast in the dark theme\n• Updated Russian "
-                             "texts\n• Smaller installation\n• Fewer questions")
-            : QStringLiteral("• Большие папки собираются быстрее\n• Понятнее сообщения о файлах, "
-                             "которые нельзя прочитать\n• Список остаётся на месте после удаления "
-                             "файлов\n• Крупные шаги ползунка качества с клавиатуры\n• Контраст "
-                             "тёмной темы лучше\n• Уточнены тексты\n• Меньше места на "
-                             "диске\n• Меньше вопросов");
-    return item;
-}
-
 QPixmap alertIn(AppLanguage language) {
     QPixmap alert;
     pictureOf(language, usual, [&alert](WindowFixture& fixture) {
@@ -283,30 +251,29 @@ std::vector<Scene> scenes() {
         fixture.awaitIdle();
         fixture.window().findChild<QAbstractItemView*>()->scrollToTop();
     };
-    std::vector<Scene> all{
-        mainScene(QStringLiteral("empty"), usual, nothing),
-        mainScene(QStringLiteral("filled"), usual, filled),
-        mainScene(QStringLiteral("running"), usual, running),
-        mainScene(QStringLiteral("finished"), usual, finished),
-        mainScene(QStringLiteral("empty-930x690"), smallest, nothing),
-        mainScene(QStringLiteral("filled-930x690"), smallest, filled),
-        mainScene(QStringLiteral("running-930x690"), smallest, running),
-        mainScene(QStringLiteral("finished-930x690"), smallest, finished),
-        mainScene(QStringLiteral("empty-1600x1000"), wide, nothing),
-        mainScene(QStringLiteral("filled-1600x1000"), wide, filled),
-        mainScene(QStringLiteral("drag-over"), usual,
-                  [](WindowFixture& fixture) { fixture.model().setTargeted(true); }),
+    const Arrange gathering = [](WindowFixture& fixture) { fixture.model().add({"/in"}); };
+    const Arrange draggedOver = [](WindowFixture& fixture) { fixture.model().setTargeted(true); };
+    const Arrange stopping = [](WindowFixture& fixture) {
+        fill(fixture);
+        runTo(fixture, 2);
+        fixture.model().setCancelled(true);
+    };
+    std::vector<Scene> all;
+    for (const QSize size : {usual, smallest, wide}) {
+        const QString suffix =
+            size == usual ? QString() : QStringLiteral("-%1x%2").arg(size.width()).arg(size.height());
+        for (const auto& [name, arrange] :
+             {std::pair("empty", nothing), std::pair("filled", filled), std::pair("running", running),
+              std::pair("finished", finished), std::pair("gathering", gathering), std::pair("drag-over", draggedOver),
+              std::pair("stopping", stopping)}) {
+            all.push_back(mainScene(name + suffix, size, arrange));
+        }
+    }
+    std::vector<Scene> others{
         mainScene(QStringLiteral("drag-over-filled"), usual,
                   [](WindowFixture& fixture) {
                       fill(fixture);
                       fixture.model().setTargeted(true);
-                  }),
-        mainScene(QStringLiteral("gathering"), usual, [](WindowFixture& fixture) { fixture.model().add({"/in"}); }),
-        mainScene(QStringLiteral("stopping"), usual,
-                  [](WindowFixture& fixture) {
-                      fill(fixture);
-                      runTo(fixture, 2);
-                      fixture.model().setCancelled(true);
                   }),
         mainScene(QStringLiteral("system"), usual,
                   [](WindowFixture& fixture) {
@@ -361,33 +328,10 @@ std::vector<Scene> scenes() {
          [](AppLanguage language) {
              return sideWindowIn<HelpWindow>(language, {1200, 800});
          }},
-        {QStringLiteral("update-offer"),
-         [](AppLanguage language) {
-             return panelAfter(language, [language](UpdateFixture& fixture) {
-                 fixture.manager().showUpdateFoundWithAppcastItem(newVersion(language), {}, fixture.reply());
-             });
-         }},
-        {QStringLiteral("update-check"),
-         [](AppLanguage language) {
-             return panelAfter(language, [](UpdateFixture& fixture) {
-                 fixture.manager().showUserInitiatedUpdateCheckWithCancellation(fixture.block("cancellation"));
-             });
-         }},
-        {QStringLiteral("update-download"),
-         [](AppLanguage language) {
-             return panelAfter(language, [](UpdateFixture& fixture) {
-                 fixture.manager().showDownloadInitiatedWithCancellation(fixture.block("cancellation"));
-                 fixture.manager().showDownloadDidReceiveExpectedContentLength(1000);
-                 fixture.manager().showDownloadDidReceiveDataOfLength(620);
-             });
-         }},
-        {QStringLiteral("update-failure"),
-         [](AppLanguage language) {
-             return panelAfter(language, [](UpdateFixture& fixture) {
-                 fixture.manager().showUpdaterError(someError(), fixture.block("acknowledgement"));
-             });
-         }},
     };
+    for (std::vector<Scene> more : {std::move(others), updateScenes(), componentScenes()}) {
+        std::ranges::move(more, std::back_inserter(all));
+    }
     return all;
 }
 

@@ -20,4 +20,12 @@ struct Scene {
 
 std::vector<Scene> scenes();
 
+/// \name Parts of them
+/// @{
+/// The panel of updates.
+std::vector<Scene> updateScenes();
+/// Every kind of control as the pointer, the keyboard and the program change it.
+std::vector<Scene> componentScenes();
+/// @}
+
 } // namespace ovrel::test
