@@ -87,7 +87,7 @@ void OvrelStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* opt
     case PE_PanelMenu:
     case PE_FrameMenu:
         if (element == PE_PanelMenu)
-            drawRounded(*painter, option->rect, metrics::buttonRadius, colors().surface, colors().border);
+            drawMenuGround(*painter, option->rect);
         return;
     case PE_PanelTipLabel: painter->fillRect(option->rect, colors().toolTip); return;
     default: QProxyStyle::drawPrimitive(element, option, painter, widget);
@@ -223,11 +223,11 @@ int OvrelStyle::styleHint(StyleHint hint, const QStyleOption* option, const QWid
     case SH_Slider_AbsoluteSetButtons: // a click goes where it points
         return Qt::LeftButton;
     case SH_ScrollBar_Transient: return 0;
-    // Where nothing composes windows, their corners would be black. The masks leave room for the soft edge.
+    // Where nothing composes windows, their corners would be black.
     case SH_ToolTip_Mask:
     case SH_Menu_Mask:
         if (auto* mask = qstyleoption_cast<QStyleHintReturnMask*>(result)) {
-            mask->region = roundedRegion(option->rect, hint == SH_Menu_Mask ? metrics::buttonRadius - 1 : 6);
+            mask->region = roundedRegion(option->rect, hint == SH_Menu_Mask ? metrics::buttonRadius : 6);
             return 1;
         }
         return 0;

@@ -2,6 +2,7 @@
 
 #include "ui/focus_ring.h"
 
+#include <QBitmap>
 #include <QFocusFrame>
 #include <QPainterPath>
 #include <QStyle>
@@ -31,6 +32,12 @@ int textIndent(const QStyleOptionMenuItem& item) {
     return menuMargin + menuIndent + (hasIconColumn(item) ? besideText(metrics::icon) + menuGap : 0);
 }
 
+QPainterPath roundedPath(const QRect& where, int radius) {
+    QPainterPath path;
+    path.addRoundedRect(where, radius, radius);
+    return path;
+}
+
 /// A third of the groove is filled.
 void drawBusy(QPainter& painter, const QRectF& groove, double place) {
     QRectF chunk = groove;
@@ -45,6 +52,15 @@ ControlState stateOf(const QStyleOption& option) {
     return {.enabled = option.state.testFlag(QStyle::State_Enabled),
             .pressed = option.state.testFlag(QStyle::State_Sunken),
             .hover = option.state.testFlag(QStyle::State_MouseOver) ? 1.0 : 0.0};
+}
+
+void drawMenuGround(QPainter& painter, const QRect& where) {
+    painter.save();
+    // Where nothing composes windows, a soft edge would be black. A hard one lies below it.
+    painter.setRenderHint(QPainter::Antialiasing, false);
+    painter.fillPath(roundedPath(where, metrics::buttonRadius), colors().border);
+    painter.restore();
+    drawRounded(painter, where, metrics::buttonRadius, colors().surface, colors().border);
 }
 
 int menuItemWidth(const QStyleOptionMenuItem& item) {
@@ -216,9 +232,10 @@ void drawFocusFrame(QPainter& painter, const QFocusFrame& frame) {
 }
 
 QRegion roundedRegion(const QRect& where, int radius) {
-    QPainterPath path;
-    path.addRoundedRect(where, radius, radius);
-    return QRegion(path.toFillPolygon().toPolygon());
+    QBitmap pixels(where.size());
+    pixels.clear();
+    QPainter(&pixels).fillPath(roundedPath(QRect(QPoint(), where.size()), radius), Qt::color1);
+    return QRegion(pixels).translated(where.topLeft());
 }
 
 } // namespace ovrel

@@ -18,6 +18,8 @@ inline constexpr int leastScrollHandle = 32; ///< however long the list is
 
 ControlState stateOf(const QStyleOption& option);
 
+/// What lies below the rows of a menu.
+void drawMenuGround(QPainter& painter, const QRect& where);
 int menuItemWidth(const QStyleOptionMenuItem& item);
 void drawMenuItem(QPainter& painter, const QStyleOptionMenuItem& item);
 
@@ -42,7 +44,7 @@ void drawProgress(QPainter& painter, const QStyleOptionProgressBar& bar, double 
 /// The ring around whatever the frame belongs to.
 void drawFocusFrame(QPainter& painter, const QFocusFrame& frame);
 
-/// The pixels of a rounded rectangle.
+/// The pixels of a rounded rectangle whose edges are hard.
 QRegion roundedRegion(const QRect& where, int radius);
 
 } // namespace ovrel

@@ -177,6 +177,10 @@ void applyTheme(const Theme& theme) {
     QApplication::setFont(fontOf(TextStyle::heading), "ovrel::UpdateHeading");
     QApplication::setFont(fontOf(TextStyle::caption), "ovrel::BannerLabel");
     QApplication::setPalette(paletteOf(theme.scheme));
+    // Qt fills the ground of each choice in the list of a combo box itself.
+    QPalette menu = paletteOf(theme.scheme);
+    menu.setColor(QPalette::Window, colors().surface);
+    QApplication::setPalette(menu, "QMenu");
     // Of fonts and palettes Qt tells windows alone, and passes on only what a widget has not set itself.
     for (QWidget* const widget : QApplication::allWidgets()) {
         QEvent change(QEvent::StyleChange);

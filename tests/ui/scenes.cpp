@@ -11,6 +11,7 @@
 
 #include <QAbstractItemView>
 #include <QApplication>
+#include <QComboBox>
 #include <QImage>
 #include <QMenu>
 #include <QMessageBox>
@@ -312,6 +313,8 @@ std::vector<Scene> scenes() {
                       filled(fixture);
                       openMenu<QPushButton>(fixture);
                   }),
+        mainScene(QStringLiteral("compression-menu"), usual,
+                  [](WindowFixture& fixture) { fixture.window().findChild<QComboBox*>()->showPopup(); }),
         mainScene(QStringLiteral("alert"), usual,
                   [filled](WindowFixture& fixture) {
                       filled(fixture);
