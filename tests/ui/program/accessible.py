@@ -44,6 +44,15 @@ class Accessible:
         return [Accessible(self._bus, *child) for child in self._call("Accessible", "GetChildren")]
 
     @property
+    def label(self):
+        """The text beside a control that says what it is for; nothing without one."""
+        labelled_by = 2  # of AtspiRelationType
+        for relation, targets in self._call("Accessible", "GetRelationSet"):
+            if relation == labelled_by:
+                return Accessible(self._bus, *targets[0]).name
+        return None
+
+    @property
     def box(self):
         on_screen = 0
         return Box(*self._call("Component", "GetExtents", GLib.Variant("(u)", (on_screen,))))

@@ -186,6 +186,8 @@ class ProgramTest(unittest.TestCase):
     def test_speaks_the_chosen_language_from_then_on(self):
         program = self.start(self.picture("one.avif"))
         program.wait_for_rows(["one.avif, AVIF, Копирование без изменений"])
+        # A choice is called by its value, as everywhere with Qt, and what it is for by its label.
+        self.assertEqual(program.get("combo box", "Баланс").label, "Сжатие")
         program.get("radio button", "English").act("Toggle")
         program.wait_for(lambda: program.rows("Images") == ["one.avif, AVIF, Copy without changes"], "the English list")
         for role, name in [("push button", "Convert to AVIF"), ("push button", "Choose a folder"),
@@ -193,6 +195,7 @@ class ProgramTest(unittest.TestCase):
                            ("label", "Files queued: 1"), ("button menu", "Add"), ("panel", "Encoding method"),
                            ("panel", "Language / Язык")]:
             program.get(role, name)
+        self.assertEqual(program.get("combo box", "Balanced").label, "Compression")
         program.choose_in_menu("Ovrel Help")
         program.get("heading", "How do I choose the quality?")
         self.hands.close(program.window)
