@@ -17,6 +17,8 @@
 #include <numeric>
 #include <span>
 #include <string_view>
+#include <system_error>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -185,6 +187,16 @@ void requireMemory(const heif_image_handle* handle, bool isGrid, const HevcCost&
     }
 }
 
+/// libde265 waits for ever for a picture when the system grants none of its threads, so one is asked for beforehand.
+/// \throws std::bad_alloc when there is none, most of all for want of memory or by a limit on processes
+void requireThread() {
+    try {
+        std::thread([] {}).join();
+    } catch (const std::system_error&) {
+        throw std::bad_alloc();
+    }
+}
+
 /// Has libheif refuse a grid whose own size is not within the sides that the file states for the picture.
 void limitSides(heif_context* context, const heif_image_handle* handle) {
     constexpr std::uint64_t least = 4096; // coded pictures and tiles may be larger than what is shown of them
@@ -250,6 +262,7 @@ public:
             return std::nullopt;
         }
         requireMemory(handle.get(), isGrid_, cost);
+        requireThread();
         limitSides(context_.get(), handle.get());
         heif_image* decoded = nullptr;
         const heif_chroma chroma =
