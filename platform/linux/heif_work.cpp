@@ -33,7 +33,8 @@ struct Items {
     std::multimap<std::uint64_t, std::uint64_t> propertiesOf; ///< of an item, their places among the properties from 1
     std::multimap<std::uint64_t, std::uint64_t> partsOf;      ///< of an item, what is decoded for it as well
     std::map<std::uint64_t, Place> places;
-    std::size_t records = 0; ///< of all that is kept above
+    std::size_t records = 0;  ///< of all that is kept above
+    bool isAmbiguous = false; ///< something is stated twice, so that libheif may take the other one
 
     /// Counts one more record. Cameras write some hundreds, and a file could name millions in as many bytes.
     /// \return whether it may be kept
@@ -43,6 +44,12 @@ struct Items {
 private:
     static constexpr std::size_t mostRecords = std::size_t{1} << 20;
 };
+
+/// Takes a box that no file has twice.
+void takeOnly(const Box& box, std::optional<HeifBytes>& content, Items& items) {
+    items.isAmbiguous = items.isAmbiguous || content;
+    content = box.content;
+}
 
 /// ISO/IEC 23008-12, section 9.3.2.
 void readAssociations(HeifBytes content, Items& items) {
@@ -62,15 +69,17 @@ void readAssociations(HeifBytes content, Items& items) {
 
 /// ISO/IEC 23008-12, section 9.3.1: the properties, and which items have them.
 void readProperties(HeifBytes content, Items& items) {
+    std::optional<HeifBytes> properties;
     while (const std::optional<Box> box = takeBox(content)) {
         if (box->type == boxType("ipco")) {
-            HeifBytes properties = box->content;
-            for (std::optional<Box> property; (property = takeBox(properties)) && items.mayKeep();) {
-                items.properties.push_back(*property);
-            }
+            takeOnly(*box, properties, items);
         } else if (box->type == boxType("ipma")) {
             readAssociations(box->content, items);
         }
+    }
+    HeifBytes rest = properties.value_or(HeifBytes());
+    for (std::optional<Box> property; (property = takeBox(rest)) && items.mayKeep();) {
+        items.properties.push_back(*property);
     }
 }
 
@@ -135,27 +144,29 @@ void readLocations(HeifBytes content, HeifBytes file, HeifBytes itemData, Items&
         place.from = method == 0 ? file : itemData;
         place.isKnown = method <= 1;
         readExtents(content, widths, items, place);
-        items.places.insert_or_assign(item, std::move(place));
+        items.isAmbiguous = !items.places.emplace(item, std::move(place)).second || items.isAmbiguous;
     }
 }
 
 /// ISO/IEC 14496-12, section 8.11.1.
 void readMeta(HeifBytes content, HeifBytes file, Items& items) {
     takeFullBoxHead(content);
-    HeifBytes locations;
-    HeifBytes itemData;
+    std::optional<HeifBytes> properties;
+    std::optional<HeifBytes> locations;
+    std::optional<HeifBytes> itemData;
     while (const std::optional<Box> box = takeBox(content)) {
         if (box->type == boxType("iprp")) {
-            readProperties(box->content, items);
+            takeOnly(*box, properties, items);
+        } else if (box->type == boxType("iloc")) {
+            takeOnly(*box, locations, items);
+        } else if (box->type == boxType("idat")) {
+            takeOnly(*box, itemData, items);
         } else if (box->type == boxType("iref")) {
             readReferences(box->content, items);
-        } else if (box->type == boxType("iloc")) {
-            locations = box->content;
-        } else if (box->type == boxType("idat")) {
-            itemData = box->content;
         }
     }
-    readLocations(locations, file, itemData, items);
+    readProperties(properties.value_or(HeifBytes()), items);
+    readLocations(locations.value_or(HeifBytes()), file, itemData.value_or(HeifBytes()), items);
 }
 
 /// ISO/IEC 14496-15, section 8.3.2.1: behind fixed fields arrays of NAL units, each unit behind its length.
@@ -176,15 +187,19 @@ void addConfiguration(HeifBytes content, HevcWork& work) {
 class Costs {
 public:
     explicit Costs(HeifBytes file) : bytesLeft_(boundedSum(boundedProduct(file.size(), readings), sharedBytes)) {
+        std::optional<HeifBytes> meta;
         HeifBytes rest = file;
         while (const std::optional<Box> box = takeBox(rest)) {
             if (box->type == boxType("meta")) {
-                readMeta(box->content, file, items_);
+                takeOnly(*box, meta, items_);
             }
         }
+        readMeta(meta.value_or(HeifBytes()), file, items_);
     }
 
-    HevcCost costOf(std::uint64_t item) { return items_.areTooMany() ? unlimited : costWithin(item, deepest); }
+    HevcCost costOf(std::uint64_t item) {
+        return items_.areTooMany() || items_.isAmbiguous ? unlimited : costWithin(item, deepest);
+    }
 
 private:
     // Items may share their data and parameters, though not so often that reading them would cost much itself.

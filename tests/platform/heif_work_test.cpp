@@ -180,6 +180,40 @@ TEST(HeifWork, IsUnlimitedWhereItCannotBeTold) {
     EXPECT_EQ(costOf(heif(items, {.madeOf = {{1, {2}}}, .belongsTo = {{1, {2}}}})).pixels, HevcWork::unlimited);
 }
 
+/// The size that a box begins with.
+std::size_t boxSizeAt(const std::string& file, std::size_t begin) {
+    std::size_t size = 0;
+    for (const char byte : file.substr(begin, 4)) {
+        size = size << 8 | static_cast<std::uint8_t>(byte);
+    }
+    return size;
+}
+
+/// Doubles a box; those around it grow with it.
+/// \param path from the outermost box on
+std::string withBoxTwice(std::string file, const std::vector<std::string_view>& path) {
+    std::vector<std::size_t> begins{0};
+    for (const std::string_view name : path) {
+        begins.push_back(file.find(name, begins.back()) - 4);
+    }
+    const std::size_t size = boxSizeAt(file, begins.back());
+    for (std::size_t i = 1; i + 1 < begins.size(); ++i) {
+        file.replace(begins[i], 4, number(boxSizeAt(file, begins[i]) + size, 4));
+    }
+    return file.insert(begins.back(), file.substr(begins.back(), size));
+}
+
+TEST(HeifWork, IsUnlimitedWhereTheFileSaysSomethingTwice) {
+    const std::string file = heif({{1, 10, pictures(1)}}, {.locationVersion = 1, .method = 1});
+    EXPECT_EQ(costOf(file).pixels, 100U);
+    for (const std::vector<std::string_view>& path : std::vector<std::vector<std::string_view>>{
+             {"meta"}, {"meta", "iprp"}, {"meta", "iprp", "ipco"}, {"meta", "iloc"}, {"meta", "idat"}}) {
+        EXPECT_EQ(costOf(withBoxTwice(file, path)).pixels, HevcWork::unlimited) << path.back();
+    }
+    EXPECT_EQ(costOf(withBoxTwice(file, {"meta", "iref"})).pixels, 100U);
+    EXPECT_EQ(costOf(heif({{1, 10, pictures(1)}, {1, 10, pictures(1)}})).pixels, HevcWork::unlimited);
+}
+
 TEST(HeifWork, IsUnlimitedWhereReadingWouldCostMuchItself) {
     constexpr std::size_t references = 60'000;
     std::vector<Link> links;
