@@ -14,6 +14,7 @@
 #include <QVariantMap>
 
 #include <algorithm>
+#include <chrono>
 #include <numeric>
 #include <optional>
 #include <system_error>
@@ -26,7 +27,8 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr int busPatienceMilliseconds = 500;
-constexpr qsizetype tokenLimit = 4096; // characters; real ones have below a hundred
+constexpr int answerMilliseconds = 250; // that an answer is on its way at most
+constexpr qsizetype tokenLimit = 4096;  // characters; real ones have below a hundred
 
 // Desktop Entry Specification 1.5, section "D-Bus Activation"
 const char* const applicationInterface = "org.freedesktop.Application";
@@ -51,6 +53,22 @@ QString tokenIn(const QVariantMap& platformData) {
 
 QVariantMap platformDataOf(const QString& token) {
     return token.isEmpty() ? QVariantMap() : QVariantMap{{tokenKey(), token}, {formerTokenKey(), token}};
+}
+
+/// Until when whoever asks waits for the answer. Others than this program need not say.
+QString deadlineKey() {
+    return QStringLiteral("x-ovrel-deadline");
+}
+
+/// Milliseconds of a clock that all programs of a computer share.
+qint64 now() {
+    using std::chrono::steady_clock;
+    return std::chrono::duration_cast<std::chrono::milliseconds>(steady_clock::now().time_since_epoch()).count();
+}
+
+bool isTooLate(const QVariantMap& platformData) {
+    const QVariant deadline = platformData.value(deadlineKey());
+    return deadline.userType() == QMetaType::LongLong && deadline.toLongLong() <= now();
 }
 
 SingleInstance::Files localFiles(const QStringList& uris) {
@@ -108,12 +126,19 @@ public:
         : QDBusAbstractAdaptor(instance), instance_(instance), bus_(std::move(bus)) {}
 
 public Q_SLOTS:
-    void Activate(const QVariantMap& platformData) { open({}, tokenIn(platformData)); }
+    void Activate(const QVariantMap& platformData, const QDBusMessage& call) {
+        if (isTooLate(platformData)) {
+            refuseAsTooLate(call);
+        } else {
+            open({}, tokenIn(platformData));
+        }
+    }
 
     void Open(const QStringList& uris, const QVariantMap& platformData, const QDBusMessage& call) {
-        if (isTooMuch(uris)) {
-            call.setDelayedReply(true);
-            bus_.send(call.createErrorReply(QDBusError::LimitsExceeded, QStringLiteral("Too many files at once")));
+        if (isTooLate(platformData)) {
+            refuseAsTooLate(call);
+        } else if (isTooMuch(uris)) {
+            refuse(call, QDBusError::LimitsExceeded, QStringLiteral("Too many files at once"));
         } else {
             open(localFiles(uris), tokenIn(platformData));
         }
@@ -125,6 +150,16 @@ public Q_SLOTS:
     }
 
 private:
+    void refuse(const QDBusMessage& call, QDBusError::ErrorType error, const QString& text) {
+        call.setDelayedReply(true);
+        bus_.send(call.createErrorReply(error, text));
+    }
+
+    /// Whoever asked opens the files without this program by now.
+    void refuseAsTooLate(const QDBusMessage& call) {
+        refuse(call, QDBusError::TimedOut, QStringLiteral("Nobody waits any longer"));
+    }
+
     void open(SingleInstance::Files files, const QString& token) {
         QMetaObject::invokeMethod(
             instance_,
@@ -181,24 +216,31 @@ bool SingleInstance::becomeFirst() {
     return isFirst_;
 }
 
-bool SingleInstance::handOver(const Files& files, const QString& token, int patienceMilliseconds) const {
+std::optional<SingleInstance::Files> SingleInstance::handOver(const Files& files, const QString& token,
+                                                              int patienceMilliseconds) const {
     const QDeadlineTimer deadline(patienceMilliseconds);
-    const auto isTaken = [&](const char* method, const QVariantList& arguments) {
+    const auto isTaken = [&](const char* method, QVariantList arguments, QVariantMap platformData) {
+        const auto remaining = static_cast<int>(std::max(deadline.remainingTime(), qint64{1}));
+        platformData.insert(deadlineKey(), now() + remaining - std::min((remaining + 1) / 2, answerMilliseconds));
+        arguments.append(platformData);
         QDBusMessage message = QDBusMessage::createMethodCall(
             applicationId_, path(), QString::fromLatin1(applicationInterface), QString::fromLatin1(method));
         message.setArguments(arguments);
         message.setAutoStartService(false); // where nobody runs, this start is as good as another
-        const auto remaining = static_cast<int>(std::max(deadline.remainingTime(), qint64{1}));
         return bus_.call(message, QDBus::Block, remaining).type() == QDBusMessage::ReplyMessage;
     };
     QVariantMap platformData = platformDataOf(token);
     if (files.empty()) {
-        return isTaken("Activate", {platformData});
+        return isTaken("Activate", {}, platformData) ? std::nullopt : std::optional<Files>(Files());
     }
-    const QList<QStringList> requests = requestsFor(files);
-    return std::all_of(requests.begin(), requests.end(), [&](const QStringList& uris) {
-        return isTaken("Open", {uris, std::exchange(platformData, {})}); // a token counts once
-    });
+    auto left = files.begin();
+    for (const QStringList& uris : requestsFor(files)) {
+        if (!isTaken("Open", {uris}, std::exchange(platformData, {}))) { // a token counts once
+            return Files(left, files.end());
+        }
+        left += uris.size();
+    }
+    return std::nullopt;
 }
 
 QString SingleInstance::path() const {

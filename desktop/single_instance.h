@@ -7,6 +7,7 @@
 #include <QString>
 
 #include <filesystem>
+#include <optional>
 #include <vector>
 
 namespace ovrel {
@@ -29,6 +30,10 @@ public:
     static constexpr qsizetype filesLimit = 10'000;
     static constexpr qsizetype bytesLimit = 4 << 20; ///< of all addresses together
 
+    /// Milliseconds. Where many files are opened at once, the first program answers only when its window is there, and
+    /// all the others start beside it.
+    static constexpr int usualPatience = 5000;
+
     /// \param applicationId a reverse domain name, which is the program's name on the bus as well
     explicit SingleInstance(QString applicationId, QDBusConnection bus = QDBusConnection::sessionBus(),
                             QObject* parent = nullptr);
@@ -42,8 +47,10 @@ public:
     /// Asks the program that was first to open these files, or only to come forward where there are none. A relative
     /// path is one from the current folder of this program. Any thread.
     /// \param token of startToken()
-    /// \return whether it took all; false when nobody answers in that time
-    bool handOver(const Files& files, const QString& token, int patienceMilliseconds = 2000) const;
+    /// \return nothing when it took all; else the files that it did not take, which are all where nobody answers in
+    ///         that time. Nor will it take them later: what it finds too late, it refuses.
+    std::optional<Files> handOver(const Files& files, const QString& token,
+                                  int patienceMilliseconds = usualPatience) const;
 
 Q_SIGNALS:
     // Only of the first one, and only from the event loop, so that nothing is missed before it runs.

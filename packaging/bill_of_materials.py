@@ -16,6 +16,7 @@ import pathlib
 import re
 import subprocess
 import sys
+import urllib.parse
 
 FACTS = ("Version", "source:Package", "source:Version", "Architecture", "Homepage")
 
@@ -35,6 +36,11 @@ def licence_of(package):
     return "LicenseRef-" + re.sub(r"[^A-Za-z0-9.]+", "-", package)
 
 
+def package_url(package, facts):
+    name, version = urllib.parse.quote(package), urllib.parse.quote(facts["Version"], safe=":")
+    return f"pkg:deb/debian/{name}@{version}?arch={facts['Architecture']}"
+
+
 def described_package(package):
     facts = facts_of(package)
     return {
@@ -52,7 +58,7 @@ def described_package(package):
         "externalRefs": [{
             "referenceCategory": "PACKAGE-MANAGER",
             "referenceType": "purl",
-            "referenceLocator": f"pkg:deb/debian/{package}@{facts['Version']}?arch={facts['Architecture']}",
+            "referenceLocator": package_url(package, facts),
         }],
     }
 
@@ -90,10 +96,12 @@ def document(root, name, version, moment, owners, compiled_in):
         "licenseDeclared": "MIT",
         "copyrightText": "Copyright (c) 2026 The Ovrel developers",
     }
+    # A package whose files were not analysed contains none, in the words of the standard: they come out of it.
     relations = [("SPDXRef-DOCUMENT", "DESCRIBES", program["SPDXID"])]
-    relations += [(program["SPDXID"], "CONTAINS", identifier("package", package)) for package in packages]
-    relations += [(identifier("package", owners[file]), "CONTAINS", identifier("file", file)) for file in sorted(owners)]
-    relations += [(program["SPDXID"], "CONTAINS", identifier("file", file)) for file in programs]
+    relations += [(identifier("package", package), "PACKAGE_OF", program["SPDXID"]) for package in packages]
+    relations += [(identifier("file", file), "EXPANDED_FROM_ARCHIVE", identifier("package", owners[file]))
+                  for file in sorted(owners)]
+    relations += [(identifier("file", file), "EXPANDED_FROM_ARCHIVE", program["SPDXID"]) for file in programs]
     relations += [(identifier("file", file), "STATIC_LINK", identifier("package", package))
                   for file, package in sorted(compiled_in)]
     content = {
@@ -107,6 +115,9 @@ def document(root, name, version, moment, owners, compiled_in):
         "relationships": [{"spdxElementId": one, "relationshipType": kind, "relatedSpdxElement": other}
                           for one, kind, other in relations],
     }
+    identifiers = [element["SPDXID"] for kind in ("packages", "files") for element in content[kind]]
+    if len(identifiers) != len(set(identifiers)):
+        sys.exit("bill_of_materials.py: two packages or files have names that SPDX cannot tell apart.")
     # The name of a document is unique, and the same for the same content.
     digest = hashlib.sha256(json.dumps(content, sort_keys=True).encode()).hexdigest()
     content["documentNamespace"] = f"https://spdx.org/spdxdocs/{name}-{version}-{digest}"

@@ -34,6 +34,7 @@ public:
 
     /// Encodes what was added and writes the file. Called once.
     /// \return whether the file is complete
+    /// \throws std::bad_alloc when memory was missing while it was encoded
     virtual bool finalize() = 0;
 
 protected:

@@ -21,9 +21,11 @@
 #include <chrono>
 #include <filesystem>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -108,11 +110,16 @@ int main(int argc, char** argv) {
     PortableStart start(std::string(applicationIdentifier.data(), applicationIdentifier.size()), argv);
     const QString token = startToken();
     const QApplication application(argc, argv);
-    const std::vector<std::filesystem::path> files = filesOf(line, [&start] { start.disregard(); });
+    std::vector<std::filesystem::path> files = filesOf(line, [&start] { start.disregard(); });
     SingleInstance instance(QStringLiteral(OVREL_APPLICATION_ID));
-    if (!instance.becomeFirst() && instance.handOver(files, token)) {
-        start.disregard();
-        return 0;
+    if (!instance.becomeFirst()) {
+        std::optional<std::vector<std::filesystem::path>> left = instance.handOver(files, token);
+        if (!left) {
+            start.disregard();
+            return 0;
+        }
+        files = std::move(*left);
+        instance.becomeFirst(); // the one that did not take them may have ended meanwhile
     }
 
     QGuiApplication::setWindowIcon(applicationIcon());

@@ -33,6 +33,10 @@ check_packages() {
     dpkg-deb --extract build/package/*.deb "$folder/deb"
     require_files "$folder/$(portable_name)" "${portable_files[@]}"
     require_files "$folder/deb" "${deb_files[@]}"
+    python3 tests/tools/spdx_rules.py "$folder/$(portable_name)/share/licenses/ovrel.spdx.json" ||
+        fail "The archive's list of what it bundles is no SPDX."
+    python3 tests/tools/spdx_rules.py "$folder/deb/usr/share/doc/ovrel/ovrel.spdx.json" ||
+        fail "The package's list of what it bundles is no SPDX."
     check_portable "$folder/$(portable_name)"
     rm -r "$folder"
     say "Both packages hold what they must, and are the same bytes each time. The archive converts."

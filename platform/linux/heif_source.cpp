@@ -4,6 +4,7 @@
 #include "platform/linux/color_profiles.h"
 #include "platform/linux/heif_derivation.h"
 #include "platform/linux/heif_handles.h"
+#include "platform/linux/heif_work.h"
 #include "platform/linux/memory_watch.h"
 #include "platform/linux/upright_rows.h"
 #include "platform/memory.h"
@@ -16,6 +17,8 @@
 #include <numeric>
 #include <span>
 #include <string_view>
+#include <system_error>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -156,16 +159,40 @@ std::uint64_t largestSideOf(const heif_image_handle* handle) {
                   heif_image_handle_get_ispe_width(handle), heif_image_handle_get_ispe_height(handle)}));
 }
 
+/// Pixels that the file states for a picture, or for what it is cropped from.
+std::uint64_t statedPixels(const heif_image_handle* handle) {
+    const auto pixels = [](int width, int height) {
+        return static_cast<std::uint64_t>(std::max(width, 0)) * static_cast<std::uint64_t>(std::max(height, 0));
+    };
+    return std::max(pixels(heif_image_handle_get_width(handle), heif_image_handle_get_height(handle)),
+                    pixels(heif_image_handle_get_ispe_width(handle), heif_image_handle_get_ispe_height(handle)));
+}
+
+/// The coded picture may be of another size than the file states; libheif decodes it as it is.
+bool isCodedAsStated(const heif_image_handle* handle, const HevcCost& cost) {
+    constexpr std::uint64_t anySize = std::uint64_t{1} << 20;
+    constexpr std::uint64_t mostTimes = 4; // alpha, depth and masks, and what crops and tiles leave out
+    return cost.pixels <= std::max(anySize, mostTimes * statedPixels(handle));
+}
+
 /// \param isGrid whether the picture may be one that states its size a second time, which libheif does not compare
 /// \throws std::bad_alloc when the picture will not fit
-void requireMemory(const heif_image_handle* handle, bool isGrid) {
+void requireMemory(const heif_image_handle* handle, bool isGrid, const HevcCost& cost) {
     // Four planes, a turned copy of them, the interleaved picture, and ours.
     constexpr std::uint64_t samples = 16;
-    const auto width = static_cast<std::uint64_t>(heif_image_handle_get_width(handle));
-    const auto height = static_cast<std::uint64_t>(heif_image_handle_get_height(handle));
     const std::uint64_t side = largestSideOf(handle);
-    const std::uint64_t pixels = isGrid ? side * side : width * height;
+    const std::uint64_t pixels = std::max(isGrid ? side * side : statedPixels(handle), cost.largestPicture);
     if (!fitsIntoMemory(pixels * samples * (isDeep(handle) ? 2 : 1))) {
+        throw std::bad_alloc();
+    }
+}
+
+/// libde265 waits for ever for a picture when the system grants none of its threads, so one is asked for beforehand.
+/// \throws std::bad_alloc when there is none, most of all for want of memory or by a limit on processes
+void requireThread() {
+    try {
+        std::thread([] {}).join();
+    } catch (const std::system_error&) {
         throw std::bad_alloc();
     }
 }
@@ -230,7 +257,12 @@ public:
         if (!handle) {
             return std::nullopt;
         }
-        requireMemory(handle.get(), isGrid_);
+        const HevcCost cost = hevcCostOf(bytes_, ids_[index]);
+        if (!isCodedAsStated(handle.get(), cost)) {
+            return std::nullopt;
+        }
+        requireMemory(handle.get(), isGrid_, cost);
+        requireThread();
         limitSides(context_.get(), handle.get());
         heif_image* decoded = nullptr;
         const heif_chroma chroma =

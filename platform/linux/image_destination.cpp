@@ -3,6 +3,7 @@
 #include "platform/bitmap.h"
 #include "platform/linux/file_descriptor.h"
 #include "platform/linux/heif_handles.h"
+#include "platform/linux/memory_watch.h"
 
 #include <algorithm>
 #include <cmath>
@@ -147,9 +148,12 @@ private:
         }
         options->output_nclx_profile = nclx.get();
         heif_image_handle* handle = nullptr;
+        const MemoryWatch memory;
         const heif_error error =
             heif_context_encode_image(context_.get(), image_.get(), encoder_.get(), options.get(), &handle);
         const HeifHandle released(handle);
+        // libheif 1.15 calls it a success, too, when it got no memory to tell the encoder of the colours' range.
+        memory.check();
         image_.reset();
         return succeeded(error);
     }

@@ -15,6 +15,7 @@
 
 #include <chrono>
 #include <future>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <string>
@@ -27,6 +28,7 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::StartsWith;
 using Files = SingleInstance::Files;
 
 const QString applicationId = QStringLiteral("org.example.My-Program");
@@ -59,12 +61,13 @@ protected:
     }
 
     /// While the first one serves its event loop, as in another process.
-    bool handOver(const Files& files, const QString& token = {}) {
+    std::optional<Files> handOver(const Files& files, const QString& token = {}) {
         const SingleInstance second(applicationId, bus.connect());
-        std::future<bool> taken = std::async(std::launch::async, [&] { return second.handOver(files, token, 60'000); });
-        awaitThat([&] { return taken.wait_for(std::chrono::seconds(0)) == std::future_status::ready; });
+        std::future<std::optional<Files>> left =
+            std::async(std::launch::async, [&] { return second.handOver(files, token, 60'000); });
+        awaitThat([&] { return left.wait_for(std::chrono::seconds(0)) == std::future_status::ready; });
         settle(connection);
-        return taken.get();
+        return left.get();
     }
 
     PrivateBus bus;
@@ -93,20 +96,20 @@ TEST_F(SingleInstanceTest, OnlyOneIsTheFirst) {
 TEST_F(SingleInstanceTest, EveryOneIsTheFirstWhereTheBusSaysNothing) {
     bus.stop();
     EXPECT_TRUE(first->becomeFirst());
-    EXPECT_FALSE(first->handOver({"/a"}, {}, 1));
+    EXPECT_EQ(first->handOver({"/a"}, {}, 1), Files{"/a"});
     bus.resume();
 }
 
 TEST(SingleInstance, IsTheFirstWhereNoBusIs) {
     SingleInstance instance(applicationId, QDBusConnection(QStringLiteral("no such connection")));
     EXPECT_TRUE(instance.becomeFirst());
-    EXPECT_FALSE(instance.handOver({"/a"}, {}));
+    EXPECT_EQ(instance.handOver({"/a"}, {}), Files{"/a"});
 }
 
 TEST_F(SingleInstanceTest, GetsTheFilesOfTheSecond) {
     ASSERT_TRUE(first->becomeFirst());
     const Files files = {"/a b/photo.png", "/снимок.png", "/100%25.png", "/no \xFF\xFE.gif", "/a#b?c", "//two"};
-    EXPECT_TRUE(handOver(files, QStringLiteral("token")));
+    EXPECT_FALSE(handOver(files, QStringLiteral("token")));
     EXPECT_THAT(opened, ElementsAre(files));
     EXPECT_THAT(tokens, ElementsAre("token"));
     EXPECT_THAT(activations, IsEmpty());
@@ -116,14 +119,14 @@ TEST_F(SingleInstanceTest, GetsPathsFromTheRoot) {
     ASSERT_TRUE(first->becomeFirst());
     const TemporaryFolder folder;
     const WorkingFolder here(folder.path());
-    EXPECT_TRUE(handOver({"photo.png"}));
+    EXPECT_FALSE(handOver({"photo.png"}));
     EXPECT_THAT(opened, ElementsAre(Files{folder / "photo.png"}));
 }
 
 TEST_F(SingleInstanceTest, ComesForwardWhereTheSecondHasNoFiles) {
     ASSERT_TRUE(first->becomeFirst());
-    EXPECT_TRUE(handOver({}, QStringLiteral("token")));
-    EXPECT_TRUE(handOver({}));
+    EXPECT_FALSE(handOver({}, QStringLiteral("token")));
+    EXPECT_FALSE(handOver({}));
     EXPECT_THAT(activations, ElementsAre("token", ""));
     EXPECT_THAT(opened, IsEmpty());
 }
@@ -133,7 +136,7 @@ TEST_F(SingleInstanceTest, GetsMoreFilesThanOneRequestHolds) {
     const std::string longName(2'000, '\xFF'); // three characters each in an address
     Files files(SingleInstance::filesLimit, "/a");
     files.insert(files.end(), 1'000, "/" + longName);
-    EXPECT_TRUE(handOver(files, QStringLiteral("token")));
+    EXPECT_FALSE(handOver(files, QStringLiteral("token")));
     ASSERT_GT(opened.size(), 2U);
     std::vector<std::string> expectedTokens(opened.size());
     expectedTokens.front() = "token"; // it counts once
@@ -146,13 +149,84 @@ TEST_F(SingleInstanceTest, GetsMoreFilesThanOneRequestHolds) {
 }
 
 TEST_F(SingleInstanceTest, IsToldWhenNobodyTakesTheFiles) {
-    EXPECT_FALSE(first->handOver({"/a"}, {}));
-    EXPECT_FALSE(first->handOver({}, {}));
+    EXPECT_EQ(first->handOver({"/a"}, {}), Files{"/a"});
+    EXPECT_EQ(first->handOver({}, {}), Files());
     BusCalls calls;
     FakeService busy(bus, applicationId, calls);
-    EXPECT_FALSE(first->handOver({"/a"}, {}, 1));
+    EXPECT_EQ(first->handOver({"/a"}, {}, 1), Files{"/a"});
     awaitThat([&] { return !calls.empty(); });
-    EXPECT_THAT(calls, ElementsAre("org.freedesktop.Application.Open /org/example/My_Program [file:///a] []"));
+    EXPECT_THAT(calls, ElementsAre(StartsWith(
+                           "org.freedesktop.Application.Open /org/example/My_Program [file:///a] [x-ovrel-deadline=")));
+}
+
+/// As many as take `requests` requests and one file more.
+Files filesForRequests(int requests) {
+    Files files;
+    for (qsizetype i = 0; i <= requests * SingleInstance::filesLimit; ++i) {
+        files.push_back("/" + std::to_string(i));
+    }
+    return files;
+}
+
+TEST_F(SingleInstanceTest, KeepsTheFilesThatWereNotTaken) {
+    const Files files = filesForRequests(3);
+    constexpr int taken = 2;
+    const auto refusal = [](const QDBusMessage& call) {
+        return call.createErrorReply(QDBusError::NoMemory, QStringLiteral("no"));
+    };
+    BusCalls calls;
+    FakeService tired(bus, applicationId, calls);
+    tired.reply = [&](const QDBusMessage& call) { return calls.size() > taken ? refusal(call) : call.createReply(); };
+    EXPECT_EQ(handOver(files), Files(files.begin() + taken * SingleInstance::filesLimit, files.end()));
+    EXPECT_EQ(calls.size(), taken + 1U);
+}
+
+TEST_F(SingleInstanceTest, KeepsTheFilesThatWereNotTakenByOneThatEnds) {
+    const Files files = filesForRequests(3);
+    ASSERT_TRUE(first->becomeFirst());
+    QObject::connect(first.get(), &SingleInstance::filesOpened, [this] { first.reset(); });
+    const std::optional<Files> left = handOver(files);
+    ASSERT_TRUE(left);
+    Files together;
+    for (const Files& part : opened) {
+        together.insert(together.end(), part.begin(), part.end());
+    }
+    ASSERT_FALSE(together.empty());
+    together.insert(together.end(), left->begin(), left->end());
+    EXPECT_EQ(together, files); // each once
+    SingleInstance second(applicationId, bus.connect());
+    EXPECT_TRUE(second.becomeFirst());
+}
+
+TEST_F(SingleInstanceTest, OpensNothingThatWasAskedForTooLongAgo) {
+    ASSERT_TRUE(first->becomeFirst());
+    // Nothing runs its event loop meanwhile.
+    const SingleInstance second(applicationId, bus.connect());
+    EXPECT_EQ(second.handOver({"/a"}, {}, 1), Files{"/a"});
+    EXPECT_EQ(second.handOver({}, {}, 1), Files());
+    settle(connection);
+    EXPECT_THAT(opened, IsEmpty());
+    EXPECT_THAT(activations, IsEmpty());
+    EXPECT_FALSE(handOver({"/b"}));
+    EXPECT_THAT(opened, ElementsAre(Files{"/b"}));
+}
+
+TEST_F(SingleInstanceTest, HeedsADeadlineThatIsOne) {
+    ASSERT_TRUE(first->becomeFirst());
+    const QString key = QStringLiteral("x-ovrel-deadline");
+    const QString tooLate = QDBusError::errorString(QDBusError::TimedOut);
+    constexpr qint64 far = std::numeric_limits<qint64>::max();
+    const std::vector<std::pair<QVariant, QString>> rows = {
+        {far, {}}, {qint64{0}, tooLate}, {-far, tooLate}, {QStringLiteral("0"), {}}, {0, {}}};
+    for (const auto& [deadline, error] : rows) {
+        SCOPED_TRACE(deadline.toString().toStdString());
+        opened.clear();
+        activations.clear();
+        EXPECT_EQ(open({QStringLiteral("file:///a")}, {{key, deadline}}), error);
+        EXPECT_EQ(ask("Activate", {QVariantMap{{key, deadline}}}), error);
+        EXPECT_EQ(opened.size(), error.isEmpty() ? 1U : 0U);
+        EXPECT_EQ(activations.size(), error.isEmpty() ? 1U : 0U);
+    }
 }
 
 TEST_F(SingleInstanceTest, OpensNothingButFilesOfThisMachine) {

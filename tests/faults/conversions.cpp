@@ -90,11 +90,12 @@ Conversion largeConversion() {
 
 std::vector<Conversion> everyConversion() {
     const WebpMetadata metadata{.exif = exifBlock(3), .icc = textOf(displayP3Profile())};
+    const std::string webp = writeWebp(smooth(width, height, true), metadata, 80.0F);
     std::vector<Conversion> all{
         {"jpeg", "photo.jpg", jpeg()},
         {"progressive jpeg", "photo.jpeg", progressiveJpeg()},
         {"png", "graphic.png", png()},
-        {"webp", "photo.webp", writeWebp(smooth(width, height, true), metadata, 80.0F)},
+        {"webp", "photo.webp", webp},
         {"animated webp", "moving.webp", webpAnimation()},
         {"gif", "still.gif", gif({1})},
         {"animated gif", "moving.gif", animatedGif()},
@@ -102,13 +103,22 @@ std::vector<Conversion> everyConversion() {
         {"avif by another name", "photo.png", avifWithProfile()},
     };
     const std::array pictures{smooth(64, 64, true)};
-    if (std::optional<std::string> heif = writeHeif(pictures)) {
-        all.push_back({"heif", "photo.jpg", std::move(*heif)});
+    const std::optional<std::string> heif = writeHeif(pictures);
+    if (heif) {
+        all.push_back({"heif", "photo.jpg", *heif});
     }
     if (Converter::supported()) {
         const std::vector<std::string> bySystem{"-m", "system"};
         all.push_back({"jpeg, system", "photo.jpg", jpeg(), bySystem});
+        all.push_back({"progressive jpeg, system", "photo.jpeg", progressiveJpeg(), bySystem});
         all.push_back({"png, system", "graphic.png", png(), bySystem});
+        all.push_back({"webp, system", "photo.webp", webp, bySystem});
+        all.push_back({"animated webp, system", "moving.webp", webpAnimation(), bySystem});
+        all.push_back({"gif by another name, system", "still.png", gif({1}), bySystem});
+        all.push_back({"avif by another name, system", "photo.png", avifWithProfile(), bySystem});
+        if (heif) {
+            all.push_back({"heif, system", "photo.jpg", *heif, bySystem});
+        }
     }
     return all;
 }

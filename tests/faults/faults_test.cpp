@@ -49,7 +49,7 @@ struct FaultRow {
 #define NO_MEMORY                                                                                                      \
     "Not enough memory to process the image|Unable to prepare GIF frame \\d+|AVIF error: .+|"                          \
     "Animation encoding failed: .+|Frame \\d+: .+|AVIF encoding failed|Unable to create the AVIF file"
-#define NO_THREAD "AVIF error: .+|Frame \\d+: .+|AVIF encoding failed"
+#define NO_THREAD "Not enough memory to process the image|AVIF error: .+|Frame \\d+: .+|AVIF encoding failed"
 
 constexpr Expectation success = Expectation::success;
 constexpr Expectation failure = Expectation::failure;
@@ -108,15 +108,27 @@ const std::vector<FaultRow> faultRows{
 /// limit. The large ones, for pixels, are none of them.
 constexpr std::array<std::string_view, 5> crashWithoutMemory{"libaom", "libavif", "liblcms2", "libwebp", "libheif"};
 
-/// libde265 1.0.11 waits for ever for a picture whose decoding none of its threads could begin. The first two threads
-/// are the program's own.
+/// libde265 1.0.11 waits for ever for a picture whose decoding none of its threads could begin. The first three threads
+/// are the program's own; the last of them shows that there are threads to be had.
 bool isKnownToHang(const Conversion& conversion, FaultClass kind, std::uint32_t number) {
-    return conversion.name == "heif" && (kind == FaultClass::memory || (kind == FaultClass::thread && number > 2));
+    return conversion.name.starts_with("heif") &&
+           (kind == FaultClass::memory || (kind == FaultClass::thread && number > 3));
 }
 
 bool isKnownToCrash(const TrialEnd& end, const Fault& fault) {
     return fault.kind == FaultClass::memory &&
            std::find(crashWithoutMemory.begin(), crashWithoutMemory.end(), end.crashedIn) != crashWithoutMemory.end();
+}
+
+/// Whether a library that is no part of the project is to blame for how a run has ended.
+bool isExcused(const TrialEnd& end, const Conversion& conversion, const Fault& fault) {
+    return (end.hangs && isKnownToHang(conversion, fault.kind, fault.number)) || isKnownToCrash(end, fault);
+}
+
+/// Nobody needs to wait as long for what is excused in any case.
+unsigned secondsFor(const Conversion& conversion, const Fault& fault) {
+    constexpr unsigned fewSeconds = 3;
+    return isKnownToHang(conversion, fault.kind, fault.number) ? fewSeconds : usualSeconds;
 }
 
 /// A row for one number.
@@ -147,10 +159,9 @@ std::vector<std::string> complaintsOf(const TrialEnd& end, const Conversion& con
                                       const std::filesystem::path& source, const std::string& reference) {
     std::vector<std::string> complaints = end.complaints;
     if (end.result && !haveSameContent(*end.result, reference)) {
-        complaints.emplace_back("the result is not whole");
+        complaints.emplace_back("leaves a result that is not whole");
     }
-    if ((end.hangs && isKnownToHang(conversion, trial.fault.kind, trial.fault.number)) ||
-        isKnownToCrash(end, trial.fault)) {
+    if (isExcused(end, conversion, trial.fault)) {
         return complaints;
     }
     if (end.hangs) {
@@ -185,11 +196,12 @@ bool everyFault() {
 }
 
 /// Of the many calls that take memory a test has time for the first ones, which open the source, and some of the rest;
-/// for those that are known to hang it has none.
+/// for those that are known to hang it has none. One kind is tried whole, with a profile and the system's encoder:
+/// without a small block libheif writes other colours there and calls it a success.
 bool isTried(const Conversion& conversion, FaultClass kind, std::uint32_t number) {
     constexpr std::uint32_t first = 16;
     constexpr std::uint32_t stride = 53;
-    if (everyFault()) {
+    if (everyFault() || conversion.name == "jpeg, system") {
         return true;
     }
     return kind == FaultClass::memory ? number <= first || number % stride == 0
@@ -221,11 +233,13 @@ protected:
     /// Carries the trials out, two at a time.
     void carryOut(bool freshFolder, const std::string& reference) {
         std::atomic<std::size_t> next{0};
+        std::atomic<std::size_t> excused{0};
         const auto work = [&] {
             const Stage stage(GetParam(), freshFolder);
             for (std::size_t index = next++; index < trials_.size(); index = next++) {
                 const Trial& trial = trials_[index];
-                const TrialEnd end = stage.run(trial.fault);
+                const TrialEnd end = stage.run(trial.fault, secondsFor(GetParam(), trial.fault));
+                excused += isExcused(end, GetParam(), trial.fault) ? 1 : 0;
                 for (const std::string& complaint : complaintsOf(end, GetParam(), trial, stage.source(), reference)) {
                     const std::lock_guard lock(mutex_);
                     ADD_FAILURE() << GetParam().name << ": when " << textOf(trial.fault) << ", it " << complaint
@@ -238,6 +252,8 @@ protected:
             const std::jthread other(work);
             work();
         }
+        RecordProperty("faults", std::to_string(trials_.size()));
+        RecordProperty("faults-excused", std::to_string(excused));
         trials_.clear();
     }
 

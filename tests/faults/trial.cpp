@@ -22,9 +22,6 @@ namespace fs = std::filesystem;
 
 constexpr std::string_view occupant = "was here before";
 
-/// Some hundred times what a run takes, so that only one that hangs meets it.
-constexpr int deadlineSeconds = 20;
-
 /// The counts that a program writes into a file.
 class MappedCounts {
 public:
@@ -104,7 +101,7 @@ void Stage::prepare() const {
     }
 }
 
-TrialEnd Stage::run(const Fault& fault) const {
+TrialEnd Stage::run(const Fault& fault, unsigned mostSeconds) const {
     prepare();
     const MappedCounts counts(notes_ / "counts");
     ProgramCall call;
@@ -112,7 +109,7 @@ TrialEnd Stage::run(const Fault& fault) const {
     call.arguments.insert(call.arguments.end(), conversion_.options.begin(), conversion_.options.end());
     call.environment = {variable("LD_PRELOAD", OVREL_FAULT_LIBRARY), variable(faultFolderVariable, in_.path().native()),
                         variable(faultCountsVariable, (notes_ / "counts").native()),
-                        variable(faultDeadlineVariable, std::to_string(deadlineSeconds))};
+                        variable(faultDeadlineVariable, std::to_string(mostSeconds))};
     if (fault.number > 0) {
         call.environment.push_back(
             variable(faultVariable, std::to_string(static_cast<int>(fault.kind)) + " " + std::to_string(fault.number) +

@@ -44,6 +44,9 @@ struct TrialEnd {
     std::vector<std::string> complaints; ///< of what may not happen even to a program that crashes
 };
 
+/// Some hundred times what a run takes, so that only one that hangs meets it.
+inline constexpr unsigned usualSeconds = 20;
+
 /// Runs one conversion again and again in folders of its own. One thread at a time.
 class Stage {
 public:
@@ -52,7 +55,8 @@ public:
     ///                    that has the name that the result would get
     Stage(const Conversion& conversion, bool freshFolder);
 
-    TrialEnd run(const Fault& fault) const;
+    /// \param mostSeconds of a run, which is ended then
+    TrialEnd run(const Fault& fault, unsigned mostSeconds = usualSeconds) const;
 
     const std::filesystem::path& source() const { return source_; }
 

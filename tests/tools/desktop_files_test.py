@@ -81,6 +81,11 @@ class Metainfo(unittest.TestCase):
         for release in releases:
             self.assertIsNotNone(release.find("description/p"), release.get("version"))
 
+    def test_tells_of_the_same_release_as_the_list_of_changes(self):
+        release = ElementTree.parse(self.path).getroot().find("releases/release")
+        headings = re.findall(r"^## (.+)$", (PROJECT / "CHANGELOG.md").read_text(), re.MULTILINE)
+        self.assertEqual(headings[0], f"{release.get('version')} ({release.get('date')})")
+
     def test_says_everything_in_both_languages(self):
         spoken = {"summary", "developer_name", "caption", "p", "li", "keyword"}
         seen = set()
@@ -102,6 +107,17 @@ class Metainfo(unittest.TestCase):
             header = picture.read_bytes()[:24]
             self.assertEqual((int(image.get("width")), int(image.get("height"))),
                              (int.from_bytes(header[16:20], "big"), int.from_bytes(header[20:24], "big")), picture)
+
+
+class Documents(unittest.TestCase):
+    def test_for_users_name_no_version_that_would_be_an_old_one_some_day(self):
+        version = said(PROGRAMS / "ovrel-cli", "--version").split()[1]
+        named = re.compile(rf"(?<![\d.]){re.escape(version)}(?!\.?\d)")
+        documents = [PROJECT / "README.md", *PROJECT.glob("docs/guide.*.md"), *PROJECT.glob("docs/*.1")]
+        self.assertEqual(len(documents), 5)
+        self.assertIsNotNone(named.search(f"ovrel-{version}-linux"))
+        for document in documents:
+            self.assertIsNone(named.search(document.read_text()), document)
 
 
 class Icons(unittest.TestCase):

@@ -44,24 +44,38 @@ class Home:
         return folder
 
 
-class Program:
-    """One process. It is killed at the latest by close()."""
+class Process:
+    """A start of the program. It is killed at the latest by close()."""
 
-    def __init__(self, command, home, accessibility, hands):
-        self._hands = hands
+    def __init__(self, command, home):
         self._messages = tempfile.TemporaryFile()
-        self.process = subprocess.Popen(list(map(str, command)), env=home.environment, cwd=home.pictures,
-                                        stdin=subprocess.DEVNULL, stdout=self._messages, stderr=self._messages)
+        self._popen = subprocess.Popen(list(map(str, command)), env=home.environment, cwd=home.pictures,
+                                       stdin=subprocess.DEVNULL, stdout=self._messages, stderr=self._messages)
+        self.pid = self._popen.pid
+        self.poll, self.send_signal = self._popen.poll, self._popen.send_signal
+
+    def close(self):
+        if self.poll() is None:
+            self._popen.kill()
+            self._popen.wait()
+        self._messages.close()
+
+    def messages(self):
+        """All that it has said."""
+        self._messages.seek(0)
+        return self._messages.read().decode(errors="replace")
+
+
+class Program:
+    """A process that has a window."""
+
+    def __init__(self, process, accessibility, hands):
+        self._hands = hands
+        self.process = process
         self._accessibility = accessibility
         self._tree = None
         self._tree = self.wait_for(lambda: accessibility.program(self.process.pid), "a program that tells of itself")
         self.window = self.wait_for(lambda: hands.windows(self.process.pid), "a window")[0]
-
-    def close(self):
-        if self.process.poll() is None:
-            self.process.kill()
-            self.process.wait()
-        self._messages.close()
 
     def find(self, role, name=None):
         return self._tree.find(role, name)
@@ -119,9 +133,8 @@ class Program:
 
     def wait_for(self, condition, what):
         def all_that_is_known():
-            self._messages.seek(0)
             return (f"{what() if callable(what) else what}\nprocess: {self.process.poll()}\n"
-                    f"messages: {self._messages.read().decode(errors='replace')}\n"
+                    f"messages: {self.process.messages()}\n"
                     f"{self._tree.tree() if self._tree else ''}")
 
         return eventually(condition, all_that_is_known)
@@ -129,7 +142,7 @@ class Program:
     def wait_for_end(self):
         """Returns the status with which the program ends by itself."""
         self.wait_for(lambda: self.process.poll() is not None, "the program's end")
-        return self.process.returncode
+        return self.process.poll()
 
     def _has_focus(self, role):
         """Whether what was last said to have the keyboard has this role. Of a control before, the news may be late."""

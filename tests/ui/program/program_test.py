@@ -20,7 +20,8 @@ import pictures
 from accessible import CHECKED, Accessibility
 from desktop import Desktop
 from portal import DARK, LIGHT, NO_PREFERENCE, Portal
-from program import Home, Program
+from program import Home, Process, Program
+from waiting import eventually
 from x_client import XClient
 
 PROGRAM, VERSION = sys.argv.pop(1), sys.argv.pop(1)
@@ -42,10 +43,13 @@ class ProgramTest(unittest.TestCase):
         home = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory(dir=self.folder)))
         self.home = Home(home, self.desktop)
 
+    def launch(self, *files):
+        process = Process([PROGRAM, *files], self.home)
+        self.addCleanup(process.close)
+        return process
+
     def start(self, *files):
-        program = Program([PROGRAM, *files], self.home, self.accessibility, self.hands)
-        self.addCleanup(program.close)
-        return program
+        return Program(self.launch(*files), self.accessibility, self.hands)
 
     def picture(self, name, content=None):
         file = self.home.pictures / name
@@ -247,6 +251,21 @@ class ProgramTest(unittest.TestCase):
         self.assertEqual((second.stdout, second.stderr), ("", ""))
         program.wait_for_rows(["first.png, PNG", "second.png, PNG"])
         self.assertEqual(self.hands.windows(program.process.pid), [program.window])
+
+    def test_shows_the_files_of_many_starts_at_once_in_one_window(self):
+        names = [f"{number:02}.png" for number in range(20)]
+        for name in names:
+            self.picture(name)
+        starts = [self.launch(name) for name in names]
+        eventually(lambda: sum(start.poll() is None for start in starts) <= 1, "an end of all starts but one")
+        [first] = [start for start in starts if start.poll() is None]
+        program = Program(first, self.accessibility, self.hands)
+        expected = sorted(f"{name}, PNG" for name in names)
+        program.wait_for(lambda: sorted(program.rows() or []) == expected, lambda: f"{expected}, but {program.rows()}")
+        self.assertEqual(self.hands.windows(first.pid), [program.window])
+        for start in starts:
+            self.assertEqual(start.messages(), "")
+            self.assertEqual(start.poll(), None if start is first else 0)
 
     def test_ends_in_the_middle_of_a_run_when_it_is_asked_from_outside(self):
         program = self.start_long_run()

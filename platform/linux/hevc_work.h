@@ -1,0 +1,45 @@
+/// \file hevc_work.h
+/// What decoding HEVC data costs, told without decoding them. Any thread.
+#pragma once
+
+#include <cstdint>
+#include <limits>
+#include <span>
+
+namespace ovrel {
+
+/// Collects what the data for one decoder state. Whatever cannot be read counts as costing without limit.
+class HevcWork {
+public:
+    static constexpr std::uint64_t unlimited = std::numeric_limits<std::uint64_t>::max();
+
+    /// \param data NAL units, each behind its length in four bytes
+    void addUnits(std::span<const std::uint8_t> data);
+
+    /// \param unit without its length
+    void addUnit(std::span<const std::uint8_t> unit);
+
+    /// Pixels that are decoded: those of the largest picture for each picture. Slices say where they begin, so one may
+    /// cover all of the picture that others have covered before; some slices therefore count as a picture as well.
+    std::uint64_t pixels() const;
+
+    /// Pixels of the largest picture.
+    std::uint64_t largestPicture() const { return largestPicture_; }
+
+private:
+    std::uint64_t largestPicture_ = 0;
+    std::uint64_t pictures_ = 0;
+    std::uint64_t slices_ = 0;
+};
+
+/// \return the product, or HevcWork::unlimited where that is too large
+constexpr std::uint64_t boundedProduct(std::uint64_t a, std::uint64_t b) {
+    return b != 0 && a > HevcWork::unlimited / b ? HevcWork::unlimited : a * b;
+}
+
+/// \return the sum, or HevcWork::unlimited where that is too large
+constexpr std::uint64_t boundedSum(std::uint64_t a, std::uint64_t b) {
+    return a > HevcWork::unlimited - b ? HevcWork::unlimited : a + b;
+}
+
+} // namespace ovrel

@@ -1,0 +1,253 @@
+#include "platform/linux/heif_work.h"
+#include "platform/linux/hevc_work.h"
+#include "tests/support/hevc_units.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace ovrel::test {
+
+namespace {
+
+std::string number(std::uint64_t value, std::size_t bytes) {
+    std::string text;
+    for (std::size_t i = bytes; i-- > 0;) {
+        text += static_cast<char>(value >> (8 * i) & 0xFFU);
+    }
+    return text;
+}
+
+std::string box(std::string_view type, const std::string& content) {
+    return number(content.size() + 8, 4) + std::string(type) + content;
+}
+
+std::string fullBox(std::string_view type, unsigned version, const std::string& content, unsigned flags = 0) {
+    return box(type, number(version, 1) + number(flags, 3) + content);
+}
+
+/// ISO/IEC 14496-15, section 8.3.2.1, with one array of one unit.
+std::string configuration(std::uint64_t side) {
+    const std::string unit = hevcParameterUnit({.width = side, .height = side});
+    return box("hvcC",
+               std::string(22, '\0') + number(1, 1) + number(33, 1) + number(1, 2) + number(unit.size(), 2) + unit);
+}
+
+/// An item of the file that is made.
+struct Item {
+    std::uint64_t id = 1;
+    std::uint64_t side = 0; ///< in its configuration; 0 for a picture that is none of HEVC
+    std::string data{};
+};
+
+using Link = std::pair<std::uint64_t, std::vector<std::uint64_t>>;
+
+/// How a file states things.
+struct Style {
+    bool isWide = false;           ///< numbers of items in four bytes, indices of properties in two
+    unsigned locationVersion = 0;  ///< 0 … 2
+    std::uint64_t method = 0;      ///< 0 in the file, 1 in the box "idat"
+    std::size_t extents = 1;       ///< that the data of an item lie in
+    std::vector<Link> madeOf{};    ///< references "dimg"
+    std::vector<Link> belongsTo{}; ///< references "auxl"
+};
+
+std::string references(std::string_view type, const std::vector<Link>& links, std::size_t width) {
+    std::string boxes;
+    for (const auto& [from, to] : links) {
+        std::string content = number(from, width) + number(to.size(), 2);
+        for (const std::uint64_t item : to) {
+            content += number(item, width);
+        }
+        boxes += box(type, content);
+    }
+    return boxes;
+}
+
+/// ISO/IEC 14496-12, section 8.11.3. The data follow each other from `start` on.
+std::string locations(const std::vector<Item>& items, const Style& style, std::uint64_t start) {
+    const std::size_t width = style.locationVersion == 2 ? 4 : 2;
+    std::string content = number(0x4440, 2) + number(items.size(), width); // the base offset has four bytes, too
+    for (const Item& item : items) {
+        content += number(item.id, width);
+        content += style.locationVersion == 0 ? "" : number(style.method, 2);
+        content += number(0, 2) + number(start, 4) + number(style.extents, 2);
+        const std::uint64_t part = item.data.size() / style.extents;
+        for (std::size_t i = 0; i < style.extents; ++i) {
+            const bool isLast = i + 1 == style.extents;
+            content += number(i * part, 4) + number(isLast ? item.data.size() - i * part : part, 4);
+        }
+        start += item.data.size();
+    }
+    return fullBox("iloc", style.locationVersion, content);
+}
+
+std::string heif(const std::vector<Item>& items, const Style& style = {}) {
+    const std::size_t width = style.isWide ? 4 : 2;
+    std::string properties = box("ispe", std::string(12, '\0'));
+    std::string associations = number(items.size(), 4);
+    std::string data;
+    std::uint64_t index = 1;
+    for (const Item& item : items) {
+        associations += number(item.id, width) + number(item.side != 0 ? 2 : 1, 1) + number(1, style.isWide ? 2 : 1);
+        if (item.side != 0) {
+            properties += configuration(item.side);
+            associations += style.isWide ? number(0x8000 | ++index, 2) : number(0x80 | ++index, 1);
+        }
+        data += item.data;
+    }
+    const std::string described =
+        box("iprp",
+            box("ipco", properties) + fullBox("ipma", style.isWide ? 1 : 0, associations, style.isWide ? 1 : 0)) +
+        fullBox("iref", style.isWide ? 1 : 0,
+                references("dimg", style.madeOf, width) + references("auxl", style.belongsTo, width)) +
+        (style.method == 1 ? box("idat", data) : "");
+    const std::string head = box("ftyp", "heic" + number(0, 4));
+    const auto withData = [&](std::uint64_t start) {
+        return head + fullBox("meta", 0, described + locations(items, style, start));
+    };
+    const std::uint64_t start = style.method == 0 ? withData(0).size() + 8 : 0;
+    return withData(start) + box("mdat", style.method == 0 ? data : "");
+}
+
+HevcCost costOf(const std::string& file, std::uint64_t item = 1) {
+    return hevcCostOf({reinterpret_cast<const std::uint8_t*>(file.data()), file.size()}, item);
+}
+
+std::string pictures(unsigned count) {
+    std::string data;
+    for (unsigned i = 0; i < count; ++i) {
+        data += withLength(hevcSlice(true));
+    }
+    return data;
+}
+
+TEST(HeifWork, IsThatOfThePicturesOwnData) {
+    EXPECT_EQ(costOf(heif({{1, 100, pictures(1)}})).pixels, 10'000U);
+    EXPECT_EQ(costOf(heif({{1, 100, pictures(7)}})).pixels, 70'000U);
+    EXPECT_EQ(costOf(heif({{1, 100, pictures(7)}})).largestPicture, 10'000U);
+    const std::string large = withLength(hevcParameterUnit({.width = 3000, .height = 2000}));
+    EXPECT_EQ(costOf(heif({{1, 100, large + pictures(1)}})).largestPicture, 6'000'000U);
+}
+
+TEST(HeifWork, IsFoundHoweverTheFileIsWritten) {
+    const std::vector<Item> items{{1, 10, pictures(2)}, {2, 20, pictures(3)}, {3, 0, pictures(9)}};
+    for (const bool isWide : {false, true}) {
+        for (const unsigned version : {0U, 1U, 2U}) {
+            for (const std::uint64_t method : {0U, 1U}) {
+                for (const std::size_t extents : {1U, 3U}) {
+                    if (version == 0 && method != 0) {
+                        continue; // which has no field for it
+                    }
+                    SCOPED_TRACE(testing::Message() << "wide " << isWide << ", version " << version << ", method "
+                                                    << method << ", extents " << extents);
+                    const std::string file = heif(items, {.isWide = isWide,
+                                                          .locationVersion = version,
+                                                          .method = method,
+                                                          .extents = extents,
+                                                          .madeOf = {{3, {1, 2}}}});
+                    EXPECT_EQ(costOf(file, 1).pixels, 200U);
+                    EXPECT_EQ(costOf(file, 2).pixels, 1200U);
+                    EXPECT_EQ(costOf(file, 3).pixels, 1400U);
+                }
+            }
+        }
+    }
+}
+
+TEST(HeifWork, CountsPartsAsOftenAsTheyAreUsed) {
+    const std::vector<Item> items{{1}, {2}, {3, 100, pictures(1)}, {4, 10, pictures(1)}};
+    const std::string file = heif(items, {.madeOf = {{1, {2, 2, 2}}, {2, {3, 3}}}, .belongsTo = {{4, {1}}, {4, {9}}}});
+    EXPECT_EQ(costOf(file, 2).pixels, 20'000U);
+    EXPECT_EQ(costOf(file, 1).pixels, 60'100U);
+    EXPECT_EQ(costOf(file, 1).largestPicture, 10'000U);
+}
+
+TEST(HeifWork, IsNothingForPicturesInOtherCodings) {
+    EXPECT_EQ(costOf(heif({{1, 0, pictures(5)}})).pixels, 0U);
+    EXPECT_EQ(costOf(heif({{1, 100, pictures(5)}}), 2).pixels, 0U);
+    EXPECT_EQ(costOf("").pixels, 0U);
+}
+
+TEST(HeifWork, IsUnlimitedWhereItCannotBeTold) {
+    const std::vector<Item> items{{1, 10, pictures(1)}, {2, 10, pictures(1)}};
+    EXPECT_EQ(costOf(heif(items, {.locationVersion = 1, .method = 2})).pixels, HevcWork::unlimited);
+    EXPECT_EQ(costOf(heif(items, {.madeOf = {{1, {1}}}})).pixels, HevcWork::unlimited);
+    EXPECT_EQ(costOf(heif(items, {.madeOf = {{1, {2}}}, .belongsTo = {{1, {2}}}})).pixels, HevcWork::unlimited);
+}
+
+/// The size that a box begins with.
+std::size_t boxSizeAt(const std::string& file, std::size_t begin) {
+    std::size_t size = 0;
+    for (const char byte : file.substr(begin, 4)) {
+        size = size << 8 | static_cast<std::uint8_t>(byte);
+    }
+    return size;
+}
+
+/// Doubles a box; those around it grow with it.
+/// \param path from the outermost box on
+std::string withBoxTwice(std::string file, const std::vector<std::string_view>& path) {
+    std::vector<std::size_t> begins{0};
+    for (const std::string_view name : path) {
+        begins.push_back(file.find(name, begins.back()) - 4);
+    }
+    const std::size_t size = boxSizeAt(file, begins.back());
+    for (std::size_t i = 1; i + 1 < begins.size(); ++i) {
+        file.replace(begins[i], 4, number(boxSizeAt(file, begins[i]) + size, 4));
+    }
+    return file.insert(begins.back(), file.substr(begins.back(), size));
+}
+
+TEST(HeifWork, IsUnlimitedWhereTheFileSaysSomethingTwice) {
+    const std::string file = heif({{1, 10, pictures(1)}}, {.locationVersion = 1, .method = 1});
+    EXPECT_EQ(costOf(file).pixels, 100U);
+    for (const std::vector<std::string_view>& path : std::vector<std::vector<std::string_view>>{
+             {"meta"}, {"meta", "iprp"}, {"meta", "iprp", "ipco"}, {"meta", "iloc"}, {"meta", "idat"}}) {
+        EXPECT_EQ(costOf(withBoxTwice(file, path)).pixels, HevcWork::unlimited) << path.back();
+    }
+    EXPECT_EQ(costOf(withBoxTwice(file, {"meta", "iref"})).pixels, 100U);
+    EXPECT_EQ(costOf(heif({{1, 10, pictures(1)}, {1, 10, pictures(1)}})).pixels, HevcWork::unlimited);
+}
+
+TEST(HeifWork, IsUnlimitedWhereReadingWouldCostMuchItself) {
+    constexpr std::size_t references = 60'000;
+    std::vector<Link> links;
+    for (std::uint64_t item = 1; item <= 18; ++item) {
+        links.push_back({item, std::vector<std::uint64_t>(references, 100)});
+    }
+    EXPECT_EQ(costOf(heif({{1, 10, pictures(1)}}, {.madeOf = links}), 1).pixels, HevcWork::unlimited);
+    // An item of a megabyte that is there very often.
+    std::vector<Item> items{{1, 0, std::string(1'000'000, '\0')}};
+    std::vector<std::uint64_t> tiles;
+    for (std::uint64_t id = 2; id < 100; ++id) {
+        items.push_back({id, 10, ""});
+        tiles.push_back(id);
+    }
+    std::string file = heif(items, {.madeOf = {{1, tiles}}});
+    EXPECT_NE(costOf(file).pixels, HevcWork::unlimited);
+    // Their length 0 stands for all that is left of the file (ISO/IEC 14496-12, section 8.11.3), here from its begin.
+    constexpr std::size_t recordBytes = 18;
+    const std::size_t secondOffset = file.find("iloc") + 12 + recordBytes + 4;
+    for (std::size_t i = 0; i < tiles.size(); ++i) {
+        file.replace(secondOffset + i * recordBytes, 4, number(0, 4));
+    }
+    EXPECT_EQ(costOf(file).pixels, HevcWork::unlimited);
+}
+
+TEST(HeifWork, EndsWithTheFile) {
+    const std::string file = heif({{1, 10, pictures(2)}, {2, 20, pictures(3)}}, {.madeOf = {{1, {2}}}});
+    EXPECT_EQ(costOf(file).pixels, 1400U);
+    for (std::size_t size = 0; size < file.size(); ++size) {
+        const HevcCost cost = costOf(file.substr(0, size));
+        EXPECT_TRUE(cost.pixels <= 1400U || cost.pixels == HevcWork::unlimited) << size << ": " << cost.pixels;
+    }
+}
+
+} // namespace
+
+} // namespace ovrel::test
