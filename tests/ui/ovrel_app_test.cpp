@@ -8,6 +8,7 @@
 #include "updates/update_panel_window.h"
 
 #include <QApplication>
+#include <QFocusFrame>
 #include <QScreen>
 #include <QSignalSpy>
 #include <QTest>
@@ -128,6 +129,15 @@ TEST_F(OvrelAppTest, ShowsTheKeysOfItsCommands) {
     EXPECT_THAT(keys("Quit"), ElementsAre(QKeySequence(QStringLiteral("Ctrl+Q"))));
     EXPECT_THAT(keys("About Ovrel"), IsEmpty());
     EXPECT_THAT(keys("Check for Updates…"), IsEmpty());
+}
+
+TEST_F(OvrelAppTest, ShowsWhereTheKeyboardIs) {
+    EXPECT_EQ(window().findChild<QFocusFrame*>(), nullptr);
+    press(Qt::Key_Tab);
+    const auto* const ring = window().findChild<QFocusFrame*>();
+    ASSERT_NE(ring, nullptr);
+    EXPECT_TRUE(ring->isVisible());
+    EXPECT_EQ(ring->widget(), window().focusWidget());
 }
 
 TEST_F(OvrelAppTest, HasOneHelpWindow) {
