@@ -47,6 +47,7 @@ struct Look {
     Token fill;
     Token border;
     Token text;
+    Token absent = nullptr; ///< what text and icons have in other states
 };
 
 void expectLook(QWidget& control, const Look& look, const char* state) {
@@ -59,6 +60,9 @@ void expectLook(QWidget& control, const Look& look, const char* state) {
     }
     if (look.text != nullptr) {
         EXPECT_TRUE(holds(pictureOf(control), colors().*look.text)) << (colors().*look.text).name().toStdString();
+    }
+    if (look.absent != nullptr) {
+        EXPECT_FALSE(holds(pictureOf(control), colors().*look.absent)) << (colors().*look.absent).name().toStdString();
     }
 }
 
@@ -115,7 +119,7 @@ TEST_P(ControlStatesTest, OfThePrimaryButton) {
     expectLooks(find("Convert to AVIF"), {&Colors::accentFill, nullptr, &Colors::onAccent},
                 {&Colors::accentHover, nullptr, &Colors::onAccent}, {&Colors::accentPress, nullptr, &Colors::onAccent});
     fixture.model().setOutput({});
-    expectLook(find("Convert to AVIF"), {&Colors::disabledFill, nullptr, &Colors::disabled}, "disabled");
+    expectLook(find("Convert to AVIF"), {&Colors::disabledFill, nullptr, &Colors::disabled, &Colors::text}, "disabled");
 }
 
 TEST_P(ControlStatesTest, OfASecondaryButton) {
@@ -124,7 +128,8 @@ TEST_P(ControlStatesTest, OfASecondaryButton) {
                 {&Colors::hover, &Colors::controlBorder, &Colors::text},
                 {&Colors::inset, &Colors::controlBorder, &Colors::text});
     find("Open output folder").setEnabled(false);
-    expectLook(find("Open output folder"), {&Colors::surface, &Colors::border, &Colors::disabled}, "disabled");
+    expectLook(find("Open output folder"), {&Colors::surface, &Colors::border, &Colors::disabled, &Colors::text},
+               "disabled");
 }
 
 TEST_P(ControlStatesTest, OfTheTonalButton) {
@@ -137,7 +142,7 @@ TEST_P(ControlStatesTest, OfTheTonalButton) {
     expectLook(add, {&Colors::selectionBorder, nullptr, &Colors::accentText}, "held down");
     add.setDown(false);
     fixture.start();
-    expectLook(add, {&Colors::disabledFill, nullptr, &Colors::disabled}, "disabled");
+    expectLook(add, {&Colors::disabledFill, nullptr, &Colors::disabled, &Colors::text}, "disabled");
     endTheRun();
 }
 
@@ -146,16 +151,17 @@ TEST_P(ControlStatesTest, OfAFlatButton) {
     expectLooks(find("Clear List"), {&Colors::surface, nullptr, &Colors::text},
                 {&Colors::hover, nullptr, &Colors::text}, {&Colors::inset, nullptr, &Colors::text});
     fixture.start();
-    expectLook(find("Clear List"), {&Colors::surface, nullptr, &Colors::disabled}, "disabled");
+    expectLook(find("Clear List"), {&Colors::surface, nullptr, &Colors::disabled, &Colors::text}, "disabled");
     endTheRun();
 }
 
 TEST_P(ControlStatesTest, OfTheButtonThatRemoves) {
     fillTheWindow();
-    expectLook(find("Remove Selected"), {&Colors::surface, nullptr, &Colors::disabled}, "disabled");
+    expectLook(find("Remove Selected"), {&Colors::surface, nullptr, &Colors::disabled, &Colors::text}, "disabled");
     fixture.model().setSelection({"/in/a.png"});
     expectLooks(find("Remove Selected"), {&Colors::surface, nullptr, &Colors::text},
-                {&Colors::hover, nullptr, &Colors::danger}, {&Colors::inset, nullptr, &Colors::danger});
+                {&Colors::hover, nullptr, &Colors::danger, &Colors::text},
+                {&Colors::inset, nullptr, &Colors::danger, &Colors::text});
 }
 
 TEST_P(ControlStatesTest, OfTheButtonThatStops) {
@@ -165,7 +171,8 @@ TEST_P(ControlStatesTest, OfTheButtonThatStops) {
                 {&Colors::dangerTint, &Colors::danger, &Colors::danger});
     click(find("Stop"));
     settle(); // the longer text takes its room
-    expectLook(find("Stopping…"), {&Colors::disabledFill, nullptr, &Colors::disabled}, "asked to stop");
+    expectLook(find("Stopping…"), {&Colors::disabledFill, nullptr, &Colors::disabled, &Colors::danger},
+               "asked to stop");
     endTheRun();
 }
 
@@ -193,7 +200,7 @@ TEST_P(ControlStatesTest, OfTheFolder) {
     EXPECT_EQ(colorAt(folder, tile).name(), colors().accentTint.name());
     EXPECT_TRUE(holds(pictureOf(folder), colors().secondaryText));
     startARun();
-    expectLook(folder, {&Colors::surface, &Colors::border, &Colors::disabled}, "disabled");
+    expectLook(folder, {&Colors::surface, &Colors::border, &Colors::disabled, &Colors::text}, "disabled");
     EXPECT_EQ(colorAt(folder, tile).name(), colors().disabledFill.name());
     EXPECT_FALSE(holds(pictureOf(folder), colors().accent));
     EXPECT_FALSE(holds(pictureOf(folder), colors().secondaryText));
@@ -219,7 +226,7 @@ TEST_P(ControlStatesTest, OfSegments) {
     click(chosen);
     startARun();
     expectLook(chosen, {&Colors::segmentSelectedDisabled, &Colors::border, &Colors::disabled}, "disabled, chosen");
-    expectLook(other, {&Colors::inset, nullptr, &Colors::disabled}, "disabled");
+    expectLook(other, {&Colors::inset, nullptr, &Colors::disabled, &Colors::text}, "disabled");
     endTheRun();
 }
 
@@ -231,7 +238,7 @@ TEST_P(ControlStatesTest, OfAChoice) {
     expectLook(choice, {&Colors::hover, &Colors::controlBorder, &Colors::text}, "under the pointer");
     pointAtNothing(fixture.window());
     startARun();
-    expectLook(choice, {&Colors::surface, &Colors::border, &Colors::disabled}, "disabled");
+    expectLook(choice, {&Colors::surface, &Colors::border, &Colors::disabled, &Colors::text}, "disabled");
     EXPECT_FALSE(holds(pictureOf(choice), colors().secondaryText));
     EXPECT_FALSE(holds(pictureOf(choice), colors().text));
     endTheRun();
