@@ -129,6 +129,8 @@ TEST_P(IconsInWindowsTest, StandAroundTheList) {
     EXPECT_TRUE(shows(button("Remove Selected"), {Icon::trash, 17, &Colors::disabled, &Colors::surface}));
     fixture.model().setSelection({"/in/a.png"});
     EXPECT_TRUE(shows(button("Remove Selected"), {Icon::trash, 17, &Colors::secondaryText, &Colors::surface}));
+    pointAt(button("Remove Selected"));
+    EXPECT_TRUE(shows(button("Remove Selected"), {Icon::trash, 17, &Colors::danger, &Colors::hover}));
 }
 
 TEST_P(IconsInWindowsTest, StandInTheMenuOfTheList) {
