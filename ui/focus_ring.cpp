@@ -20,8 +20,15 @@ bool& byKeyboard() {
     return seen;
 }
 
-bool isByKeyboard(Qt::FocusReason reason) {
-    return reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason || reason == Qt::ShortcutFocusReason;
+/// What the program or the desktop moves goes on being seen as it was.
+bool movesByKeyboard(Qt::FocusReason reason, bool before) {
+    switch (reason) {
+    case Qt::TabFocusReason:
+    case Qt::BacktabFocusReason:
+    case Qt::ShortcutFocusReason: return true;
+    case Qt::MouseFocusReason: return false;
+    default: return before;
+    }
 }
 
 bool movesFocus(int key) {
@@ -36,6 +43,17 @@ bool movesFocus(int key) {
     default: return false;
     }
 }
+
+/// Qt's own frame goes when the style of its widget changes, which is how widgets hear of another theme.
+class LastingFrame final : public QFocusFrame {
+public:
+    using QFocusFrame::QFocusFrame;
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        return event->type() != QEvent::StyleChange && QFocusFrame::eventFilter(watched, event);
+    }
+};
 
 /// What the ring goes around when a widget has the focus; null for what shows its focus itself.
 QWidget* ringedBy(QWidget* focused) {
@@ -73,14 +91,14 @@ FocusRing::FocusRing(QObject* parent) : QObject(parent) {
 }
 
 FocusRing::~FocusRing() {
+    byKeyboard() = false;
     delete frame_;
 }
 
 bool FocusRing::eventFilter(QObject* watched, QEvent* event) {
     switch (event->type()) {
     case QEvent::FocusIn:
-        if (static_cast<QFocusEvent*>(event)->reason() != Qt::ActiveWindowFocusReason)
-            byKeyboard() = isByKeyboard(static_cast<QFocusEvent*>(event)->reason());
+        byKeyboard() = movesByKeyboard(static_cast<QFocusEvent*>(event)->reason(), byKeyboard());
         break;
     case QEvent::KeyPress:
         if (movesFocus(static_cast<QKeyEvent*>(event)->key()) && !byKeyboard()) {
@@ -103,7 +121,7 @@ void FocusRing::goTo(QWidget* widget) {
         return;
     }
     if (frame_ == nullptr)
-        frame_ = new QFocusFrame(ringed->window());
+        frame_ = new LastingFrame(ringed->window());
     frame_->setWidget(ringed);
     frame_->update();
 }

@@ -6,6 +6,7 @@
 #include "ui/focus_ring.h"
 
 #include <QPainter>
+#include <QWidget>
 
 #include <algorithm>
 
@@ -40,7 +41,8 @@ QueueListModel::State stateOf(const QModelIndex& index) {
 void drawGround(QPainter& painter, const QStyleOptionViewItem& option, bool current) {
     const Colors& of = colors();
     const QRect row = option.rect;
-    const bool active = option.state.testFlag(QStyle::State_Active);
+    // Views take what has no focus for inactive, also in an active window.
+    const bool active = option.widget == nullptr || option.widget->isActiveWindow();
     if (option.state.testFlag(QStyle::State_Selected)) {
         drawRounded(painter, row, metrics::buttonRadius, active ? of.selection : of.inset,
                     active ? of.selectionBorder : of.border);

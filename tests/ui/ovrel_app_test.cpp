@@ -2,12 +2,14 @@
 #include "tests/ui/controls.h"
 #include "tests/ui/window_fixture.h"
 #include "ui/about_window.h"
+#include "ui/help_view.h"
 #include "ui/help_window.h"
 #include "ui/ovrel_app.h"
 #include "ui/theme.h"
 #include "updates/update_panel_window.h"
 
 #include <QApplication>
+#include <QFocusFrame>
 #include <QScreen>
 #include <QSignalSpy>
 #include <QTest>
@@ -40,6 +42,14 @@ std::vector<Window*> openWindows() {
         }
     }
     return found;
+}
+
+/// Those of a kind, whether they can be seen or not.
+template <typename Window>
+qsizetype countOf() {
+    const QWidgetList all = QApplication::allWidgets();
+    return std::count_if(all.begin(), all.end(),
+                         [](QWidget* widget) { return qobject_cast<Window*>(widget) != nullptr; });
 }
 
 class OvrelAppTest : public testing::Test {
@@ -130,6 +140,15 @@ TEST_F(OvrelAppTest, ShowsTheKeysOfItsCommands) {
     EXPECT_THAT(keys("Check for Updates…"), IsEmpty());
 }
 
+TEST_F(OvrelAppTest, ShowsWhereTheKeyboardIs) {
+    EXPECT_EQ(window().findChild<QFocusFrame*>(), nullptr);
+    press(Qt::Key_Tab);
+    const auto* const ring = window().findChild<QFocusFrame*>();
+    ASSERT_NE(ring, nullptr);
+    EXPECT_TRUE(ring->isVisible());
+    EXPECT_EQ(ring->widget(), window().focusWidget());
+}
+
 TEST_F(OvrelAppTest, HasOneHelpWindow) {
     EXPECT_THAT(openWindows<HelpWindow>(), IsEmpty());
     press(Qt::Key_F1);
@@ -151,6 +170,30 @@ TEST_F(OvrelAppTest, HasOneAboutWindow) {
     entry(QStringLiteral("About Ovrel")).trigger();
     EXPECT_THAT(openWindows<AboutWindow>(), ElementsAre(about));
     EXPECT_TRUE(window().isVisible());
+}
+
+TEST_F(OvrelAppTest, MakesItsOtherWindowsWhenTheyAreFirstAskedForAndOnce) {
+    const auto expectCounts = [](qsizetype help, qsizetype about) {
+        EXPECT_EQ(countOf<HelpWindow>(), help);
+        EXPECT_EQ(countOf<HelpView>(), help);
+        EXPECT_EQ(countOf<AboutWindow>(), about);
+        EXPECT_EQ(countOf<AboutView>(), about);
+    };
+    EXPECT_EQ(countOf<MainWindow>(), 1);
+    expectCounts(0, 0);
+    entry(QStringLiteral("Ovrel Help")).trigger();
+    expectCounts(1, 0);
+    entry(QStringLiteral("About Ovrel")).trigger();
+    expectCounts(1, 1);
+    openWindows<HelpWindow>().front()->close();
+    openWindows<AboutWindow>().front()->close();
+    settle();
+    entry(QStringLiteral("Ovrel Help")).trigger();
+    entry(QStringLiteral("About Ovrel")).trigger();
+    app.openHelp();
+    app.openAbout();
+    expectCounts(1, 1);
+    EXPECT_EQ(countOf<MainWindow>(), 1);
 }
 
 TEST_F(OvrelAppTest, HelpsFromItsOtherWindowsToo) {

@@ -1,4 +1,5 @@
 #include "tests/ui/controls.h"
+#include "tests/ui/looks.h"
 #include "tests/ui/window_fixture.h"
 #include "ui/queue_delegate.h"
 #include "ui/theme.h"
@@ -273,17 +274,6 @@ QImage statusOf(QListView& list, int row) {
 QImage tileOf(QListView& list, int row) {
     const QRect where = list.visualRect(list.model()->index(row, 0));
     return list.viewport()->grab({where.left() + 8, where.top(), 30, 44}).toImage();
-}
-
-bool holds(const QImage& image, const QColor& color) {
-    for (int y = 0; y < image.height(); ++y) {
-        for (int x = 0; x < image.width(); ++x) {
-            if (image.pixelColor(x, y) == color) {
-                return true;
-            }
-        }
-    }
-    return false;
 }
 
 TEST_F(QueuePanelTest, ShowsASymbolForEachStateAtTheTrailingEdge) {

@@ -1,0 +1,22 @@
+/// \file layout_checks.h
+/// What has to hold of the main window's layout in every state. Fails the test that asks.
+#pragma once
+
+#include "tests/ui/window_fixture.h"
+
+#include <QList>
+#include <QScrollArea>
+#include <QWidget>
+
+namespace ovrel::test {
+
+/// Those that lie side by side in a parent.
+QList<QWidget*> visibleChildrenOf(const QWidget& parent);
+
+/// The column of settings.
+QScrollArea& settingsOf(WindowFixture& fixture);
+
+/// No text is cut, nothing lies over anything else or leaves its place, and the settings scroll upwards only.
+void expectGoodLayout(WindowFixture& fixture);
+
+} // namespace ovrel::test
