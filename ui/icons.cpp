@@ -110,10 +110,18 @@ void drawIcon(QPainter& painter, Icon icon, const QRectF& where, const QColor& c
     // Of the painter and not of its device, which may be a widget that is drawn into a picture.
     const double scale = std::sqrt(std::abs(painter.deviceTransform().determinant()));
     const bool mirrored = pointsAlongText(icon) && QGuiApplication::isRightToLeft();
+    const QPixmap picture = render(icon, qRound(where.width() * scale), color, mirrored);
+    const QTransform& toDevice = painter.deviceTransform();
+    QRectF target = where;
+    if (toDevice.type() <= QTransform::TxScale) {
+        // Its pixels are those of the screen, also where a length of the design is none of whole pixels.
+        const QPointF corner = toDevice.mapRect(where).topLeft();
+        target = toDevice.inverted().mapRect(QRectF(QPointF(corner.toPoint()), QSizeF(picture.size())));
+    }
     painter.save();
     // A turned icon is drawn larger than it appears, so that it is smooth.
     painter.setRenderHint(QPainter::SmoothPixmapTransform);
-    painter.drawPixmap(where, render(icon, qRound(where.width() * scale), color, mirrored), QRectF());
+    painter.drawPixmap(target, picture, QRectF());
     painter.restore();
 }
 

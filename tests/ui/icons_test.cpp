@@ -146,6 +146,27 @@ TEST(Icons, AreDrawnAnewForEveryScale) {
     }
 }
 
+// Sizes and places that are no whole pixels are brought to them.
+TEST(Icons, StandOnWholePixelsOfTheScreen) {
+    for (const double scale : {1.0, 1.25, 1.5, 1.75, 2.0}) {
+        for (const double left : {0.0, 3.0, 5.5}) {
+            constexpr int size = 17;
+            QImage image(60, 60, QImage::Format_ARGB32_Premultiplied);
+            image.fill(Qt::transparent);
+            image.setDevicePixelRatio(scale);
+            QPainter painter(&image);
+            drawIcon(painter, Icon::globe, QRectF(left, left, size, size), Qt::black);
+            painter.end();
+            image.setDevicePixelRatio(1);
+            const QPoint corner = (QPointF(left, left) * scale).toPoint();
+            const int pixels = qRound(size * scale);
+            EXPECT_EQ(image.copy(corner.x(), corner.y(), pixels, pixels).convertToFormat(QImage::Format_Alpha8),
+                      coverageOf("globe", pixels))
+                << left << " at " << scale;
+        }
+    }
+}
+
 TEST(Icons, AreSharpInAWidgetThatIsDrawnIntoAPicture) {
     class Sign final : public QWidget {
     protected:
