@@ -81,6 +81,58 @@ void expectTheSettingsAreWide(const QScrollArea& settings) {
 
 } // namespace
 
+const std::vector<WindowState>& windowStates() {
+    static const std::vector<WindowState> states{
+        {"empty", [](WindowFixture&) {}},
+        {"gathering", [](WindowFixture& fixture) { fixture.model().add({"/in"}); }},
+        {"filled",
+         [](WindowFixture& fixture) {
+             fixture.prepare({"a.png", "b.gif", std::string(200, 'n') + ".avif"});
+             fixture.model().setSelection({"/in/a.png"});
+         }},
+        {"system",
+         [](WindowFixture& fixture) {
+             fixture.prepare({"a.png"});
+             fixture.services.systemWriter = false;
+             fixture.model().setMode(EncodingMode::system);
+         }},
+        {"running",
+         [](WindowFixture& fixture) {
+             fixture.prepare({"a.png", std::string(200, 'n') + ".png"});
+             fixture.services.convert();
+             fixture.model().start();
+             fixture.awaitCompleted(1);
+         }},
+        {"stopping",
+         [](WindowFixture& fixture) {
+             fixture.prepare({"a.png"});
+             fixture.start();
+             fixture.model().setCancelled(true);
+         }},
+        {"finished",
+         [](WindowFixture& fixture) {
+             fixture.prepare({"a.png", "b.png"});
+             fixture.services.failToConvert();
+             fixture.services.convert();
+             fixture.model().start();
+             fixture.awaitCompleted(2);
+             fixture.awaitIdle();
+         }},
+        {"banner",
+         [](WindowFixture& fixture) {
+             fixture.prepare({"a.png"});
+             fixture.answerBanner();
+         }},
+        {"banner, running",
+         [](WindowFixture& fixture) {
+             fixture.prepare({"a.png"});
+             fixture.start();
+             fixture.answerBanner();
+         }},
+    };
+    return states;
+}
+
 QList<QWidget*> visibleChildrenOf(const QWidget& parent) {
     QList<QWidget*> children;
     for (QObject* const child : parent.children()) {

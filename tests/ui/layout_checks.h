@@ -8,7 +8,18 @@
 #include <QScrollArea>
 #include <QWidget>
 
+#include <functional>
+#include <vector>
+
 namespace ovrel::test {
+
+/// A state of the main window in which its layout has to hold.
+struct WindowState {
+    const char* name;
+    std::function<void(WindowFixture&)> arrange; ///< of a window that is shown
+};
+
+const std::vector<WindowState>& windowStates();
 
 /// Those that lie side by side in a parent.
 QList<QWidget*> visibleChildrenOf(const QWidget& parent);

@@ -1,4 +1,5 @@
 #include "tests/ui/controls.h"
+#include "tests/ui/looks.h"
 #include "tests/ui/window_fixture.h"
 #include "ui/ovrel_style.h"
 #include "ui/theme.h"
@@ -15,18 +16,6 @@
 namespace ovrel::test {
 
 namespace {
-
-/// Takes on one theme for a test.
-class InTheme {
-public:
-    explicit InTheme(ColorScheme scheme) : before_(theme()) { applyTheme({scheme, before_.animations}); }
-    ~InTheme() { applyTheme(before_); }
-    InTheme(const InTheme&) = delete;
-    InTheme& operator=(const InTheme&) = delete;
-
-private:
-    Theme before_;
-};
 
 TEST(Menu, IsOpaqueWhereverItIsNotCutAway) {
     const OvrelStyle style;
@@ -55,7 +44,7 @@ TEST(Menu, IsOpaqueWhereverItIsNotCutAway) {
 
 TEST(Menu, ListsCompressionsOnTheGroundOfAMenu) {
     for (const ColorScheme scheme : {ColorScheme::light, ColorScheme::dark}) {
-        const InTheme inTheme(scheme);
+        const ThemeDuring inTheme({scheme, false});
         WindowFixture fixture;
         fixture.show();
         auto& compression = *fixture.window().findChild<QComboBox*>();
@@ -66,7 +55,7 @@ TEST(Menu, ListsCompressionsOnTheGroundOfAMenu) {
         const int unchosen = compression.currentIndex() == 0 ? 1 : 0;
         const QRect row = choices.visualRect(choices.model()->index(unchosen, 0));
         const QPoint edge = choices.viewport()->mapTo(choices.window(), row.topLeft() + QPoint(3, 3));
-        EXPECT_EQ(picture.pixelColor(edge).name(), colors(scheme).surface.name());
+        EXPECT_TRUE(same(picture.pixelColor(edge), colors(scheme).surface));
         compression.hidePopup();
         settle();
     }

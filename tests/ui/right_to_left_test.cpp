@@ -19,7 +19,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -219,41 +218,10 @@ TEST_F(RightToLeftTest, BeginsNamesAtTheTile) {
     EXPECT_FALSE(holds(pictureOf(*list().viewport(), row.adjusted(0, 0, -row.width() / 2, 0)), colors().text));
 }
 
-struct State {
-    const char* name;
-    std::function<void(WindowFixture&)> arrange;
-};
-
-const std::vector<State> states{
-    {"empty", [](WindowFixture&) {}},
-    {"filled",
-     [](WindowFixture& fixture) {
-         fixture.prepare({"a.png", "b.gif", std::string(200, 'n') + ".avif"});
-         fixture.model().setSelection({"/in/a.png"});
-     }},
-    {"system",
-     [](WindowFixture& fixture) {
-         fixture.prepare({"a.png"});
-         fixture.services.systemWriter = false;
-         fixture.model().setMode(EncodingMode::system);
-     }},
-    {"stopping",
-     [](WindowFixture& fixture) {
-         fixture.prepare({"a.png"});
-         fixture.start();
-         fixture.model().setCancelled(true);
-     }},
-    {"banner",
-     [](WindowFixture& fixture) {
-         fixture.prepare({"a.png"});
-         fixture.answerBanner();
-     }},
-};
-
 TEST(RightToLeftLayout, CutsNothing) {
     const DirectionDuring direction(Qt::RightToLeft);
     for (const AppLanguage language : AppLanguage::allCases) {
-        for (const State& state : states) {
+        for (const WindowState& state : windowStates()) {
             for (const QSize size : {QSize(930, 690), QSize(1080, 780)}) {
                 SCOPED_TRACE(std::string(state.name) + ", " + language.rawValue().toStdString() + ", " +
                              std::to_string(size.width()));

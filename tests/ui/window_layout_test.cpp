@@ -11,71 +11,16 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
+#include <string>
+#include <vector>
 
 namespace ovrel::test {
 
 namespace {
 
-using Arrange = std::function<void(WindowFixture&)>;
-
-struct State {
-    const char* name;
-    Arrange arrange;
-};
-
-const std::vector<State> states{
-    {"empty", [](WindowFixture&) {}},
-    {"gathering", [](WindowFixture& fixture) { fixture.model().add({"/in"}); }},
-    {"filled",
-     [](WindowFixture& fixture) {
-         fixture.prepare({"a.png", "b.gif", std::string(200, 'n') + ".avif"});
-         fixture.model().setSelection({"/in/a.png"});
-     }},
-    {"system",
-     [](WindowFixture& fixture) {
-         fixture.prepare({"a.png"});
-         fixture.services.systemWriter = false;
-         fixture.model().setMode(EncodingMode::system);
-     }},
-    {"running",
-     [](WindowFixture& fixture) {
-         fixture.prepare({"a.png", std::string(200, 'n') + ".png"});
-         fixture.services.convert();
-         fixture.model().start();
-         fixture.awaitCompleted(1);
-     }},
-    {"stopping",
-     [](WindowFixture& fixture) {
-         fixture.prepare({"a.png"});
-         fixture.start();
-         fixture.model().setCancelled(true);
-     }},
-    {"finished",
-     [](WindowFixture& fixture) {
-         fixture.prepare({"a.png", "b.png"});
-         fixture.services.failToConvert();
-         fixture.services.convert();
-         fixture.model().start();
-         fixture.awaitCompleted(2);
-         fixture.awaitIdle();
-     }},
-    {"banner",
-     [](WindowFixture& fixture) {
-         fixture.prepare({"a.png"});
-         fixture.answerBanner();
-     }},
-    {"banner, running",
-     [](WindowFixture& fixture) {
-         fixture.prepare({"a.png"});
-         fixture.start();
-         fixture.answerBanner();
-     }},
-};
-
 TEST(WindowLayout, CutsNothingInEitherLanguageAtAnySize) {
     for (const AppLanguage language : AppLanguage::allCases) {
-        for (const State& state : states) {
+        for (const WindowState& state : windowStates()) {
             for (const QSize size : {QSize(930, 690), QSize(1080, 780), QSize(1600, 1000)}) {
                 const testing::ScopedTrace where(__FILE__, __LINE__,
                                                  std::string(state.name) + ", " + language.rawValue().toStdString() +
@@ -91,7 +36,7 @@ TEST(WindowLayout, CutsNothingInEitherLanguageAtAnySize) {
 }
 
 TEST(WindowLayout, CutsNothingWhenTheLanguageChanges) {
-    for (const State& state : states) {
+    for (const WindowState& state : windowStates()) {
         const testing::ScopedTrace where(__FILE__, __LINE__, state.name);
         WindowFixture fixture(AppLanguage::english);
         fixture.window().resize(930, 690);
@@ -125,7 +70,7 @@ TEST(WindowLayout, DoesNotMoveWhenTheSelectionOrTheSegmentsChange) {
 
 TEST(WindowMeasures, FitsIntoItsSmallestSizeInBothLanguages) {
     for (const AppLanguage language : AppLanguage::allCases) {
-        for (const State& state : states) {
+        for (const WindowState& state : windowStates()) {
             WindowFixture fixture(language);
             fixture.window().resize(930, 690);
             fixture.show();
