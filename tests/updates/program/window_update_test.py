@@ -50,7 +50,7 @@ import installation
 from accessible import Accessibility
 from desktop import Desktop
 from installation import Installation
-from program import Home, Program
+from program import Home, Process, Program
 from publisher import Publisher
 from waiting import eventually
 from x_client import XClient
@@ -97,8 +97,9 @@ class WindowUpdateTest(unittest.TestCase):
 
     def press_install(self):
         """Returns when the program has ended because of it."""
-        program = Program([self.installation.program], self.home, self.accessibility, self.hands)
-        self.addCleanup(program.close)
+        process = Process([self.installation.program], self.home)
+        self.addCleanup(process.close)
+        program = Program(process, self.accessibility, self.hands)
         program.get("heading", f"Доступна новая версия Ovrel — {NEXT}")
         program.click("Установить обновление")
         self.assertEqual(program.wait_for_end(), 0)
