@@ -50,6 +50,7 @@ void UpdateDetail::setText(const QString& text) {
     text_->setText(text);
     area_->verticalScrollBar()->setValue(0);
     updateGeometry();
+    arrange();
 }
 
 int UpdateDetail::heightForWidth(int width) const {
@@ -72,14 +73,22 @@ bool UpdateDetail::eventFilter(QObject* watched, QEvent* event) {
 void UpdateDetail::changeEvent(QEvent* event) {
     if (event->type() == QEvent::FontChange || event->type() == QEvent::StyleChange) {
         updateGeometry();
+        arrange();
     }
     QWidget::changeEvent(event);
 }
 
 void UpdateDetail::resizeEvent(QResizeEvent* /*event*/) {
-    // Where it scrolls it ends with a whole line: half of one is hard to read and looks like an error.
+    arrange();
+}
+
+void UpdateDetail::arrange() {
     QRect inside = rect().marginsRemoved(around);
-    if (text_->heightForWidth(inside.width()) > inside.height()) {
+    const bool scrolls = text_->heightForWidth(inside.width()) > inside.height();
+    // Left to itself, a bar stays that has come while there was less room, since beside it there is too little.
+    area_->setVerticalScrollBarPolicy(scrolls ? Qt::ScrollBarAlwaysOn : Qt::ScrollBarAlwaysOff);
+    if (scrolls) {
+        // Half a line at the end is hard to read and looks like an error.
         inside.adjust(0, 0, 0, -padding.bottom());
     }
     area_->setGeometry(inside);

@@ -35,6 +35,8 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
+    void arrange();
+
     QScrollArea* area_;
     Paragraph* text_;
 };

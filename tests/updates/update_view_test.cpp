@@ -401,6 +401,21 @@ TEST_F(UpdateDetailTest, ScrollsALongTextWithinItsHeight) {
     EXPECT_EQ(area.verticalScrollBar()->value(), area.verticalScrollBar()->pageStep());
 }
 
+// A bar that came with little room would need the room of its own width.
+TEST_F(UpdateDetailTest, HasNoBarWhereEverythingHasRoom) {
+    QString text;
+    for (int letters = 0; letters < 150; ++letters) {
+        show({});
+        detail.setText(text);
+        runEvents(); // as in a panel that is seen: what lies around comes to the new height later
+        show(text);
+        ASSERT_LT(detail.height(), 150);
+        EXPECT_EQ(area.verticalScrollBar()->maximum(), 0) << letters;
+        EXPECT_FALSE(area.verticalScrollBar()->isVisible()) << letters;
+        text += letters % 8 == 7 ? QChar(u' ') : QChar(u'n');
+    }
+}
+
 TEST_F(UpdateDetailTest, KeepsWhatScrollsOffItsRoundCorners) {
     show(QStringLiteral("A line\n").repeated(100));
     EXPECT_EQ(area.geometry(), QRect(1, 5, 460, detail.height() - 5 - 13));
