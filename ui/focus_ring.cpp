@@ -4,31 +4,25 @@
 #include "ui/segments.h"
 #include "ui/switch.h"
 #include "ui/theme.h"
+#include "ui/wordmark_button.h"
 
 #include <QApplication>
 #include <QComboBox>
-#include <QFocusEvent>
 #include <QFocusFrame>
+#include <QKeyEvent>
 #include <QPushButton>
+
+#include <utility>
 
 namespace ovrel {
 
 namespace {
 
+/// Whether the user moves by keyboard, and not by mouse. What the program or the desktop moves goes on being seen as it
+/// was: reasons of focus do not tell, as Qt calls it Tab as well when what has had the focus is hidden.
 bool& byKeyboard() {
     static bool seen = false;
     return seen;
-}
-
-/// What the program or the desktop moves goes on being seen as it was.
-bool movesByKeyboard(Qt::FocusReason reason, bool before) {
-    switch (reason) {
-    case Qt::TabFocusReason:
-    case Qt::BacktabFocusReason:
-    case Qt::ShortcutFocusReason: return true;
-    case Qt::MouseFocusReason: return false;
-    default: return before;
-    }
 }
 
 bool movesFocus(int key) {
@@ -75,6 +69,8 @@ FocusShape focusShapeOf(const QWidget& widget) {
         return {widget.rect(), metrics::folderRadius};
     if (qobject_cast<const Segments*>(&widget) != nullptr)
         return {widget.rect(), 9};
+    if (qobject_cast<const WordmarkButton*>(&widget) != nullptr)
+        return {widget.rect().adjusted(0, 2, 0, -2), metrics::tileRadius}; // text stands close below
     return {widget.rect(), metrics::buttonRadius};
 }
 
@@ -97,18 +93,19 @@ FocusRing::~FocusRing() {
 
 bool FocusRing::eventFilter(QObject* watched, QEvent* event) {
     switch (event->type()) {
-    case QEvent::FocusIn:
-        byKeyboard() = movesByKeyboard(static_cast<QFocusEvent*>(event)->reason(), byKeyboard());
-        break;
+    case QEvent::MouseButtonPress: setByKeyboard(false); break;
     case QEvent::KeyPress:
-        if (movesFocus(static_cast<QKeyEvent*>(event)->key()) && !byKeyboard()) {
-            byKeyboard() = true;
-            goTo(QApplication::focusWidget());
-        }
+        if (movesFocus(static_cast<QKeyEvent*>(event)->key()))
+            setByKeyboard(true);
         break;
     default: break;
     }
     return QObject::eventFilter(watched, event);
+}
+
+void FocusRing::setByKeyboard(bool seen) {
+    if (std::exchange(byKeyboard(), seen) != seen)
+        goTo(QApplication::focusWidget());
 }
 
 void FocusRing::goTo(QWidget* widget) {

@@ -35,6 +35,7 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    void setByKeyboard(bool seen);
     void goTo(QWidget* widget);
 
     QPointer<QFocusFrame> frame_; ///< goes with the window that it lies in

@@ -14,6 +14,7 @@
 #include <QCursor>
 #include <QEnterEvent>
 #include <QHoverEvent>
+#include <QKeyEvent>
 #include <QPainter>
 #include <QVBoxLayout>
 
@@ -55,6 +56,9 @@ void put(QWidget& control, Look look) {
         return;
     }
     case Look::focused: {
+        QObject nobody;
+        QKeyEvent press(QEvent::KeyPress, Qt::Key_Tab, {});
+        QCoreApplication::sendEvent(&nobody, &press);
         auto* const segments = qobject_cast<Segments*>(&control);
         (segments != nullptr ? segments->segment(segments->index()) : control).setFocus(Qt::TabFocusReason);
         return;
@@ -203,15 +207,31 @@ std::vector<Row> controlRows(const Texts& t) {
     return rows;
 }
 
-QPixmap rowPicture(const QueueListModel& list, int row, QStyle::State state) {
+/// \param look usual, hovered or focused
+QPixmap rowPicture(const QueueListModel& list, int row, Look look, bool selected, bool inActiveWindow = true) {
+    QWidget window;
+    FocusRing ring(nullptr);
+    window.setFocusPolicy(Qt::StrongFocus);
+    window.show();
+    QWidget other;
+    other.show();
+    (inActiveWindow ? window : other).activateWindow();
+    QCoreApplication::processEvents();
+    if (look == Look::focused) {
+        put(window, look);
+    }
+
     QueueDelegate delegate;
-    QWidget ground;
     QStyleOptionViewItem option;
+    option.widget = &window;
     option.rect = QRect(QPoint(), delegate.sizeHint(option, list.index(row)));
     option.rect.setWidth(withText(rowWidth));
-    option.state = state | QStyle::State_Enabled;
+    option.state.setFlag(QStyle::State_Enabled);
+    option.state.setFlag(QStyle::State_MouseOver, look == Look::hovered);
+    option.state.setFlag(QStyle::State_HasFocus, look == Look::focused);
+    option.state.setFlag(QStyle::State_Selected, selected);
     option.direction = QGuiApplication::layoutDirection();
-    const double scale = ground.devicePixelRatioF();
+    const double scale = window.devicePixelRatioF();
     QPixmap picture(option.rect.size() * scale);
     picture.setDevicePixelRatio(scale);
     picture.fill(colors().surface);
@@ -224,28 +244,29 @@ std::vector<Row> listRows(AppLanguage language, const Texts& t) {
     WindowFixture fixture(language);
     fixture.prepare({"photo.jpg", "ring.gif", "cover.avif", "drawing.png", "poster.webp"});
     const QueueListModel list(fixture.model());
-    constexpr QStyle::State active = QStyle::State_Active;
-    Row waiting{
-        t("Строки списка", "List rows"),
-        {{t.of(Look::usual), rowPicture(list, 0, active)},
-         {t.of(Look::hovered), rowPicture(list, 0, active | QStyle::State_MouseOver)},
-         {t("Выбрана", "Selected"), rowPicture(list, 0, active | QStyle::State_Selected)},
-         {t("Выбрана, окно неактивно", "Selected, window inactive"), rowPicture(list, 0, QStyle::State_Selected)}}};
+    using enum Look;
+    Row waiting{t("Строки списка", "List rows"),
+                {{t.of(usual), rowPicture(list, 0, usual, false)},
+                 {t.of(hovered), rowPicture(list, 0, hovered, false)},
+                 {t("Выбрана", "Selected"), rowPicture(list, 0, usual, true)}}};
+    Row chosen{{},
+               {{t("Выбрана, фокус", "Selected, keyboard focus"), rowPicture(list, 0, focused, true)},
+                {t("Выбрана, окно неактивно", "Selected, window inactive"), rowPicture(list, 0, usual, true, false)}}};
     fixture.model().start();
     fixture.services.convert("photo.avif", false);
     fixture.awaitCompleted(1);
-    Row run{{}, {{t("В работе", "Processing"), rowPicture(list, 1, active)}}};
+    chosen.cells.push_back({t("В работе", "Processing"), rowPicture(list, 1, usual, false)});
     fixture.services.convert("ring.avif", true);
     fixture.services.convert("cover.avif", false);
     fixture.services.conversions->fail(std::make_exception_ptr(
         ConversionError("Недостаточно свободного места на диске.", "There is not enough free disk space.")));
     fixture.services.convert("poster.avif", false);
     fixture.awaitIdle();
-    run.cells.push_back({t("Готова", "Done"), rowPicture(list, 0, active)});
-    run.cells.push_back({t("Анимация, готова", "Animation, done"), rowPicture(list, 1, active)});
-    run.cells.push_back({t("Ошибка", "Failed"), rowPicture(list, 3, active)});
-    Row chosen{{}, {{t("Ошибка, выбрана", "Failed, selected"), rowPicture(list, 3, active | QStyle::State_Selected)}}};
-    return {waiting, run, chosen};
+    Row done{{},
+             {{t("Готова", "Done"), rowPicture(list, 1, usual, false)},
+              {t("Ошибка", "Failed"), rowPicture(list, 3, usual, false)},
+              {t("Ошибка, выбрана", "Failed, selected"), rowPicture(list, 3, usual, true)}}};
+    return {waiting, chosen, done};
 }
 
 QSize sizeOf(const QPixmap& picture) {

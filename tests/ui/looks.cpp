@@ -1,5 +1,7 @@
 #include "tests/ui/looks.h"
 
+#include <QKeyEvent>
+#include <QMouseEvent>
 #include <QTest>
 #include <QWindow>
 
@@ -34,6 +36,19 @@ bool holds(const QImage& picture, const QColor& color) {
         }
     }
     return false;
+}
+
+void focusByKeyboard(QWidget& widget) {
+    QObject nobody;
+    QKeyEvent press(QEvent::KeyPress, Qt::Key_Tab, {});
+    QCoreApplication::sendEvent(&nobody, &press);
+    widget.setFocus(Qt::TabFocusReason);
+}
+
+void useTheMouse() {
+    QObject nobody;
+    QMouseEvent press(QEvent::MouseButtonPress, {}, {}, Qt::LeftButton, Qt::LeftButton, {});
+    QCoreApplication::sendEvent(&nobody, &press);
 }
 
 void pointAt(QWidget& widget, QPoint where) {

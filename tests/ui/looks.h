@@ -42,6 +42,11 @@ bool same(const QColor& one, const QColor& other);
 /// Whether any pixel has just this color.
 bool holds(const QImage& picture, const QColor& color);
 
+/// Gives a widget the keyboard as Tab does.
+void focusByKeyboard(QWidget& widget);
+/// A button of the mouse is pressed, wherever that is.
+void useTheMouse();
+
 /// Puts the pointer somewhere.
 /// \param where in the widget's coordinates
 void pointAt(QWidget& widget, QPoint where);

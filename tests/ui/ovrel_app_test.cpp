@@ -1,5 +1,6 @@
 #include "tests/desktop/fake_portal.h"
 #include "tests/ui/controls.h"
+#include "tests/ui/looks.h"
 #include "tests/ui/window_fixture.h"
 #include "ui/about_window.h"
 #include "ui/help_view.h"
@@ -119,7 +120,7 @@ TEST_F(OvrelAppTest, OpensItsMenuFromTheName) {
     auto& name = control<QToolButton>(window(), QStringLiteral("Ovrel"));
     EXPECT_EQ(name.menu(), &app.menu());
     EXPECT_EQ(roleOf(name), QAccessible::ButtonMenu);
-    name.setFocus(Qt::TabFocusReason);
+    focusByKeyboard(name);
     EXPECT_EQ(window().focusWidget(), &name);
     bool isSeen = false;
     QTimer::singleShot(0, &window(), [&] {
