@@ -75,9 +75,12 @@ DropZone::DropZone(Model& model, QWidget* parent) : QWidget(parent), model_(mode
 
     connect(files_, &Button::clicked, &model_, &Model::chooseFiles);
     connect(folder_, &Button::clicked, &model_, &Model::chooseFolder);
+    connect(clear_, &Button::clicked, &model_, &Model::clearQueue);
     connect(&model_, &Model::languageChanged, this, &DropZone::takeTexts);
     connect(&model_, &Model::canEditQueueChanged, this, &DropZone::takeState);
     connect(&model_, &Model::scanningChanged, this, &DropZone::takeState);
+    connect(&model_, &Model::rootsChanged, this, &DropZone::takeState);
+    connect(&model_, &Model::itemsChanged, this, &DropZone::takeState);
     connect(&model_, &Model::targetedChanged, this, [this] { picture_->setStraight(model_.targeted()); });
     takeTheme();
     takeTexts();
@@ -99,6 +102,7 @@ QWidget* DropZone::invitation() {
     formats_ = new Pill(page);
     files_ = new Button(ButtonKind::primary, metrics::largeButton, page);
     folder_ = new Button(ButtonKind::secondary, metrics::largeButton, page);
+    clear_ = new Button(ButtonKind::flat, metrics::smallButton, page);
     files_->setIcons(Icon::photoStack);
     folder_->setIcons(Icon::folderPlus);
     formats_->setText(QStringLiteral("JPG · PNG · WebP · GIF · AVIF"));
@@ -115,7 +119,7 @@ QWidget* DropZone::invitation() {
     buttons->addStretch();
 
     auto* column = new QVBoxLayout(page);
-    column->setContentsMargins(30, 30, 30, 36); // the middle of what is seen lies a little higher than that of the card
+    column->setContentsMargins(30, 30, 30, 30);
     column->setSpacing(0);
     column->addStretch();
     column->addWidget(picture_, 0, Qt::AlignHCenter);
@@ -127,6 +131,8 @@ QWidget* DropZone::invitation() {
     column->addWidget(formats_, 0, Qt::AlignHCenter);
     column->addSpacing(24);
     column->addLayout(buttons);
+    column->addSpacing(6);
+    column->addWidget(clear_, 0, Qt::AlignHCenter);
     column->addStretch();
     return page;
 }
@@ -158,6 +164,7 @@ void DropZone::takeTexts() {
     files_->setToolTip(toolTipWithKeys(files_->text(), shortcuts::addFiles));
     folder_->setText(model_.t(QStringLiteral("Выбрать папку…")));
     folder_->setToolTip(toolTipWithKeys(folder_->text(), shortcuts::addFolder));
+    clear_->setText(model_.t(QStringLiteral("Очистить список")));
     gatheringText_->setText(model_.t(QStringLiteral("Собираем изображения…")));
 }
 
@@ -165,6 +172,9 @@ void DropZone::takeState() {
     pages_->setCurrentIndex(model_.scanning() ? 1 : 0);
     files_->setEnabled(model_.canEditQueue());
     folder_->setEnabled(model_.canEditQueue());
+    // What is gone would be missed again whenever anything is added; no other control lets go of it.
+    clear_->setVisible(!model_.roots().empty() && model_.items().isEmpty());
+    clear_->setEnabled(model_.canEditQueue());
 }
 
 } // namespace ovrel

@@ -47,6 +47,7 @@ private:
     Pill* formats_ = nullptr;
     Button* files_ = nullptr;
     Button* folder_ = nullptr;
+    Button* clear_ = nullptr; ///< while something is remembered of which nothing is listed
     TextLabel* gatheringText_ = nullptr;
 };
 

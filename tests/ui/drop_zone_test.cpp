@@ -1,3 +1,4 @@
+#include "conversion/conversion_error.h"
 #include "tests/ui/controls.h"
 #include "tests/ui/window_fixture.h"
 
@@ -64,6 +65,27 @@ TEST(DropZone, SaysThatImagesAreBeingGathered) {
                                           QStringLiteral("No JPG, JPEG, WebP, PNG, GIF or AVIF files found in the "
                                                          "selected folders"))));
     }
+}
+
+// Whatever is added later, a folder that has gone would be missed again.
+TEST(DropZone, LetsGoOfWhatCannotBeListed) {
+    WindowFixture fixture;
+    fixture.show();
+    const QString clear = QStringLiteral("Clear List");
+    EXPECT_EQ(findControl<QAbstractButton>(fixture.window(), clear), nullptr);
+    fixture.services.scans->fail(std::make_exception_ptr(ConversionError("Беда", "Trouble")));
+    fixture.model().add({"/gone"});
+    EXPECT_EQ(findControl<QAbstractButton>(fixture.window(), clear), nullptr) << "before anybody knows";
+    fixture.awaitIdle();
+    fixture.model().setError(nullptr);
+    ASSERT_NE(findControl<QAbstractButton>(fixture.window(), clear), nullptr);
+    fixture.model().setLanguage(AppLanguage::russian);
+    click(fixture.window(), QStringLiteral("Очистить список"));
+    EXPECT_TRUE(fixture.model().roots().empty());
+    EXPECT_EQ(findControl<QAbstractButton>(fixture.window(), QStringLiteral("Очистить список")), nullptr);
+    fixture.model().setLanguage(AppLanguage::english);
+    fixture.list({"a.png"});
+    EXPECT_NE(findControl<QAbstractButton>(fixture.window(), clear), nullptr) << "that of the list";
 }
 
 TEST(DropZone, GivesWayToTheListAndTheKeyboardGoesAlong) {
