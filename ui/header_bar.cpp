@@ -4,7 +4,6 @@
 #include "ui/control_painting.h"
 #include "ui/segments.h"
 #include "ui/text_label.h"
-#include "ui/tool_tip.h"
 #include "ui/wordmark_button.h"
 
 #include <QHBoxLayout>
@@ -52,7 +51,7 @@ public:
 
     void setText(const QString& text) {
         text_->setText(text);
-        setToolTip(plainToolTip(text));
+        setToolTip(text);
         setAccessibleName(text);
     }
     void setCollapsed(bool collapsed) {

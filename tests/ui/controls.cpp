@@ -44,7 +44,7 @@ QString plainTextOf(const QString& toolTip) {
     }
     QTextDocument document;
     document.setHtml(toolTip);
-    return document.toPlainText();
+    return document.toPlainText().trimmed();
 }
 
 } // namespace ovrel::test
