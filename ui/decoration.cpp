@@ -56,8 +56,7 @@ void IconView::setTile(int size, ColorOf fill, double radius) {
 void IconView::paintEvent(QPaintEvent* /*event*/) {
     QPainter painter(this);
     if (tile_ != nullptr)
-        drawRounded(painter, rect(), tileRadius_, isEnabled() ? colors().*tile_ : colors().disabledFill,
-                    Qt::transparent);
+        drawRounded(painter, rect(), tileRadius_, isEnabled() ? colors().*tile_ : colors().inset, Qt::transparent);
     QRectF where(0, 0, besideText(size_), besideText(size_));
     where.moveCenter(QRectF(rect()).center());
     drawIcon(painter, icon_, where, isEnabled() ? colors().*color_ : colors().disabled);

@@ -103,7 +103,8 @@ QWidget* FooterBar::statusArea() {
     column->addLayout(line);
     column->addSpacing(3);
     column->addWidget(hint_);
-    column->addSpacing(5);
+    progressGap_ = new QSpacerItem(0, 0);
+    column->addSpacerItem(progressGap_);
     column->addWidget(progress_);
     column->addStretch();
     return status_;
@@ -162,6 +163,8 @@ void FooterBar::takeRun() {
     progress_->setCounters(model_.completed(), model_.items().size());
     (busy ? static_cast<QWidget*>(hint_) : progress_)->hide();
     (busy ? static_cast<QWidget*>(progress_) : hint_)->show();
+    progressGap_->changeSize(0, busy ? 5 : 0);
+    status_->layout()->invalidate();
     failure_->setVisible(model_.finished() && model_.failures() > 0);
 }
 

@@ -65,6 +65,7 @@ private:
     IconView* failure_ = nullptr;
     ElidedLabel* message_ = nullptr;
     ElidedLabel* hint_ = nullptr;
+    QSpacerItem* progressGap_ = nullptr; ///< above the bar, while there is one
     ProgressBar* progress_ = nullptr;
     QWidget* buttons_ = nullptr;
     QBoxLayout* buttonRow_ = nullptr;

@@ -121,7 +121,6 @@ QWidget* InspectorPanel::outputCard() {
     auto* card = new Card(this);
     card->setFill(&Colors::accentTint, false);
     card->setFillWhenDisabled(&Colors::disabledFill);
-    card->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
     auto* sign = new IconView(Icon::sparkles, 22, &Colors::onAccent, card);
     sign->setTile(42, &Colors::accentFill, 8);
     auto* format = new TextLabel(TextStyle::wordmark, TextColor::primary, card);
@@ -249,7 +248,9 @@ void InspectorPanel::takeTexts() {
     speed_->setMinimumWidth(std::max(132, speed_->sizeHint().width()));
     folderTitle_->setText(model_.t(QStringLiteral("ПАПКА СОХРАНЕНИЯ")));
     recursive_->setText(model_.t(QStringLiteral("Вложенные папки")));
-    recursive_->setToolTip(plainToolTip(model_.language().helpSections().at(2).answer));
+    const QString explanation = model_.language().helpSections().at(2).answer;
+    recursive_->setToolTip(plainToolTip(explanation));
+    recursive_->setAccessibleDescription(explanation); // Qt would tell the tool tip's markup
     recursive_->updateGeometry();
     takeOutput();
     takeMode();

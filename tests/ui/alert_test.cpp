@@ -73,6 +73,17 @@ TEST_F(AlertTest, FollowsTheLanguageWhileItIsOpen) {
     EXPECT_EQ(alert()->buttons().front()->text(), QStringLiteral("OK"));
 }
 
+TEST_F(AlertTest, KeepsItsTextsOffItsEdges) {
+    fixture.model().setError(trouble());
+    settle();
+    for (const QWidget* const shown :
+         {static_cast<const QWidget*>(&control<QLabel>(*alert(), QStringLiteral("Trouble"))),
+          static_cast<const QWidget*>(&control(*alert(), QStringLiteral("OK")))}) {
+        const QRect place(shown->mapTo(alert(), QPoint()), shown->size());
+        EXPECT_TRUE(alert()->rect().adjusted(24, 24, -24, -24).contains(place)) << place.x() << ", " << place.y();
+    }
+}
+
 TEST_F(AlertTest, ShowsASecondErrorInTheSameAlert) {
     fixture.model().setError(trouble());
     fixture.model().setError(trouble("Другая", "Another"));

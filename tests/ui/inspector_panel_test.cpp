@@ -5,6 +5,7 @@
 #include "ui/folder_button.h"
 #include "ui/theme.h"
 
+#include <QAccessible>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QRadioButton>
@@ -40,6 +41,31 @@ protected:
 
     WindowFixture fixture;
 };
+
+// Qt tells screen readers the text of a tool tip where there is no description, with its markup.
+TEST_F(InspectorPanelTest, TellsScreenReadersNoMarkup) {
+    fixture.prepare({"a.png"});
+    for (QWidget* const widget : fixture.window().findChildren<QWidget*>()) {
+        const QString description = QAccessible::queryAccessibleInterface(widget)->text(QAccessible::Description);
+        EXPECT_FALSE(description.contains(u'<')) << description.toStdString();
+    }
+    EXPECT_EQ(QAccessible::queryAccessibleInterface(&subfolders())->text(QAccessible::Description),
+              fixture.model().language().helpSections().at(2).answer);
+}
+
+TEST_F(InspectorPanelTest, GivesItsNoteTheRoomOfAllItsLines) {
+    auto& note = control<QLabel>(fixture.window(), QStringLiteral("Smaller files. More space."));
+    const int line = note.fontMetrics().height();
+    // A text that would like one line and has no room for it, as large text has none.
+    note.setText(QStringLiteral("Smaller files"));
+    const int room = note.fontMetrics().horizontalAdvance(note.text()) - 4;
+    note.setContentsMargins(0, 0, note.width() - room, 0);
+    settle();
+    EXPECT_LT(note.sizeHint().height(), 2 * line);
+    EXPECT_GE(note.heightForWidth(note.width()), 2 * line);
+    EXPECT_GE(note.height(), note.heightForWidth(note.width()));
+    EXPECT_TRUE(note.parentWidget()->rect().contains(note.geometry()));
+}
 
 TEST_F(InspectorPanelTest, ShowsItsTextsInBothLanguages) {
     for (const AppLanguage language : AppLanguage::allCases) {

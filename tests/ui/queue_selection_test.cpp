@@ -1,7 +1,9 @@
 #include "tests/ui/controls.h"
 #include "tests/ui/window_fixture.h"
 #include "ui/queue_delegate.h"
+#include "ui/theme.h"
 
+#include <QLabel>
 #include <QListView>
 #include <QSignalSpy>
 #include <QTest>
@@ -111,6 +113,17 @@ TEST_F(QueueSelectionTest, IsCountedInBothLanguages) {
     EXPECT_TRUE(shows(fixture.window(), QStringLiteral("Выбрано файлов: 3")));
     clickRow(1, Qt::ControlModifier);
     EXPECT_TRUE(shows(fixture.window(), QStringLiteral("Выбрано файлов: 2")));
+}
+
+TEST_F(QueueSelectionTest, IsProminentWhereThereIsOne) {
+    fill({"a.png", "b.png"});
+    const auto colorOfCount = [this](const QString& text) {
+        const QLabel& count = control<QLabel>(fixture.window(), text);
+        return count.palette().color(count.foregroundRole());
+    };
+    EXPECT_EQ(colorOfCount(QStringLiteral("Selected: 0")), colors().secondaryText);
+    clickRow(0);
+    EXPECT_EQ(colorOfCount(QStringLiteral("Selected: 1")), colors().text);
 }
 
 TEST_F(QueueSelectionTest, IsRemovedByTheDeleteKey) {
