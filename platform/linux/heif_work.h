@@ -14,7 +14,8 @@ struct HevcCost {
 };
 
 /// \return the cost of a picture: of its own data, of all that it is made of as often as it is, and of what it may be
-///         seen through. Pictures in other codings cost nothing here.
+///         seen through. Pictures in other codings cost nothing here. Unlimited where the picture is made of
+///         something that is missing or no picture.
 /// \param heif a file
 /// \param item the picture's number
 HevcCost hevcCostOf(std::span<const std::uint8_t> heif, std::uint64_t item);
