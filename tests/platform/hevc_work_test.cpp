@@ -63,6 +63,22 @@ TEST(HevcWork, CountsPicturesAndManySlices) {
     }
 }
 
+TEST(HevcWork, CountsPictureParameterSets) {
+    const std::string set = withLength(hevcUnit(34, "some"));
+    struct Row {
+        unsigned sets;
+        std::uint64_t pixels;
+    };
+    for (const Row& row : {Row{0, 1000}, Row{1, 1000}, Row{7, 1000}, Row{8, 2000}, Row{63, 8000}, Row{64, 9000},
+                           Row{65, HevcWork::unlimited}, Row{20'000, HevcWork::unlimited}}) {
+        std::string data = parameters(100, 10);
+        for (unsigned i = 0; i < row.sets; ++i) {
+            data += set;
+        }
+        EXPECT_EQ(workOf(data + slices(1, 0)).pixels(), row.pixels) << row.sets;
+    }
+}
+
 TEST(HevcWork, TakesWhatItCannotReadForUnlimited) {
     const std::string whole = hevcParameterUnit({.width = 64, .height = 64});
     constexpr std::size_t headerBytes = 2;
@@ -77,7 +93,7 @@ TEST(HevcWork, LeavesOutOtherLayersAndOtherUnits) {
     std::string data = parameters(10, 10);
     const std::string large = hevcParameterUnit({.width = 1000, .height = 1000});
     data += withLength(hevcUnit(33, large.substr(2), 1));
-    for (const unsigned type : {32U, 34U, 39U, 63U}) {
+    for (const unsigned type : {32U, 35U, 39U, 63U}) {
         data += withLength(hevcUnit(type, large.substr(2)));
     }
     EXPECT_EQ(workOf(data).pixels(), 100U);

@@ -77,6 +77,40 @@ std::string hevcMadeOfNothing(const HeifItem& derived) {
     });
 }
 
+/// The units of a type (ITU-T H.265, section 7.3.1.2) in a configuration (ISO/IEC 14496-15, section 8.3.2.1), each
+/// behind its length in four bytes.
+std::string unitsOfType(unsigned type, const std::string& configuration) {
+    const auto number = [&](std::size_t at, std::size_t bytes) {
+        std::size_t value = 0;
+        for (const char byte : configuration.substr(at, bytes)) {
+            value = value << 8 | static_cast<std::uint8_t>(byte);
+        }
+        return value;
+    };
+    constexpr std::size_t boxHeadBytes = 8;
+    std::size_t at = boxHeadBytes + 22;
+    std::string found;
+    for (std::size_t arrays = number(at++, 1); arrays > 0; --arrays) {
+        const bool isWanted = (number(at, 1) & 0x3FU) == type;
+        std::size_t units = number(at + 1, 2);
+        for (at += 3; units > 0; --units) {
+            const std::size_t bytes = number(at, 2);
+            found += isWanted ? heifNumber(bytes, 4) + configuration.substr(at + 2, bytes) : "";
+            at += 2 + bytes;
+        }
+    }
+    return found;
+}
+
+/// A picture with so many sets of parameters in front of its data, for each of which a decoder makes tables.
+std::string hevcWithParameters(std::size_t sets) {
+    return around(2'048, [&](HeifItem picture) {
+        constexpr unsigned pictureParameterSet = 34;
+        picture.data = repeated(unitsOfType(pictureParameterSet, picture.properties.front()), sets) + picture.data;
+        return heifFile({picture});
+    });
+}
+
 } // namespace
 
 std::vector<Bomb> heifBombs() {
@@ -86,6 +120,7 @@ std::vector<Bomb> heifBombs() {
         {"HevcLargerThanItSays", "a.jpg", Ending::damaged, [] { return hevcClaiming(16, hevc(1'100)); }},
         {"HevcOfThousandsOfPicturesInOne", "a.jpg", Ending::damaged, [] { return hevcOfPictures(3'000); }},
         {"HevcOfTilesLargerThanItSays", "a.jpg", Ending::damaged, [] { return hevcWithGridOf(16'384); }},
+        {"HevcOfThousandsOfParameterSets", "a.jpg", Ending::damaged, [] { return hevcWithParameters(20'000); }},
         {"HevcOverlayOfNothing", "a.jpg", Ending::damaged, [] { return hevcMadeOfNothing(overlayItem(1, 1, 64, 64)); }},
         {"HevcIdentityOfNothing", "a.jpg", Ending::damaged, [] { return hevcMadeOfNothing(identityItem(1, 64, 64)); }},
     };
