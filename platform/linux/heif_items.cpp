@@ -2,7 +2,6 @@
 
 #include "platform/linux/hevc_work.h"
 
-#include <algorithm>
 #include <optional>
 #include <utility>
 
@@ -89,17 +88,28 @@ void readExtents(HeifBytes& content, const LocationWidths& widths, Items& items,
     }
 }
 
+/// ISO/IEC 14496-12, section 8.11.3: numbers take four or eight bytes or are left out. For other widths libheif reads
+/// nothing, so that the data would lie elsewhere than here.
+bool isKnownWidth(std::size_t bytes) {
+    return bytes == 0 || bytes == 4 || bytes == 8;
+}
+
 /// ISO/IEC 14496-12, section 8.11.3.
 void readLocations(HeifBytes content, HeifBytes file, HeifBytes itemData, Items& items) {
-    constexpr std::uint64_t largestWidth = 8;
+    constexpr unsigned lastVersion = 2;
     const unsigned version = takeFullBoxHead(content).version;
     const std::uint64_t sizes = takeNumber(content, 2);
-    const auto width = [&](unsigned shift) { return std::min(sizes >> shift & 0xFU, largestWidth); };
+    const auto width = [&](unsigned shift) { return static_cast<std::size_t>(sizes >> shift & 0xFU); };
     const LocationWidths widths{.item = version < 2 ? 2U : 4U,
                                 .offset = width(12),
                                 .length = width(8),
                                 .base = width(4),
                                 .index = version == 0 ? 0 : width(0)};
+    if (version > lastVersion || !isKnownWidth(widths.offset) || !isKnownWidth(widths.length) ||
+        !isKnownWidth(widths.base) || !isKnownWidth(widths.index)) {
+        items.isAmbiguous = true;
+        return;
+    }
     const std::uint64_t count = takeNumber(content, widths.item);
     for (std::uint64_t i = 0; i < count && !content.empty() && items.mayKeep(); ++i) {
         Place place;

@@ -244,6 +244,29 @@ TEST(HeifWork, IsUnlimitedWhereTheFileSaysSomethingTwice) {
     EXPECT_EQ(costOf(heif({{1, 10, pictures(1)}, {1, 10, pictures(1)}})).pixels, HevcWork::unlimited);
 }
 
+TEST(HeifWork, IsUnlimitedWherePlacesAreWrittenInNoKnownWay) {
+    for (const unsigned version : {0U, 1U, 2U}) {
+        const std::string file = heif({{1, 10, pictures(1)}}, {.locationVersion = version});
+        const std::size_t content = file.find("iloc") + 4;
+        constexpr std::size_t headBytes = 4;
+        for (const unsigned shift : {0U, 4U, 8U, 12U}) {
+            for (unsigned width = 0; width < 16; ++width) {
+                const unsigned usual = 0x4440;
+                const unsigned widths = (usual & ~(0xFU << shift)) | width << shift;
+                std::string odd = file;
+                odd.replace(content + headBytes, 2, heifNumber(widths, 2));
+                const bool isUnused = version == 0 && shift == 0;
+                const bool isKnown = width == 0 || width == 4 || width == 8 || isUnused;
+                EXPECT_EQ(costOf(odd).pixels != HevcWork::unlimited, isKnown)
+                    << "version " << version << ", shift " << shift << ", width " << width;
+            }
+        }
+    }
+    std::string file = heif({{1, 10, pictures(1)}}, {.locationVersion = 2});
+    file[file.find("iloc") + 4] = 3;
+    EXPECT_EQ(costOf(file).pixels, HevcWork::unlimited);
+}
+
 TEST(HeifWork, IsUnlimitedWhereReadingWouldCostMuchItself) {
     constexpr std::size_t references = 60'000;
     std::vector<Link> links;
