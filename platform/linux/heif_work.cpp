@@ -12,10 +12,15 @@ namespace ovrel {
 
 namespace {
 
-constexpr HevcCost unlimited{HevcWork::unlimited, HevcWork::unlimited};
+constexpr HevcCost unlimited{HevcWork::unlimited, HevcWork::unlimited, HevcWork::unlimited, HevcWork::unlimited,
+                             HevcWork::unlimited};
 
 HevcCost operator+(const HevcCost& a, const HevcCost& b) {
-    return {boundedSum(a.pixels, b.pixels), std::max(a.largestPicture, b.largestPicture)};
+    return {.pixels = boundedSum(a.pixels, b.pixels),
+            .slicePixels = boundedSum(a.slicePixels, b.slicePixels),
+            .canvasPixels = boundedSum(a.canvasPixels, b.canvasPixels),
+            .largestPicture = std::max(a.largestPicture, b.largestPicture),
+            .items = boundedSum(a.items, b.items)};
 }
 
 /// ISO/IEC 14496-15, section 8.3.2.1: behind fixed fields arrays of NAL units, each unit behind its length.
@@ -31,6 +36,19 @@ void addConfiguration(HeifBytes content, HevcWork& work) {
             work.addUnit(takeBytes(content, length));
         }
     }
+}
+
+/// ISO/IEC 23008-12, sections 6.6.2.2 and 6.6.2.3: version, flags, the colour behind the pictures or the numbers of
+/// rows and columns, and the size, whose numbers take four bytes where the first flag is set.
+/// \param data from the begin, at least as much as there is of these
+std::uint64_t canvasPixels(std::uint64_t type, HeifBytes data) {
+    constexpr std::uint64_t colorBytes = 8;
+    constexpr std::uint64_t countBytes = 2;
+    takeNumber(data, 1);
+    const std::size_t numberBytes = (takeNumber(data, 1) & 1U) != 0 ? 4 : 2;
+    takeBytes(data, type == boxType("iovl") ? colorBytes : countBytes);
+    const std::uint64_t width = takeNumber(data, numberBytes);
+    return boundedProduct(width, takeNumber(data, numberBytes));
 }
 
 class Costs {
@@ -93,18 +111,29 @@ private:
             addConfiguration(configuration, work);
             isHevc = true;
         }
-        if (!isHevc) {
-            return {};
-        }
+        HevcCost cost{.items = 1};
+        const auto type = items_.types.find(item);
+        const bool hasCanvas =
+            type != items_.types.end() && (type->second == boxType("grid") || type->second == boxType("iovl"));
         const auto data = items_.places.find(item);
-        if (data == items_.places.end()) {
-            return {}; // libheif has nothing to decode either
+        if ((!isHevc && !hasCanvas) || data == items_.places.end()) {
+            return cost; // without data libheif has nothing to decode either
         }
         if (!data->second.isKnown || !mayRead(data->second.bytes)) {
             return unlimited;
         }
-        addData(data->second, work);
-        return {work.pixels(), work.largestPicture()};
+        const std::vector<std::uint8_t> whole = joined(data->second);
+        if (isHevc) {
+            work.addUnits(whole);
+            cost.pixels = work.pixels();
+            cost.slicePixels = work.slicePixels();
+            cost.largestPicture = work.largestPicture();
+        }
+        if (hasCanvas) {
+            cost.canvasPixels = canvasPixels(type->second, whole);
+            cost.largestPicture = std::max(cost.largestPicture, cost.canvasPixels);
+        }
+        return cost;
     }
 
     bool mayRead(std::uint64_t bytes) {
@@ -113,16 +142,12 @@ private:
         return isLittle;
     }
 
-    static void addData(const Place& place, HevcWork& work) {
-        if (place.extents.size() == 1) {
-            work.addUnits(place.extents.front());
-            return;
-        }
+    static std::vector<std::uint8_t> joined(const Place& place) {
         std::vector<std::uint8_t> whole;
         for (const HeifBytes extent : place.extents) {
             whole.insert(whole.end(), extent.begin(), extent.end());
         }
-        work.addUnits(whole);
+        return whole;
     }
 
     Items items_;
@@ -134,6 +159,22 @@ private:
 
 HevcCost hevcCostOf(HeifBytes heif, std::uint64_t item) {
     return Costs(heif).costOf(item);
+}
+
+std::uint64_t codedPixels(std::uint32_t width, std::uint32_t height) {
+    constexpr std::uint64_t largestBlock = 64; // ITU-T H.265, section 7.4.3.2.1
+    const auto rounded = [](std::uint64_t side) { return (side + largestBlock - 1) / largestBlock * largestBlock; };
+    return rounded(width) * rounded(height);
+}
+
+bool isWithin(const HevcCost& cost, std::uint64_t stated) {
+    constexpr std::uint64_t anySize = std::uint64_t{1} << 20;
+    constexpr std::uint64_t mostTimes = 4;
+    constexpr std::uint64_t anySlices = std::uint64_t{1} << 28;
+    constexpr std::uint64_t mostItems = 4096;
+    const std::uint64_t most = std::max(anySize, boundedProduct(mostTimes, stated));
+    return cost.pixels <= most && cost.canvasPixels <= most && cost.slicePixels <= std::max(most, anySlices) &&
+           cost.items <= mostItems && cost.largestPicture != HevcWork::unlimited;
 }
 
 } // namespace ovrel

@@ -145,14 +145,17 @@ void HevcWork::addUnit(HeifBytes unit) {
 }
 
 std::uint64_t HevcWork::pixels() const {
-    constexpr std::uint64_t slicesOfPicture = 16; // encoders make one, or a few for several processors
-    constexpr std::uint64_t setsOfPicture = 8;    // encoders write one
-    constexpr std::uint64_t mostSets = 64;        // ITU-T H.265, section 7.4.3.3.1: their numbers go to 63
+    constexpr std::uint64_t setsOfPicture = 8; // encoders write one
+    constexpr std::uint64_t mostSets = 64;     // ITU-T H.265, section 7.4.3.3.1: their numbers go to 63
     if (pictureParameterSets_ > mostSets) {
         return unlimited;
     }
-    const std::uint64_t times = std::max({std::uint64_t{1}, pictures_, slices_ / slicesOfPicture});
-    return boundedProduct(largestPicture_, times + pictureParameterSets_ / setsOfPicture);
+    const std::uint64_t pictures = std::max(std::uint64_t{1}, pictures_);
+    return boundedProduct(largestPicture_, pictures + pictureParameterSets_ / setsOfPicture);
+}
+
+std::uint64_t HevcWork::slicePixels() const {
+    return boundedProduct(largestPicture_, slices_);
 }
 
 } // namespace ovrel

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -166,6 +167,73 @@ TEST(HeifWork, CountsPartsAsOftenAsTheyAreUsed) {
     EXPECT_EQ(costOf(file, 2).pixels, 20'000U);
     EXPECT_EQ(costOf(file, 1).pixels, 60'100U);
     EXPECT_EQ(costOf(file, 1).largestPicture, 10'000U);
+}
+
+TEST(HeifWork, CountsWhatIsDecodedOneByOne) {
+    const std::vector<Item> items{{1}, {2}, {3, 100, pictures(1)}, {4, 10, pictures(1)}};
+    const std::string file = heif(items, {.madeOf = {{1, {2, 2, 2}}, {2, {3, 3}}}, .belongsTo = {{4, {1}}}});
+    EXPECT_EQ(costOf(file, 3).items, 1U);
+    EXPECT_EQ(costOf(file, 2).items, 3U);
+    EXPECT_EQ(costOf(file, 1).items, 11U);
+    const std::vector<std::uint64_t> often(60'000, 2);
+    EXPECT_EQ(costOf(heif(items, {.madeOf = {{1, often}, {2, {3, 3}}}})).items, 180'001U);
+}
+
+TEST(HeifWork, FindsTheSizeOfWhatPicturesArePutTogetherOn) {
+    const std::string small = heifNumber(0, 4) + heifNumber(300, 2) + heifNumber(20, 2);
+    const std::string large = heifNumber(1, 2) + heifNumber(0, 2) + heifNumber(70'000, 4) + heifNumber(2, 4);
+    const std::string overlay = heifNumber(0, 2) + std::string(8, '\xFF') + heifNumber(300, 2) + heifNumber(20, 2);
+    const std::string largeOverlay =
+        heifNumber(1, 2) + std::string(8, '\xFF') + heifNumber(70'000, 4) + heifNumber(2, 4);
+    struct Row {
+        const char* type;
+        std::string data;
+        std::uint64_t pixels;
+    };
+    for (const Row& row : {Row{"grid", small, 6000}, Row{"grid", large, 140'000}, Row{"iovl", overlay, 6000},
+                           Row{"iovl", largeOverlay, 140'000}, Row{"grid", small.substr(0, 7), 0}, Row{"iovl", "", 0},
+                           Row{"iden", small, 0}}) {
+        for (const std::uint64_t method : {0U, 1U}) {
+            SCOPED_TRACE(testing::Message() << row.type << " of " << row.data.size() << " bytes, method " << method);
+            const std::string file = heif({{1, 0, row.data, row.type}, {2, 10, pictures(1)}},
+                                          {.locationVersion = 1, .method = method, .madeOf = {{1, {2}}}});
+            EXPECT_EQ(costOf(file).canvasPixels, row.pixels);
+            EXPECT_EQ(costOf(file).largestPicture, std::max<std::uint64_t>(row.pixels, 100));
+            EXPECT_EQ(costOf(file).pixels, 100U);
+        }
+    }
+}
+
+TEST(HeifWork, IsAllowedAsFarAsThePictureIsLarge) {
+    constexpr std::uint64_t hd = 1920 * 1080;
+    constexpr std::uint64_t coded = 1920 * 1088;
+    EXPECT_EQ(codedPixels(1920, 1080), coded);
+    EXPECT_EQ(codedPixels(1, 64), 64U * 64);
+    EXPECT_EQ(codedPixels(0, 65), 0U);
+    struct Row {
+        HevcCost cost;
+        std::uint64_t stated;
+        bool isWithin;
+    };
+    for (const Row& row : {
+             Row{{}, 0, true},
+             Row{{.pixels = 1 << 20, .canvasPixels = 1 << 20}, 1, true},
+             Row{{.pixels = (1 << 20) + 1}, 1, false},
+             Row{{.canvasPixels = (1 << 20) + 1}, 1, false},
+             Row{{.pixels = 4 * coded, .slicePixels = 4 * 17 * coded}, codedPixels(1920, 1080), true},
+             Row{{.pixels = 4 * hd + 1}, hd, false},
+             Row{{.canvasPixels = 4 * hd + 1}, hd, false},
+             Row{{.slicePixels = 120 * coded}, coded, true},
+             Row{{.slicePixels = 129 * coded}, coded, false},
+             Row{{.slicePixels = std::uint64_t{1} << 29}, std::uint64_t{1} << 27, true},
+             Row{{.items = 4096}, hd, true},
+             Row{{.items = 4097}, hd, false},
+             Row{{.largestPicture = HevcWork::unlimited}, HevcWork::unlimited, false},
+         }) {
+        EXPECT_EQ(isWithin(row.cost, row.stated), row.isWithin)
+            << row.cost.pixels << ", " << row.cost.slicePixels << ", " << row.cost.canvasPixels << ", "
+            << row.cost.items << " of " << row.stated;
+    }
 }
 
 TEST(HeifWork, IsNothingForPicturesInOtherCodings) {
