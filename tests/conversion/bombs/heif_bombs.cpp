@@ -111,6 +111,39 @@ std::string hevcWithParameters(std::size_t sets) {
     });
 }
 
+/// One picture laid so often upon a canvas that has room for all.
+std::string hevcLaidOften(std::uint16_t times) {
+    return around(64, [&](const HeifItem& picture) {
+        constexpr std::uint32_t side = 4'096;
+        return heifFile({overlayItem(1, times, side, side), picture},
+                        {{"dimg", 1, std::vector<std::uint64_t>(times, picture.id)}});
+    });
+}
+
+/// As phones write them: tiles of 512 pixels, a thumbnail, and planes beside the picture.
+std::string hevcOfTiles(std::uint32_t width, std::uint32_t height) {
+    constexpr std::uint32_t side = 512;
+    return around(side, [&](const HeifItem& tile) {
+        const unsigned rows = (height + side - 1) / side;
+        const unsigned columns = (width + side - 1) / side;
+        std::vector<HeifItem> items{gridItem(1, rows, columns, width, height), tile, *hevcItem(3, plain(64))};
+        std::vector<HeifReference> references{
+            {"dimg", 1, std::vector<std::uint64_t>(std::size_t{rows} * columns, tile.id)}, {"thmb", 3, {1}}};
+        for (const std::uint64_t id : {4U, 5U, 6U}) {
+            HeifItem plane = *hevcItem(id, plain(1'024));
+            plane.properties.push_back(heifFullBox("auxC", 0, "urn:example:plane:" + std::to_string(id) + '\0'));
+            items.push_back(plane);
+            references.push_back({"auxl", id, {1}});
+        }
+        return heifFile(items, references);
+    });
+}
+
+/// How a sound picture ends; where libheif has no encoder, the file is one of hevc().
+Ending soundEnding() {
+    return hevcItem(1, plain(64)) ? Ending::converted : Ending::damaged;
+}
+
 } // namespace
 
 std::vector<Bomb> heifBombs() {
@@ -121,6 +154,9 @@ std::vector<Bomb> heifBombs() {
         {"HevcOfThousandsOfPicturesInOne", "a.jpg", Ending::damaged, [] { return hevcOfPictures(3'000); }},
         {"HevcOfTilesLargerThanItSays", "a.jpg", Ending::damaged, [] { return hevcWithGridOf(16'384); }},
         {"HevcOfThousandsOfParameterSets", "a.jpg", Ending::damaged, [] { return hevcWithParameters(20'000); }},
+        {"HevcLaidOftenUponACanvas", "a.jpg", Ending::damaged, [] { return hevcLaidOften(16'000); }},
+        {"HevcOfTilesLikeAPhonesPicture", "a.jpg", soundEnding(), [] { return hevcOfTiles(4'032, 3'024); }},
+        {"HevcOfTilesLikeAPanorama", "a.jpg", soundEnding(), [] { return hevcOfTiles(8'190, 1'814); }},
         {"HevcOverlayOfNothing", "a.jpg", Ending::damaged, [] { return hevcMadeOfNothing(overlayItem(1, 1, 64, 64)); }},
         {"HevcIdentityOfNothing", "a.jpg", Ending::damaged, [] { return hevcMadeOfNothing(identityItem(1, 64, 64)); }},
     };
