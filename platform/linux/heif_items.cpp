@@ -52,6 +52,7 @@ void readProperties(HeifBytes content, Items& items) {
 void readReferences(HeifBytes content, Items& items) {
     const std::size_t numberBytes = takeFullBoxHead(content).version == 0 ? 2 : 4;
     while (std::optional<Box> box = takeBox(content)) {
+        items.isAmbiguous = items.isAmbiguous || !isWholeReference(*box, numberBytes);
         const bool isAuxiliary = box->type == boxType("auxl");
         if (!isAuxiliary && box->type != boxType("dimg")) {
             continue;

@@ -271,6 +271,18 @@ TEST_F(HevcSource, RefusesPicturesMadeOfWhatIsNoPicture) {
     }
 }
 
+// libheif reads on behind the end of such a box.
+TEST_F(HevcSource, RefusesReferencesThatReachOutOfTheirBox) {
+    std::string file = heifFile({identityItem(1, 64, 64), *hevcItem(2, smooth(64, 64))}, {{"dimg", 1, {2}}});
+    ASSERT_TRUE(open(file));
+    const std::size_t name = file.find("dimg");
+    constexpr std::size_t headBytes = 8;
+    file.replace(name - 4, 4, heifNumber(headBytes, 4));
+    EXPECT_FALSE(open(file));
+    file.replace(name + headBytes, 2, heifNumber(99, 2));
+    EXPECT_FALSE(open(file));
+}
+
 TEST_F(HevcSource, IsNotMistakenForAv1ByItsCompressedData) {
     using namespace std::string_literals;
     const auto source = open(written(smooth(64, 64)) + "\0\0\0\x18mdat anything av1C goes"s);

@@ -335,6 +335,25 @@ TEST(HeifWork, IsUnlimitedWherePlacesAreWrittenInNoKnownWay) {
     EXPECT_EQ(costOf(file).pixels, HevcWork::unlimited);
 }
 
+TEST(HeifWork, IsUnlimitedWhereReferencesAreNotAsLongAsTheyCount) {
+    for (const bool isWide : {false, true}) {
+        const std::string file = heif({{1}, {2, 10, pictures(1)}}, {.isWide = isWide, .madeOf = {{1, {2}}}});
+        EXPECT_EQ(costOf(file).pixels, 100U);
+        const std::size_t name = file.find("dimg");
+        const std::size_t size = boxSizeAt(file, name - 4);
+        for (const std::size_t odd : {std::size_t{8}, size - 1, size + 1}) {
+            std::string other = file;
+            other.replace(name - 4, 4, heifNumber(odd, 4));
+            EXPECT_EQ(costOf(other).pixels != HevcWork::unlimited, odd > size) << odd << " instead of " << size;
+        }
+        std::string more = file;
+        more.replace(name + 4 + (isWide ? 4 : 2), 2, heifNumber(2, 2));
+        EXPECT_EQ(costOf(more).pixels, HevcWork::unlimited);
+        std::string other = file;
+        EXPECT_EQ(costOf(other.replace(name, 4, "uuid")).pixels, HevcWork::unlimited);
+    }
+}
+
 TEST(HeifWork, IsUnlimitedWhereReadingWouldCostMuchItself) {
     constexpr std::size_t references = 60'000;
     std::vector<Link> links;
