@@ -115,8 +115,8 @@ QDBusMessage busCall(const char* method, const QVariantList& arguments) {
     return message;
 }
 
-/// What others see on the bus. The names of its slots are those of the interface. What is asked for is done later, so
-/// that whoever asks has the answer at once.
+/// What others see on the bus. The names of its slots are those of the interface. What is asked for is done later, and
+/// answered right before it is, so that nothing is lost that was answered.
 class ApplicationAdaptor : public QDBusAbstractAdaptor {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")
@@ -130,7 +130,7 @@ public Q_SLOTS:
         if (isTooLate(platformData)) {
             refuseAsTooLate(call);
         } else {
-            open({}, tokenIn(platformData));
+            open({}, tokenIn(platformData), call);
         }
     }
 
@@ -140,13 +140,14 @@ public Q_SLOTS:
         } else if (isTooMuch(uris)) {
             refuse(call, QDBusError::LimitsExceeded, QStringLiteral("Too many files at once"));
         } else {
-            open(localFiles(uris), tokenIn(platformData));
+            open(localFiles(uris), tokenIn(platformData), call);
         }
     }
 
     /// There is no action but the window.
-    void ActivateAction(const QString& /*action*/, const QVariantList& /*parameter*/, const QVariantMap& platformData) {
-        open({}, tokenIn(platformData));
+    void ActivateAction(const QString& /*action*/, const QVariantList& /*parameter*/, const QVariantMap& platformData,
+                        const QDBusMessage& call) {
+        open({}, tokenIn(platformData), call);
     }
 
 private:
@@ -160,14 +161,20 @@ private:
         refuse(call, QDBusError::TimedOut, QStringLiteral("Nobody waits any longer"));
     }
 
-    void open(SingleInstance::Files files, const QString& token) {
+    void open(SingleInstance::Files files, const QString& token, const QDBusMessage& call) {
+        call.setDelayedReply(true);
         QMetaObject::invokeMethod(
-            instance_,
-            [instance = instance_, files = std::move(files), token] {
+            this,
+            [this, files = std::move(files), token, call] {
+                if (instance_->hasResigned()) {
+                    refuse(call, QDBusError::Failed, QStringLiteral("The program is about to end"));
+                    return;
+                }
+                bus_.send(call.createReply());
                 if (files.empty()) {
-                    Q_EMIT instance->activated(token);
+                    Q_EMIT instance_->activated(token);
                 } else {
-                    Q_EMIT instance->filesOpened(files, token);
+                    Q_EMIT instance_->filesOpened(files, token);
                 }
             },
             Qt::QueuedConnection);
@@ -190,7 +197,12 @@ SingleInstance::SingleInstance(QString applicationId, QDBusConnection bus, QObje
 }
 
 SingleInstance::~SingleInstance() {
-    if (isFirst_) {
+    resign();
+}
+
+void SingleInstance::resign() {
+    hasResigned_ = true;
+    if (std::exchange(isFirst_, false)) {
         bus_.unregisterObject(path());
         bus_.send(busCall("ReleaseName", {applicationId_}));
     }
@@ -241,6 +253,24 @@ std::optional<SingleInstance::Files> SingleInstance::handOver(const Files& files
         left += uris.size();
     }
     return std::nullopt;
+}
+
+std::optional<SingleInstance::Files> SingleInstance::becomeFirstOrHandOver(Files files, const QString& token,
+                                                                           int patienceMilliseconds) {
+    constexpr int mostAsked = 8; // each of them has to end before the next one is asked
+    for (int asked = 0; asked < mostAsked && !becomeFirst(); ++asked) {
+        const QDeadlineTimer deadline(patienceMilliseconds);
+        std::optional<Files> left = handOver(files, token, patienceMilliseconds);
+        if (!left) {
+            return std::nullopt;
+        }
+        files = std::move(*left);
+        if (deadline.hasExpired()) {
+            becomeFirst(); // the one that did not answer may have ended meanwhile
+            break;
+        }
+    }
+    return files;
 }
 
 QString SingleInstance::path() const {

@@ -40,9 +40,24 @@ public:
     /// Gives the name up.
     ~SingleInstance() override;
 
+    /// Whether resign() was called.
+    bool hasResigned() const { return hasResigned_; }
+
     /// Tries to be the one that others ask. Waits at most half a second for the bus; where it says nothing, or where
     /// none is, every start is a first one.
     bool becomeFirst();
+
+    /// Ends being first, for a program that is about to end: others may become it at once, and what is asked of this
+    /// one from now on is refused, so that whoever asks opens its files without it.
+    void resign();
+
+    /// Becomes the first, or hands the files over to whoever is: to another one where that one ends meanwhile, a few
+    /// times. Where nobody answers in time, this program opens them although it may not be the first.
+    /// \param token of startToken()
+    /// \param patienceMilliseconds for each that is asked
+    /// \return nothing when others took all and this program may end; else the files that it has to open itself
+    std::optional<Files> becomeFirstOrHandOver(Files files, const QString& token,
+                                               int patienceMilliseconds = usualPatience);
 
     /// Asks the program that was first to open these files, or only to come forward where there are none. A relative
     /// path is one from the current folder of this program. Any thread.
@@ -67,6 +82,7 @@ private:
     QString applicationId_;
     QDBusConnection bus_;
     bool isFirst_ = false;
+    bool hasResigned_ = false;
 };
 
 } // namespace ovrel

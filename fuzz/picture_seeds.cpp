@@ -4,6 +4,7 @@
 #include "tests/support/exif_writer.h"
 #include "tests/support/fake_image_source.h"
 #include "tests/support/gif_writer.h"
+#include "tests/support/heif_file.h"
 #include "tests/support/heif_writer.h"
 #include "tests/support/icc_profiles.h"
 #include "tests/support/jpeg_writer.h"
@@ -335,6 +336,26 @@ void addHeifs(const Seeds& seeds) {
     seeds.add("heif", "avif-sequence", general.replace(majorBrandOffset, 4, "msf1"));
 }
 
+/// Pictures that are made of others, and of what is none.
+void addDerivedHeifs(const Seeds& seeds) {
+    constexpr std::uint32_t side = 64;
+    constexpr std::uint64_t missing = 99;
+    const std::optional<HeifItem> picture = hevcItem(2, makeImage(side, side, Rgba{90, 120, 30, 255}));
+    if (!picture) {
+        return;
+    }
+    const HeifItem exif{3, "Exif", {}, std::string(4, '\0') + exifBlock(6)};
+    for (const HeifItem& derived :
+         {gridItem(1, 1, 2, 2 * side, side), overlayItem(1, 2, side, side), identityItem(1, side, side)}) {
+        const std::vector<std::uint64_t> parts(derived.type == "iden" ? 1 : 2, picture->id);
+        const std::string whole = heifFile({derived, *picture, exif}, {{"dimg", 1, parts}, {"cdsc", exif.id, {1}}});
+        seeds.add("heif", derived.type, whole);
+        seeds.add("heif", derived.type + "-cut", beginningOf(whole, 90));
+        seeds.add("heif", derived.type + "-exif", heifFile({derived, *picture, exif}, {{"dimg", 1, {exif.id}}}));
+        seeds.add("heif", derived.type + "-missing", heifFile({derived, *picture}, {{"dimg", 1, {missing}}}));
+    }
+}
+
 /// What decides how a decoded picture becomes an upright one in sRGB.
 void addColorsAndTurns(const Seeds& seeds) {
     for (std::uint16_t orientation = 2; orientation <= 8; ++orientation) {
@@ -402,6 +423,7 @@ void addPictureSeeds(const Seeds& seeds) {
     addWebps(seeds);
     addAvifs(seeds);
     addHeifs(seeds);
+    addDerivedHeifs(seeds);
     addColorsAndTurns(seeds);
     addExifs(seeds);
 }

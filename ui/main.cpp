@@ -112,15 +112,12 @@ int main(int argc, char** argv) {
     const QApplication application(argc, argv);
     std::vector<std::filesystem::path> files = filesOf(line, [&start] { start.disregard(); });
     SingleInstance instance(QStringLiteral(OVREL_APPLICATION_ID));
-    if (!instance.becomeFirst()) {
-        std::optional<std::vector<std::filesystem::path>> left = instance.handOver(files, token);
-        if (!left) {
-            start.disregard();
-            return 0;
-        }
-        files = std::move(*left);
-        instance.becomeFirst(); // the one that did not take them may have ended meanwhile
+    std::optional<std::vector<std::filesystem::path>> left = instance.becomeFirstOrHandOver(std::move(files), token);
+    if (!left) {
+        start.disregard();
+        return 0;
     }
+    files = std::move(*left);
 
     QGuiApplication::setWindowIcon(applicationIcon());
     QApplication::setStyle(new OvrelStyle);
@@ -133,6 +130,7 @@ int main(int argc, char** argv) {
                          app.add(opened);
                          app.activate(openToken);
                      });
+    QObject::connect(&app.mainWindow(), &MainWindow::closing, &instance, &SingleInstance::resign);
     const QuitSignals signals;
     QObject::connect(&signals, &QuitSignals::requested, &app, &OvrelApp::quit);
     const FirstSeconds firstSeconds(app.mainWindow(), beginning);

@@ -23,11 +23,13 @@ void MainWindow::closeEvent(QCloseEvent* event) {
     case Model::Closing::now:
         closesAfterRun_ = false; // the window may be shown again
         event->accept();
+        Q_EMIT closing();
         Q_EMIT closed();
         return;
     case Model::Closing::afterRun:
         closesAfterRun_ = true;
         event->ignore();
+        Q_EMIT closing();
         return;
     case Model::Closing::atOnce: Q_EMIT leaving(); leaveAtOnce();
     }

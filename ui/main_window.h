@@ -25,6 +25,8 @@ public:
     ContentView& content() { return *content_; }
 
 Q_SIGNALS:
+    /// The window closes, now or when the image in hand is done, and takes no more files.
+    void closing();
     /// The window is gone, and with it the program.
     void closed();
     /// The user does not wait for what is being gathered or converted: the program ends when the slots have returned.

@@ -12,8 +12,8 @@ declare -A fuzzed_sources=(
     [exif]="platform/linux/exif_orientation.cpp"
     [gif]="platform/linux/gif_canvas.cpp platform/linux/gif_lzw_decoder.cpp platform/linux/gif_pixel_reader.cpp
         platform/linux/gif_source.cpp platform/linux/gif_stream.cpp platform/linux/gif_structure.cpp"
-    [heif]="platform/linux/heif_boxes.cpp platform/linux/heif_derivation.cpp platform/linux/heif_source.cpp
-        platform/linux/heif_work.cpp platform/linux/hevc_work.cpp"
+    [heif]="platform/linux/heif_boxes.cpp platform/linux/heif_derivation.cpp platform/linux/heif_items.cpp
+        platform/linux/heif_source.cpp platform/linux/heif_work.cpp platform/linux/hevc_work.cpp"
     [image]="platform/linux/bitmap.cpp platform/linux/color_profiles.cpp platform/linux/image_source.cpp
         platform/linux/upright_rows.cpp"
     [installer_order]="updates/installation/clean_environment.cpp updates/installation/installer_order.cpp"

@@ -47,4 +47,13 @@ FullBoxHead takeFullBoxHead(HeifBytes& content) {
     return head;
 }
 
+bool isWholeReference(const Box& box, std::size_t numberBytes) {
+    constexpr std::size_t countBytes = 2;
+    if (box.type == boxType("uuid") || box.content.size() < numberBytes + countBytes) {
+        return false; // the first has a longer head, which no reference needs
+    }
+    HeifBytes rest = box.content.subspan(numberBytes);
+    return takeNumber(rest, countBytes) * numberBytes == rest.size();
+}
+
 } // namespace ovrel

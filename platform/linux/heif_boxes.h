@@ -46,4 +46,10 @@ struct FullBoxHead {
 
 FullBoxHead takeFullBoxHead(HeifBytes& content);
 
+/// ISO/IEC 14496-12, section 8.11.12: from which item references lead, how many, and to which.
+/// \param numberBytes that the number of an item takes
+/// \return whether such a box is as long as what it counts. libheif goes by the count alone, and so reads other boxes
+///         behind one that is not.
+bool isWholeReference(const Box& box, std::size_t numberBytes);
+
 } // namespace ovrel

@@ -8,7 +8,7 @@
 namespace ovrel {
 
 /// \return whether pictures are made of pictures of pictures more often than any camera does it, or of themselves,
-///         or of very many. libheif follows them as deep as they lead.
+///         or of very many, or whether that cannot be told. libheif follows them as deep as they lead.
 bool derivesTooDeeply(std::span<const std::uint8_t> heif);
 
 } // namespace ovrel

@@ -70,11 +70,6 @@ bool holdsAv1(std::span<const std::uint8_t> bytes) {
     return names(bytes, "av1C");
 }
 
-/// Whether any picture may be put together of tiles (ISO/IEC 23008-12, section 6.6.2.3).
-bool holdsGrid(std::span<const std::uint8_t> bytes) {
-    return names(bytes, "grid");
-}
-
 /// The file's pictures, the primary one first; thumbnails, masks and tiles are none.
 std::vector<heif_item_id> picturesOf(heif_context* context) {
     heif_item_id primary = 0;
@@ -159,29 +154,21 @@ std::uint64_t largestSideOf(const heif_image_handle* handle) {
                   heif_image_handle_get_ispe_width(handle), heif_image_handle_get_ispe_height(handle)}));
 }
 
-/// Pixels that the file states for a picture, or for what it is cropped from.
+/// Pixels that the file states for a picture, or for what it is cropped from, as they are coded.
 std::uint64_t statedPixels(const heif_image_handle* handle) {
     const auto pixels = [](int width, int height) {
-        return static_cast<std::uint64_t>(std::max(width, 0)) * static_cast<std::uint64_t>(std::max(height, 0));
+        return codedPixels(static_cast<std::uint32_t>(std::max(width, 0)),
+                           static_cast<std::uint32_t>(std::max(height, 0)));
     };
     return std::max(pixels(heif_image_handle_get_width(handle), heif_image_handle_get_height(handle)),
                     pixels(heif_image_handle_get_ispe_width(handle), heif_image_handle_get_ispe_height(handle)));
 }
 
-/// The coded picture may be of another size than the file states; libheif decodes it as it is.
-bool isCodedAsStated(const heif_image_handle* handle, const HevcCost& cost) {
-    constexpr std::uint64_t anySize = std::uint64_t{1} << 20;
-    constexpr std::uint64_t mostTimes = 4; // alpha, depth and masks, and what crops and tiles leave out
-    return cost.pixels <= std::max(anySize, mostTimes * statedPixels(handle));
-}
-
-/// \param isGrid whether the picture may be one that states its size a second time, which libheif does not compare
 /// \throws std::bad_alloc when the picture will not fit
-void requireMemory(const heif_image_handle* handle, bool isGrid, const HevcCost& cost) {
+void requireMemory(const heif_image_handle* handle, const HevcCost& cost) {
     // Four planes, a turned copy of them, the interleaved picture, and ours.
     constexpr std::uint64_t samples = 16;
-    const std::uint64_t side = largestSideOf(handle);
-    const std::uint64_t pixels = std::max(isGrid ? side * side : statedPixels(handle), cost.largestPicture);
+    const std::uint64_t pixels = std::max(statedPixels(handle), cost.largestPicture);
     if (!fitsIntoMemory(pixels * samples * (isDeep(handle) ? 2 : 1))) {
         throw std::bad_alloc();
     }
@@ -236,7 +223,7 @@ void straighten(std::uint8_t* row, std::size_t pixels) {
 class HeifSource final : public ImageSource {
 public:
     HeifSource(std::vector<std::uint8_t> bytes, HeifContext context, std::vector<heif_item_id> ids)
-        : bytes_(std::move(bytes)), context_(std::move(context)), ids_(std::move(ids)), isGrid_(holdsGrid(bytes_)) {}
+        : bytes_(std::move(bytes)), context_(std::move(context)), ids_(std::move(ids)) {}
 
     ImageFormat format() const override { return ImageFormat::heif; }
     std::size_t count() const override { return ids_.size(); }
@@ -258,10 +245,10 @@ public:
             return std::nullopt;
         }
         const HevcCost cost = hevcCostOf(bytes_, ids_[index]);
-        if (!isCodedAsStated(handle.get(), cost)) {
+        if (!isWithin(cost, statedPixels(handle.get()))) {
             return std::nullopt;
         }
-        requireMemory(handle.get(), isGrid_, cost);
+        requireMemory(handle.get(), cost);
         requireThread();
         limitSides(context_.get(), handle.get());
         heif_image* decoded = nullptr;
@@ -318,7 +305,6 @@ private:
     std::vector<std::uint8_t> bytes_; ///< libheif reads them as it goes
     HeifContext context_;
     std::vector<heif_item_id> ids_;
-    bool isGrid_; ///< whether any of them may be put together of tiles
 };
 
 } // namespace

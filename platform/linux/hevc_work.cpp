@@ -122,6 +122,7 @@ void HevcWork::addUnit(HeifBytes unit) {
     // are slices, whose first bit is set in the first one of a picture (section 7.3.6.1).
     constexpr std::size_t headerBytes = 2;
     constexpr std::uint64_t sequenceParameterSet = 33;
+    constexpr std::uint64_t pictureParameterSet = 34;
     constexpr std::uint64_t firstOther = 32;
     constexpr std::uint8_t firstBit = 0x80;
     if (unit.size() <= headerBytes) {
@@ -135,6 +136,8 @@ void HevcWork::addUnit(HeifBytes unit) {
     }
     if (type == sequenceParameterSet) {
         largestPicture_ = std::max(largestPicture_, pixelsOfParameterSet(unit));
+    } else if (type == pictureParameterSet) {
+        ++pictureParameterSets_;
     } else if (type < firstOther) {
         ++slices_;
         pictures_ += (unit.front() & firstBit) != 0 ? 1 : 0;
@@ -142,9 +145,17 @@ void HevcWork::addUnit(HeifBytes unit) {
 }
 
 std::uint64_t HevcWork::pixels() const {
-    constexpr std::uint64_t slicesOfPicture = 16; // encoders make one, or a few for several processors
-    const std::uint64_t times = std::max({std::uint64_t{1}, pictures_, slices_ / slicesOfPicture});
-    return boundedProduct(largestPicture_, times);
+    constexpr std::uint64_t setsOfPicture = 8; // encoders write one
+    constexpr std::uint64_t mostSets = 64;     // ITU-T H.265, section 7.4.3.3.1: their numbers go to 63
+    if (pictureParameterSets_ > mostSets) {
+        return unlimited;
+    }
+    const std::uint64_t pictures = std::max(std::uint64_t{1}, pictures_);
+    return boundedProduct(largestPicture_, pictures + pictureParameterSets_ / setsOfPicture);
+}
+
+std::uint64_t HevcWork::slicePixels() const {
+    return boundedProduct(largestPicture_, slices_);
 }
 
 } // namespace ovrel

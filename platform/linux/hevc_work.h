@@ -19,9 +19,14 @@ public:
     /// \param unit without its length
     void addUnit(std::span<const std::uint8_t> unit);
 
-    /// Pixels that are decoded: those of the largest picture for each picture. Slices say where they begin, so one may
-    /// cover all of the picture that others have covered before; some slices therefore count as a picture as well.
+    /// Pixels that are decoded: those of the largest picture for each picture, and an eighth of them for each picture
+    /// parameter set, since a decoder makes tables of a picture's size for each. More of these than have numbers count
+    /// as without limit.
     std::uint64_t pixels() const;
+
+    /// Pixels that would be decoded if each slice covered the whole picture. Slices say where they begin, so one may
+    /// cover again what others have covered; where they end shows only when they are decoded.
+    std::uint64_t slicePixels() const;
 
     /// Pixels of the largest picture.
     std::uint64_t largestPicture() const { return largestPicture_; }
@@ -30,6 +35,7 @@ private:
     std::uint64_t largestPicture_ = 0;
     std::uint64_t pictures_ = 0;
     std::uint64_t slices_ = 0;
+    std::uint64_t pictureParameterSets_ = 0;
 };
 
 /// \return the product, or HevcWork::unlimited where that is too large

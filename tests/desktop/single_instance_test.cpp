@@ -14,6 +14,7 @@
 #include <gmock/gmock.h>
 
 #include <chrono>
+#include <functional>
 #include <future>
 #include <limits>
 #include <memory>
@@ -196,6 +197,94 @@ TEST_F(SingleInstanceTest, KeepsTheFilesThatWereNotTakenByOneThatEnds) {
     EXPECT_EQ(together, files); // each once
     SingleInstance second(applicationId, bus.connect());
     EXPECT_TRUE(second.becomeFirst());
+}
+
+TEST_F(SingleInstanceTest, TakesNothingOnceItResigns) {
+    ASSERT_TRUE(first->becomeFirst());
+    first->resign();
+    EXPECT_EQ(handOver({"/a"}), Files{"/a"});
+    EXPECT_EQ(handOver({}), Files());
+    SingleInstance second(applicationId, bus.connect());
+    EXPECT_TRUE(second.becomeFirst());
+    EXPECT_THAT(opened, IsEmpty());
+    EXPECT_THAT(activations, IsEmpty());
+}
+
+// What it was asked before is on its way to its listeners, or is refused: nobody is told that it was taken.
+TEST_F(SingleInstanceTest, RefusesWhatItWasAskedRightBeforeItResigned) {
+    ASSERT_TRUE(first->becomeFirst());
+    QObject::connect(first.get(), &SingleInstance::filesOpened, first.get(), &SingleInstance::resign);
+    const Files files = filesForRequests(2);
+    const std::optional<Files> left = handOver(files);
+    ASSERT_TRUE(left);
+    ASSERT_EQ(opened.size(), 1U);
+    Files together = opened.front();
+    together.insert(together.end(), left->begin(), left->end());
+    EXPECT_EQ(together, files); // each once
+}
+
+/// Becomes the first or hands over, while the others serve their event loop.
+std::optional<Files> becomeFirstOrHandOver(SingleInstance& instance, const Files& files, int patienceMilliseconds) {
+    std::future<std::optional<Files>> left =
+        std::async(std::launch::async, [&] { return instance.becomeFirstOrHandOver(files, {}, patienceMilliseconds); });
+    awaitThat([&] { return left.wait_for(std::chrono::seconds(0)) == std::future_status::ready; });
+    return left.get();
+}
+
+TEST_F(SingleInstanceTest, OpensItsFilesItselfWhereItIsTheFirst) {
+    EXPECT_EQ(becomeFirstOrHandOver(*first, {"/a"}, 60'000), Files{"/a"});
+    EXPECT_EQ(handOver({"/b"}), std::nullopt);
+    EXPECT_THAT(opened, ElementsAre(Files{"/b"}));
+}
+
+/// Gives its name up when it is asked, and answers when another one has it.
+class EndingService final : public FakeService {
+public:
+    EndingService(PrivateBus& bus, BusCalls& calls, std::function<void()> onEnd)
+        : FakeService(bus, applicationId, calls), onEnd_(std::move(onEnd)) {
+        reply = [](const QDBusMessage& call) {
+            return call.createErrorReply(QDBusError::Failed, QStringLiteral("about to end"));
+        };
+    }
+
+    bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override {
+        QDBusConnection(connection).unregisterService(applicationId);
+        onEnd_();
+        return FakeService::handleMessage(message, connection);
+    }
+
+private:
+    std::function<void()> onEnd_;
+};
+
+TEST_F(SingleInstanceTest, HandsOverToTheNextWhereTheFirstEnds) {
+    BusCalls calls;
+    const EndingService ending(bus, calls, [&] { EXPECT_TRUE(first->becomeFirst()); });
+    SingleInstance second(applicationId, bus.connect());
+    EXPECT_EQ(becomeFirstOrHandOver(second, {"/a"}, 60'000), std::nullopt);
+    settle(connection);
+    EXPECT_THAT(opened, ElementsAre(Files{"/a"}));
+    EXPECT_THAT(calls, testing::SizeIs(1));
+}
+
+TEST_F(SingleInstanceTest, AsksNobodyForEver) {
+    BusCalls calls;
+    FakeService unwilling(bus, applicationId, calls);
+    unwilling.reply = [](const QDBusMessage& call) {
+        return call.createErrorReply(QDBusError::Failed, QStringLiteral("no"));
+    };
+    EXPECT_EQ(becomeFirstOrHandOver(*first, {"/a"}, 60'000), Files{"/a"});
+    EXPECT_THAT(calls, testing::SizeIs(testing::Gt(1U)));
+    EXPECT_FALSE(first->becomeFirst());
+}
+
+TEST_F(SingleInstanceTest, AsksOneThatDoesNotAnswerOnce) {
+    BusCalls calls;
+    FakeService busy(bus, applicationId, calls);
+    busy.waits = true;
+    EXPECT_EQ(becomeFirstOrHandOver(*first, {"/a"}, 1), Files{"/a"});
+    awaitThat([&] { return !calls.empty(); });
+    EXPECT_THAT(calls, testing::SizeIs(1));
 }
 
 TEST_F(SingleInstanceTest, OpensNothingThatWasAskedForTooLongAgo) {

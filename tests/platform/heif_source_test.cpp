@@ -4,6 +4,7 @@
 #include "tests/support/avif_writer.h"
 #include "tests/support/damaged_files.h"
 #include "tests/support/fake_image_source.h"
+#include "tests/support/heif_file.h"
 #include "tests/support/heif_writer.h"
 #include "tests/support/icc_profiles.h"
 #include "tests/support/memory_file.h"
@@ -14,6 +15,7 @@
 
 #include <cstring>
 #include <stdexcept>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -237,6 +239,48 @@ TEST_F(HevcSource, RefusesPicturesMadeOfThemselves) {
     constexpr std::size_t numberBytes = 2; // item, how many sources, source
     endless.replace(name + 4 + 2 * numberBytes, numberBytes, file, name + 4, numberBytes);
     EXPECT_FALSE(open(endless));
+}
+
+TEST_F(HevcSource, DecodesPicturesThatAreLaidUponEachOther) {
+    const Image picture = smooth(64, 64);
+    const HeifItem plain = *hevcItem(2, picture);
+    for (const HeifItem& derived : {overlayItem(1, 1, 64, 64), identityItem(1, 64, 64)}) {
+        const auto source = open(heifFile({derived, plain}, {{"dimg", 1, {2}}}));
+        ASSERT_TRUE(source) << derived.type;
+        expectNear(source->decode(0), picture, lossy);
+    }
+}
+
+// libheif would end the program.
+TEST_F(HevcSource, RefusesPicturesMadeOfWhatIsNoPicture) {
+    const HeifItem plain = *hevcItem(2, smooth(64, 64));
+    const HeifItem exif{3, "Exif", {}, std::string("\0\0\0\0MM\0*", 8)};
+    constexpr std::uint64_t missing = 99;
+    for (const HeifItem& derived : {overlayItem(1, 1, 64, 64), identityItem(1, 64, 64), gridItem(1, 1, 1, 64, 64)}) {
+        for (const std::uint64_t part : {exif.id, missing}) {
+            SCOPED_TRACE(derived.type + " of " + std::to_string(part));
+            const auto source = open(heifFile({derived, plain, exif}, {{"dimg", 1, {part}}}));
+            EXPECT_FALSE(source && source->decode(0));
+            // One step further away.
+            HeifItem inner = derived;
+            inner.id = 4;
+            const auto outer =
+                open(heifFile({identityItem(1, 64, 64), inner, plain, exif}, {{"dimg", 1, {4}}, {"dimg", 4, {part}}}));
+            EXPECT_FALSE(outer && outer->decode(0));
+        }
+    }
+}
+
+// libheif reads on behind the end of such a box.
+TEST_F(HevcSource, RefusesReferencesThatReachOutOfTheirBox) {
+    std::string file = heifFile({identityItem(1, 64, 64), *hevcItem(2, smooth(64, 64))}, {{"dimg", 1, {2}}});
+    ASSERT_TRUE(open(file));
+    const std::size_t name = file.find("dimg");
+    constexpr std::size_t headBytes = 8;
+    file.replace(name - 4, 4, heifNumber(headBytes, 4));
+    EXPECT_FALSE(open(file));
+    file.replace(name + headBytes, 2, heifNumber(99, 2));
+    EXPECT_FALSE(open(file));
 }
 
 TEST_F(HevcSource, IsNotMistakenForAv1ByItsCompressedData) {

@@ -50,16 +50,33 @@ TEST(HevcWork, TakesTheLargestSizeThatIsStated) {
     EXPECT_EQ(work.largestPicture(), 8192U * 4320U);
 }
 
-TEST(HevcWork, CountsPicturesAndManySlices) {
+TEST(HevcWork, CountsPicturesAndSlices) {
     struct Row {
         unsigned firstOnes;
         unsigned others;
         unsigned pictures;
     };
-    for (const Row& row : {Row{0, 0, 1}, Row{1, 0, 1}, Row{1, 15, 1}, Row{1, 31, 2}, Row{3, 0, 3}, Row{0, 480, 30}}) {
+    for (const Row& row : {Row{0, 0, 1}, Row{1, 0, 1}, Row{1, 15, 1}, Row{1, 67, 1}, Row{3, 0, 3}, Row{0, 480, 1}}) {
         const HevcWork work = workOf(parameters(100, 10) + slices(row.firstOnes, row.others));
         EXPECT_EQ(work.pixels(), 1000U * row.pictures) << row.firstOnes << " and " << row.others;
+        EXPECT_EQ(work.slicePixels(), 1000U * (row.firstOnes + row.others));
         EXPECT_EQ(work.largestPicture(), 1000U);
+    }
+}
+
+TEST(HevcWork, CountsPictureParameterSets) {
+    const std::string set = withLength(hevcUnit(34, "some"));
+    struct Row {
+        unsigned sets;
+        std::uint64_t pixels;
+    };
+    for (const Row& row : {Row{0, 1000}, Row{1, 1000}, Row{7, 1000}, Row{8, 2000}, Row{63, 8000}, Row{64, 9000},
+                           Row{65, HevcWork::unlimited}, Row{20'000, HevcWork::unlimited}}) {
+        std::string data = parameters(100, 10);
+        for (unsigned i = 0; i < row.sets; ++i) {
+            data += set;
+        }
+        EXPECT_EQ(workOf(data + slices(1, 0)).pixels(), row.pixels) << row.sets;
     }
 }
 
@@ -77,7 +94,7 @@ TEST(HevcWork, LeavesOutOtherLayersAndOtherUnits) {
     std::string data = parameters(10, 10);
     const std::string large = hevcParameterUnit({.width = 1000, .height = 1000});
     data += withLength(hevcUnit(33, large.substr(2), 1));
-    for (const unsigned type : {32U, 34U, 39U, 63U}) {
+    for (const unsigned type : {32U, 35U, 39U, 63U}) {
         data += withLength(hevcUnit(type, large.substr(2)));
     }
     EXPECT_EQ(workOf(data).pixels(), 100U);

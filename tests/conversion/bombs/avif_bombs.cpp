@@ -3,9 +3,6 @@
 #include "tests/conversion/bombs/bomb_bytes.h"
 #include "tests/support/avif_writer.h"
 #include "tests/support/fake_image_source.h"
-#include "tests/support/heif_writer.h"
-
-#include <array>
 
 namespace ovrel::test {
 
@@ -47,44 +44,6 @@ std::string avifWithLargeProfile() {
     return writeAvif(plain(16), options);
 }
 
-/// An HEVC picture, or where libheif has no encoder a file of none that can be read: refused alike.
-std::string hevc(std::uint32_t side) {
-    const std::array<Image, 1> images{plain(side)};
-    constexpr std::uint32_t boxBytes = 16;
-    return writeHeif(images).value_or(bigEndianBytes(boxBytes, 4) + "ftypheic" + std::string(4, '\0'));
-}
-
-/// \param file as of hevc()
-std::string hevcClaiming(std::uint32_t side, const std::string& file) {
-    return file.find("ispe") == std::string::npos ? file : claiming(side, file);
-}
-
-/// A picture whose data are so many pictures in truth, each to be decoded. The data are all of the last box, and their
-/// length stands in the box of places (ISO/IEC 14496-12, section 8.11.3).
-std::string hevcOfPictures(std::size_t count) {
-    std::string file = hevc(256);
-    const std::size_t begin = file.find("mdat") + 4;
-    const std::size_t places = file.find("iloc");
-    if (places == std::string::npos) {
-        return file;
-    }
-    const std::string picture = file.substr(begin);
-    file = withBytesBehind(file, "iloc", file.find(bigEndianBytes(picture.size(), 4), places) - places,
-                           bigEndianBytes(count * picture.size(), 4));
-    return file.substr(0, begin) + repeated(picture, count);
-}
-
-/// A picture of which libheif makes tiles, since its sides are odd, and whose tiles claim to make up a larger one
-/// (ISO/IEC 23008-12, section 6.6.2.3): version, flags, rows and columns less one, then width and height.
-std::string hevcWithGridOf(std::uint32_t side) {
-    std::string file = hevc(19);
-    const std::size_t sizes = file.find(std::string("idat\0\0\0\0", 8));
-    if (sizes != std::string::npos) {
-        file.replace(sizes + 8, 4, bigEndianBytes(side, 2) + bigEndianBytes(side, 2));
-    }
-    return file;
-}
-
 } // namespace
 
 std::vector<Bomb> avifBombs() {
@@ -103,10 +62,6 @@ std::vector<Bomb> avifBombs() {
         {"AvifOfTwoMillionFrames", "a.png", Ending::damaged, [] { return sequenceClaiming(2 * million); }},
         {"AvifOfBillionsOfFrames", "a.png", Ending::damaged, [] { return sequenceClaiming(largestNumber); }},
         {"AvifWithAProfileOf100MB", "a.png", Ending::converted, avifWithLargeProfile},
-        {"HevcOfTheLargestSize", "a.jpg", Ending::damaged, [] { return hevcClaiming(largestSide, hevc(64)); }},
-        {"HevcLargerThanItSays", "a.jpg", Ending::damaged, [] { return hevcClaiming(16, hevc(1'100)); }},
-        {"HevcOfThousandsOfPicturesInOne", "a.jpg", Ending::damaged, [] { return hevcOfPictures(3'000); }},
-        {"HevcOfTilesLargerThanItSays", "a.jpg", Ending::damaged, [] { return hevcWithGridOf(16'384); }},
     };
 }
 

@@ -31,7 +31,8 @@ std::vector<Bomb> jpegBombs();
 std::vector<Bomb> pngBombs();
 std::vector<Bomb> gifBombs();
 std::vector<Bomb> webpBombs();
-std::vector<Bomb> avifBombs(); ///< HEIF included
+std::vector<Bomb> avifBombs();
+std::vector<Bomb> heifBombs(); ///< those in HEVC
 std::vector<Bomb> profileBombs();
 
 } // namespace ovrel::test

@@ -74,6 +74,7 @@ INSTANTIATE_TEST_SUITE_P(Png, Bombs, testing::ValuesIn(pngBombs()), nameOf);
 INSTANTIATE_TEST_SUITE_P(Gif, Bombs, testing::ValuesIn(gifBombs()), nameOf);
 INSTANTIATE_TEST_SUITE_P(Webp, Bombs, testing::ValuesIn(webpBombs()), nameOf);
 INSTANTIATE_TEST_SUITE_P(Avif, Bombs, testing::ValuesIn(avifBombs()), nameOf);
+INSTANTIATE_TEST_SUITE_P(Heif, Bombs, testing::ValuesIn(heifBombs()), nameOf);
 INSTANTIATE_TEST_SUITE_P(Profile, Bombs, testing::ValuesIn(profileBombs()), nameOf);
 
 } // namespace

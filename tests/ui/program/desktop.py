@@ -36,6 +36,13 @@ class Desktop:
                 process.kill()
                 process.wait()
 
+    def names(self):
+        """All that is to be asked on the user's bus: a name with a colon for each connection, and those of services."""
+        [names] = self._bus.call_sync("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                                      "ListNames", None, None, Gio.DBusCallFlags.NONE, LIMIT_SECONDS * 1000,
+                                      None).unpack()
+        return names
+
     def _open_display(self):
         """The display chooses a number that is free."""
         self.display_name = ":" + self._start_told("Xvfb", "-displayfd", "{}", "-screen", "0", "1600x1200x24",

@@ -267,6 +267,39 @@ class ProgramTest(unittest.TestCase):
             self.assertEqual(start.messages(), "")
             self.assertEqual(start.poll(), None if start is first else 0)
 
+    def test_shows_the_files_of_waiting_starts_in_one_window_when_the_first_one_dies(self):
+        names = [f"{number}.png" for number in range(5)]
+        for name in names:
+            self.picture(name)
+        first = self.start().process
+        first.send_signal(signal.SIGSTOP)
+        before = len(self.desktop.names())
+        starts = [self.launch(name) for name in names]
+        eventually(lambda: len(self.desktop.names()) >= before + len(starts), "starts that ask for the window")
+        first.send_signal(signal.SIGKILL)
+        eventually(lambda: sum(start.poll() is None for start in starts) <= 1, "an end of all starts but one")
+        [next_one] = [start for start in starts if start.poll() is None]
+        program = Program(next_one, self.accessibility, self.hands)
+        expected = sorted(f"{name}, PNG" for name in names)
+        program.wait_for(lambda: sorted(program.rows() or []) == expected, lambda: f"{expected}, but {program.rows()}")
+
+    def test_opens_a_window_of_its_own_while_the_first_one_closes(self):
+        before = self.desktop.names()
+        program = self.start(self.picture("large.png", pictures.noise(4000, 3000)))
+        services = {name for name in self.desktop.names() if not name.startswith(":")} - set(before)
+        self.assertEqual(len(services), 1)
+        program.wait_for_rows(["large.png, PNG"])
+        self.choose_results_folder(program)
+        program.click("Преобразовать в AVIF")
+        program.get("push button", "Остановить")
+        self.hands.close(program.window)
+        eventually(lambda: services.isdisjoint(self.desktop.names()), "a program that lets others be the first")
+        self.assertIsNone(program.process.poll())
+        second = self.start(self.picture("second.png"))
+        second.wait_for_rows(["second.png, PNG"])
+        self.assertEqual(program.wait_for_end(), 0)
+        self.assertIsNone(second.process.poll())
+
     def test_ends_in_the_middle_of_a_run_when_it_is_asked_from_outside(self):
         program = self.start_long_run()
         program.process.send_signal(signal.SIGTERM)
