@@ -87,10 +87,11 @@ class Installation:
 
     def starts(self):
         """How many starts the journal has counted; nothing without a journal."""
-        journal = self.parent / ".ovrel-journal"
-        if not journal.exists():
+        try:
+            lines = (self.parent / ".ovrel-journal").read_text().splitlines()
+        except FileNotFoundError:
             return None
-        return int(dict(line.split(" ", 1) for line in journal.read_text().splitlines() if " " in line)["starts"])
+        return int(dict(line.split(" ", 1) for line in lines if " " in line)["starts"])
 
     @contextlib.contextmanager
     def held(self):
@@ -107,9 +108,20 @@ class Installation:
         return sorted(path.name for path in self.parent.glob(".ovrel-*") if path.name != ".ovrel-lock")
 
 
+def has_open(process, path):
+    """Whether the process of that number has the file or folder open now."""
+    for descriptor in pathlib.Path(f"/proc/{process}/fd").iterdir():
+        with contextlib.suppress(FileNotFoundError):  # closed meanwhile
+            if descriptor.readlink() == pathlib.Path(path):
+                return True
+    return False
+
+
 def wait_until(condition, seconds=30):
-    """Whether that came to be."""
+    """Whether that came to be, if only for a moment."""
     end = time.monotonic() + seconds
-    while not condition() and time.monotonic() < end:
+    while not condition():
+        if time.monotonic() > end:
+            return False
         time.sleep(0.02)
-    return condition()
+    return True

@@ -14,7 +14,7 @@ import time
 import unittest
 
 import installation
-from installation import AS_USER, NOBODY, Installation, wait_until
+from installation import AS_USER, NOBODY, Installation, has_open, wait_until
 
 PROGRAMS, APPLICATION = pathlib.Path(sys.argv.pop(1)), sys.argv.pop(1)
 LIMIT_SECONDS = 60
@@ -23,17 +23,6 @@ LEFT_BY_AN_UPDATE = [".ovrel-journal", ".ovrel-previous"]
 
 def files_of(version):
     return installation.files_of(version, PROGRAMS / "ovrel", PROGRAMS / "ovrel-installer", APPLICATION)
-
-
-def reads(program, folder):
-    """Whether the program has the folder open."""
-    for descriptor in pathlib.Path(f"/proc/{program.pid}/fd").iterdir():
-        try:
-            if descriptor.readlink() == folder:
-                return True
-        except FileNotFoundError:  # closed meanwhile
-            pass
-    return False
 
 
 class StartTest(unittest.TestCase):
@@ -84,9 +73,8 @@ class StartTest(unittest.TestCase):
         self.assertLess(status, 0)
 
     def test_confirms_a_window_that_the_installer_has_started(self):
-        program = self.start("--relaunched-after-update=2.4")
-        self.assertTrue(wait_until(lambda: self.installation.starts() == 1), "no start was counted")
         self.assertEqual(self.installation.hidden(), LEFT_BY_AN_UPDATE)
+        program = self.start("--relaunched-after-update=2.4")
         self.assertTrue(wait_until(lambda: not self.installation.hidden()), self.installation.hidden())
         self.assertIsNone(program.poll())
         self.assertEqual(self.installation.version(), "2.4")
@@ -138,7 +126,7 @@ class StartTest(unittest.TestCase):
         # Where it is closed before it was painted, the start says nothing, and the user tries again.
         for seconds_until_close in [0.5, 1, 1.5, 2, 2.5]:
             program = self.start()
-            self.assertTrue(wait_until(lambda: self.installation.starts() == 1), "no start was counted")
+            self.assertTrue(wait_until(lambda: self.installation.starts() != 0), "no start was counted")
             time.sleep(seconds_until_close)
             program.send_signal(signal.SIGTERM)
             self.assertEqual(program.wait(LIMIT_SECONDS), 0)
@@ -169,7 +157,7 @@ class StartTest(unittest.TestCase):
 
         for _ in range(3):
             program = self.start(*words)
-            self.assertTrue(wait_until(lambda: reads(program, folder)), "nothing is gathered")
+            self.assertTrue(wait_until(lambda: has_open(program.pid, folder)), "nothing is gathered")
             self.assertEqual(self.installation.starts(), 1)
             program.send_signal(signal.SIGTERM)
             self.assertEqual(program.wait(LIMIT_SECONDS), 0)

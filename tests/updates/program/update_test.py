@@ -17,7 +17,7 @@ import time
 import unittest
 
 import installation
-from installation import NOBODY, Installation
+from installation import NOBODY, Installation, has_open, wait_until
 from publisher import Publisher, run
 
 PROGRAMS, PUBLISHER, HOST, APPLICATION = (
@@ -61,10 +61,6 @@ class UpdateTest(unittest.TestCase):
 
     def start(self):
         self.start_in_background().wait(LIMIT_SECONDS)
-
-    @staticmethod
-    def has_open(process, path):
-        return path in (os.readlink(link) for link in pathlib.Path(f"/proc/{process}/fd").iterdir())
 
     def lines(self):
         return self.log.read_text().splitlines() if self.log.exists() else []
@@ -117,9 +113,7 @@ class UpdateTest(unittest.TestCase):
             # One byte of the file stands for the running programs.
             fcntl.fcntl(lock, fcntl.F_OFD_SETLK, struct.pack("hhqqi4x", fcntl.F_WRLCK, os.SEEK_SET, 1, 1, 0))
             program = self.start_in_background()
-            end = time.monotonic() + LIMIT_SECONDS
-            while not self.has_open(program.pid, lock.name) and time.monotonic() < end:
-                time.sleep(0.02)
+            self.assertTrue(wait_until(lambda: has_open(program.pid, lock.name)), "it waits for no installer")
             self.installation.exchange(files_of("2.4", "played-ovrel-2.4"), starts=0)
         program.wait(LIMIT_SECONDS)
         self.assertEqual(self.lines()[0], "2.4 started: ")
