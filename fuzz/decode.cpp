@@ -1,12 +1,12 @@
 #include "fuzz/decode.h"
 
+#include "fuzz/require.h"
 #include "platform/bitmap.h"
 
 #include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <new>
 #include <optional>
 #include <utility>
@@ -20,17 +20,13 @@ constexpr std::size_t mostImages = 8;
 
 InputFile fileInMemory(const std::uint8_t* bytes, std::size_t count) {
     const int descriptor = ::memfd_create("fuzz", MFD_CLOEXEC);
-    if (descriptor < 0 || ::write(descriptor, bytes, count) != static_cast<ssize_t>(count)) {
-        std::abort();
-    }
+    require(descriptor >= 0 && ::write(descriptor, bytes, count) == static_cast<ssize_t>(count));
     return InputFile(descriptor);
 }
 
 /// A picture must be as large as its own fields say, or the next step would read outside it.
 void requireWhole(const Image& image) {
-    if (image.width == 0 || image.height == 0 || image.samples.size() < image.height * image.bytesPerRow()) {
-        std::abort();
-    }
+    require(image.width > 0 && image.height > 0 && image.samples.size() >= image.height * image.bytesPerRow());
 }
 
 /// \return whether the picture was small enough to be looked at

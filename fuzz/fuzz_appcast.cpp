@@ -1,3 +1,4 @@
+#include "fuzz/require.h"
 #include "updates/engine/appcast.h"
 #include "updates/engine/item_choice.h"
 #include "updates/engine/version_comparator.h"
@@ -5,17 +6,11 @@
 
 #include <compare>
 #include <cstdint>
-#include <cstdlib>
 
 namespace {
 
 using namespace ovrel;
-
-void require(bool holds) {
-    if (!holds) {
-        std::abort();
-    }
-}
+using fuzz::require;
 
 bool isWeb(const QUrl& url) {
     const bool isWebScheme = url.scheme() == QLatin1StringView("https") || url.scheme() == QLatin1StringView("http");

@@ -1,10 +1,10 @@
+#include "fuzz/require.h"
 #include "updates/engine/archive_reader.h"
 #include "updates/engine/entry_policy.h"
 #include "updates/framework/update_error.h"
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <set>
 #include <string>
 #include <vector>
@@ -12,12 +12,7 @@
 namespace {
 
 using namespace ovrel;
-
-void require(bool holds) {
-    if (!holds) {
-        std::abort();
-    }
-}
+using fuzz::require;
 
 bool isComponent(const std::string& name) {
     return !name.empty() && name != "." && name != ".." && name.find('/') == std::string::npos;

@@ -1,11 +1,8 @@
+#include "fuzz/require.h"
 #include "platform/linux/exif_orientation.h"
-
-#include <cstdlib>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t count) {
     const std::uint8_t orientation = ovrel::exifOrientation({bytes, count});
-    if (orientation < 1 || orientation > 8) {
-        std::abort();
-    }
+    ovrel::fuzz::require(orientation >= 1 && orientation <= 8);
     return 0;
 }

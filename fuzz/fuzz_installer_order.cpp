@@ -1,5 +1,6 @@
 // The words of a command line, a NUL after each.
 
+#include "fuzz/require.h"
 #include "updates/installation/clean_environment.h"
 #include "updates/installation/file_identity.h"
 #include "updates/installation/installer_order.h"
@@ -7,19 +8,9 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
-
-namespace {
 
 using namespace ovrel;
-
-void require(bool holds) {
-    if (!holds) {
-        std::abort();
-    }
-}
-
-} // namespace
+using fuzz::require;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t count) {
     const std::vector<std::string> words = parseEnvironment(std::string(reinterpret_cast<const char*>(bytes), count));

@@ -1,20 +1,11 @@
+#include "fuzz/require.h"
 #include "updates/installation/file_identity.h"
 #include "updates/installation/journal.h"
 
 #include <cstdint>
-#include <cstdlib>
-
-namespace {
 
 using namespace ovrel;
-
-void require(bool holds) {
-    if (!holds) {
-        std::abort();
-    }
-}
-
-} // namespace
+using fuzz::require;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t count) {
     const std::string_view text(reinterpret_cast<const char*>(bytes), count);

@@ -1,3 +1,4 @@
+#include "fuzz/require.h"
 #include "platform/linux/file_descriptor.h"
 #include "tests/support/temporary_folder.h"
 #include "updates/engine/manifest.h"
@@ -6,19 +7,13 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 
 #include <fcntl.h>
 
 namespace {
 
 using namespace ovrel;
-
-void require(bool holds) {
-    if (!holds) {
-        std::abort();
-    }
-}
+using fuzz::require;
 
 std::weak_ordering compareTexts(QStringView one, QStringView other) {
     const int order = one.compare(other);

@@ -1,18 +1,12 @@
+#include "fuzz/require.h"
 #include "remote/banner_error.h"
 #include "remote/banner_redirect_policy.h"
 #include "remote/banner_settings.h"
 
-#include <cstdlib>
-
 namespace {
 
 using namespace ovrel;
-
-void require(bool holds) {
-    if (!holds) {
-        std::abort();
-    }
-}
+using fuzz::require;
 
 /// Lets `ask` fail by BannerError::invalid, the only failure that there may be.
 template <typename Ask>

@@ -370,11 +370,7 @@ TEST_P(RowStatesTest, AreSelectedInAWindowThatIsNotInUse) {
 }
 
 TEST_P(RowStatesTest, AreDoneAndFailed) {
-    fixture.start();
-    fixture.services.convert();
-    fixture.services.failToConvert();
-    fixture.services.awaitConversions(3);
-    fixture.awaitCompleted(2);
+    fixture.startAndFailTheSecond();
     settle();
     const auto row = [this](int number) { return pictureOf(*list().viewport(), rowAt(number)); };
     EXPECT_TRUE(holds(row(0), colors().success));

@@ -167,11 +167,7 @@ TEST_P(IconsInWindowsTest, StandInTheRows) {
     const Sign done{Icon::checkCircle, 20, &Colors::success, &Colors::surface};
     const Sign failed{Icon::exclamationCircle, 20, &Colors::danger, &Colors::surface};
     const Sign busy{Icon::spinner, 18, &Colors::accent, &Colors::surface};
-    fixture.start();
-    fixture.services.convert();
-    fixture.services.failToConvert();
-    fixture.services.awaitConversions(3);
-    fixture.awaitCompleted(2);
+    fixture.startAndFailTheSecond();
     settle();
     for (int number = 0; number < 5; ++number) {
         EXPECT_EQ(isSeen(number, done), number == 0) << number;

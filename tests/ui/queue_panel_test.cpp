@@ -283,11 +283,7 @@ TEST_F(QueuePanelTest, ShowsASymbolForEachStateAtTheTrailingEdge) {
     EXPECT_FALSE(holds(nothing, colors().success));
     EXPECT_FALSE(holds(nothing, colors().danger));
     EXPECT_FALSE(holds(nothing, colors().accent));
-    fixture.start();
-    fixture.services.convert();
-    fixture.services.failToConvert();
-    fixture.services.awaitConversions(3);
-    fixture.awaitCompleted(2);
+    fixture.startAndFailTheSecond();
     settle();
     EXPECT_TRUE(holds(statusOf(list(), 0), colors().success));
     EXPECT_TRUE(holds(statusOf(list(), 1), colors().danger));

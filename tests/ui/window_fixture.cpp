@@ -64,6 +64,14 @@ void WindowFixture::start() {
     services.awaitConversions(before + 1);
 }
 
+void WindowFixture::startAndFailTheSecond() {
+    start();
+    services.convert();
+    services.failToConvert();
+    services.awaitConversions(3);
+    awaitCompleted(2);
+}
+
 void WindowFixture::answerBanner() {
     network.answer(network.count() - 1, "enabled=true\nversion=3\n"
                                         "en_url=https://example.com/en\nen_alt=Walks\n"

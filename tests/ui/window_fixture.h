@@ -44,6 +44,8 @@ public:
     void prepare(const std::vector<std::string>& names);
     /// Begins a run, and waits until the first image is in hand.
     void start();
+    /// Begins a run in which the first image is converted, the second one fails, and a third one is in hand.
+    void startAndFailTheSecond();
     QString message() { return model().message(); }
     void awaitIdle();
     /// Answers what the banner asked for last, settings and picture: "Walks" in English, "Прогулки" in Russian.
