@@ -17,16 +17,15 @@ deb_files=(usr/bin/ovrel usr/bin/ovrel-cli usr/lib/ovrel/bin/ovrel usr/lib/ovrel
     'usr/share/icons/hicolor/scalable/apps/*.svg' usr/share/man/man1/ovrel.1.gz usr/share/man/man1/ovrel-cli.1.gz
     usr/share/bash-completion/completions/ovrel-cli usr/share/doc/ovrel/copyright usr/share/doc/ovrel/ovrel.spdx.json)
 
-# Both packages, made twice from one build.
+# Both packages, made here and once more from a copy of the sources, compiled anew.
 check_packages() {
-    local first folder
+    local sums other_sums folder
     package_portable
     package_deb
-    first=$(package_sums)
-    package_portable
-    package_deb
-    [ "$first" = "$(package_sums)" ] ||
-        fail "Packaging the same build again gave other bytes: $(printf '\n%s' "$first" "$(package_sums)")"
+    sums=$(package_sums)
+    other_sums=$(package_sums_of_copy) || exit
+    [ "$sums" = "$other_sums" ] ||
+        fail "The same sources in another folder gave other bytes: $(printf '\n%s' "$sums" "$other_sums")"
 
     folder=$(mktemp -d)
     tar --extract --file "build/package/$(portable_name).tar.xz" --directory "$folder"
@@ -39,10 +38,31 @@ check_packages() {
         fail "The package's list of what it bundles is no SPDX."
     check_portable "$folder/$(portable_name)"
     rm -r "$folder"
-    say "Both packages hold what they must, and are the same bytes each time. The archive converts."
+    say "Both packages hold what they must, and are the same bytes wherever they are built. The archive converts."
 }
 
 package_sums() { sha256sum "build/package/$(portable_name).tar.xz" build/package/*.deb; }
+
+# The sums of packages that were made in another folder, from files with other times, with nothing compiled before.
+package_sums_of_copy() {
+    local folder sources options
+    mapfile -t options < <(sed -nE 's/^((OVREL_[A-Z_]+|CMAKE_(C|CXX)_COMPILER):[A-Z]+=.*)/-D\1/p' \
+        build/release/CMakeCache.txt)
+    folder=$(mktemp -d)
+    sources=$folder/a/deeper/folder
+    mkdir -p "$sources"
+    tar --create --exclude ./build . | tar --extract --touch --no-same-owner --directory "$sources"
+    (
+        cd "$sources"
+        unset CCACHE_BASEDIR
+        export CCACHE_DISABLE=1
+        cmake --preset release "${options[@]}"
+        ./dev package portable
+        ./dev package deb
+    ) >"$folder/said" 2>&1 || fail "The packages cannot be made in another folder: $(tail -n 20 "$folder/said")"
+    (cd "$sources" && package_sums)
+    rm -r "$folder"
+}
 
 # require_files ROOT PATTERN…
 require_files() {
