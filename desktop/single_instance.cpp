@@ -126,28 +126,20 @@ public:
         : QDBusAbstractAdaptor(instance), instance_(instance), bus_(std::move(bus)) {}
 
 public Q_SLOTS:
-    void Activate(const QVariantMap& platformData, const QDBusMessage& call) {
-        if (isTooLate(platformData)) {
-            refuseAsTooLate(call);
-        } else {
-            open({}, tokenIn(platformData), call);
-        }
-    }
+    void Activate(const QVariantMap& platformData, const QDBusMessage& call) { open({}, platformData, call); }
 
     void Open(const QStringList& uris, const QVariantMap& platformData, const QDBusMessage& call) {
-        if (isTooLate(platformData)) {
-            refuseAsTooLate(call);
-        } else if (isTooMuch(uris)) {
+        if (isTooMuch(uris)) {
             refuse(call, QDBusError::LimitsExceeded, QStringLiteral("Too many files at once"));
         } else {
-            open(localFiles(uris), tokenIn(platformData), call);
+            open(localFiles(uris), platformData, call);
         }
     }
 
     /// There is no action but the window.
     void ActivateAction(const QString& /*action*/, const QVariantList& /*parameter*/, const QVariantMap& platformData,
                         const QDBusMessage& call) {
-        open({}, tokenIn(platformData), call);
+        open({}, platformData, call);
     }
 
 private:
@@ -156,21 +148,22 @@ private:
         bus_.send(call.createErrorReply(error, text));
     }
 
-    /// Whoever asked opens the files without this program by now.
-    void refuseAsTooLate(const QDBusMessage& call) {
-        refuse(call, QDBusError::TimedOut, QStringLiteral("Nobody waits any longer"));
-    }
-
-    void open(SingleInstance::Files files, const QString& token, const QDBusMessage& call) {
+    void open(SingleInstance::Files files, const QVariantMap& platformData, const QDBusMessage& call) {
         call.setDelayedReply(true);
         QMetaObject::invokeMethod(
             this,
-            [this, files = std::move(files), token, call] {
+            [this, files = std::move(files), platformData, call] {
+                // Judged only now: whatever was done since the request came has taken its time.
                 if (instance_->hasResigned()) {
                     refuse(call, QDBusError::Failed, QStringLiteral("The program is about to end"));
                     return;
                 }
+                if (isTooLate(platformData)) { // whoever asked opens the files without this program by now
+                    refuse(call, QDBusError::TimedOut, QStringLiteral("Nobody waits any longer"));
+                    return;
+                }
                 bus_.send(call.createReply());
+                const QString token = tokenIn(platformData);
                 if (files.empty()) {
                     Q_EMIT instance_->activated(token);
                 } else {

@@ -3,11 +3,13 @@
 #include "tests/desktop/private_bus.h"
 #include "tests/support/working_folder.h"
 
+#include <QDBusAbstractAdaptor>
 #include <QDBusConnection>
 #include <QDBusError>
 #include <QDBusMessage>
 #include <QDBusPendingCall>
 #include <QDBusPendingCallWatcher>
+#include <QEvent>
 #include <QSysInfo>
 #include <QVariantMap>
 
@@ -20,6 +22,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -298,6 +301,54 @@ TEST_F(SingleInstanceTest, OpensNothingThatWasAskedForTooLongAgo) {
     EXPECT_THAT(activations, IsEmpty());
     EXPECT_FALSE(handOver({"/b"}));
     EXPECT_THAT(opened, ElementsAre(Files{"/b"}));
+}
+
+qint64 now() {
+    using std::chrono::steady_clock;
+    return std::chrono::duration_cast<std::chrono::milliseconds>(steady_clock::now().time_since_epoch()).count();
+}
+
+/// Keeps the program busy until a moment, between the arrival of a request and what is done about it.
+class BusyUntil final : public QObject {
+public:
+    BusyUntil(SingleInstance& instance, qint64 moment) : moment_(moment) {
+        instance.findChild<QDBusAbstractAdaptor*>()->installEventFilter(this);
+    }
+
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        if (event->type() == QEvent::MetaCall) {
+            wasBusy = true;
+            while (now() < moment_) {
+                std::this_thread::yield();
+            }
+        }
+        return QObject::eventFilter(watched, event);
+    }
+
+    bool wasBusy = false;
+
+private:
+    qint64 moment_;
+};
+
+TEST_F(SingleInstanceTest, OpensNothingThatItCannotAnswerInTime) {
+    ASSERT_TRUE(first->becomeFirst());
+    const QString key = QStringLiteral("x-ovrel-deadline");
+    const QString tooLate = QDBusError::errorString(QDBusError::TimedOut);
+    constexpr qint64 milliseconds = 300; // enough for a request to arrive
+    const auto expectRefusal = [&](const char* method, QVariantList arguments) {
+        SCOPED_TRACE(method);
+        const qint64 deadline = now() + milliseconds;
+        const BusyUntil busy(*first, deadline);
+        arguments.append(QVariantMap{{key, deadline}});
+        EXPECT_EQ(ask(method, arguments), tooLate);
+        EXPECT_TRUE(busy.wasBusy);
+    };
+    expectRefusal("Open", {QStringList{QStringLiteral("file:///a")}});
+    expectRefusal("Activate", {});
+    expectRefusal("ActivateAction", {QStringLiteral("any"), QVariant(QVariantList())});
+    EXPECT_THAT(opened, IsEmpty());
+    EXPECT_THAT(activations, IsEmpty());
 }
 
 TEST_F(SingleInstanceTest, HeedsADeadlineThatIsOne) {
