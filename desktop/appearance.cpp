@@ -259,8 +259,10 @@ bool Appearance::presentReducedMotion() const {
 }
 
 void Appearance::refresh() {
-    const bool schemeChanges = std::exchange(colorScheme_, presentColorScheme()) != colorScheme_;
-    const bool motionChanges = std::exchange(reducedMotion_, presentReducedMotion()) != reducedMotion_;
+    const ColorScheme schemeBefore = std::exchange(colorScheme_, presentColorScheme());
+    const bool motionBefore = std::exchange(reducedMotion_, presentReducedMotion());
+    const bool schemeChanges = colorScheme_ != schemeBefore;
+    const bool motionChanges = reducedMotion_ != motionBefore;
     const QPointer<Appearance> self(this); // whoever listens may end this
     if (schemeChanges) {
         Q_EMIT colorSchemeChanged();
