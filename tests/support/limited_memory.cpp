@@ -1,6 +1,7 @@
 #include "tests/support/limited_memory.h"
 
 #include "tests/support/child_process.h"
+#include "tests/support/mapped_memory.h"
 #include "tests/support/memory_file.h"
 
 #include <gtest/gtest.h>
@@ -9,7 +10,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <fstream>
 #include <new>
 #include <optional>
 #include <stdexcept>
@@ -20,14 +20,6 @@ namespace ovrel::test {
 namespace {
 
 enum Outcome : int { shown, takenForDamaged, lacksMemory };
-
-rlim_t mappedBytes() {
-    std::ifstream status("/proc/self/statm"); // proc(5): the first number is that of all mapped pages
-    rlim_t pages = 0;
-    status >> pages;
-    constexpr rlim_t pageBytes = 4096;
-    return pages * pageBytes;
-}
 
 void limitMapped(rlim_t bytes) {
     rlimit limit{};
@@ -54,7 +46,7 @@ void useUpFreeMemory() {
 }
 
 Outcome decodeWithin(std::uint64_t bytesLeft, InputFile file, const OpenSource& open) {
-    const rlim_t mapped = mappedBytes();
+    const rlim_t mapped = mappedBytes(allMemory);
     limitMapped(mapped);
     useUpFreeMemory();
     limitMapped(mapped + bytesLeft);

@@ -7,7 +7,8 @@
 
 namespace ovrel::test {
 
-/// Runs `work` and tells by how many bytes the resident memory of this process exceeded what it was before.
+/// Runs `work` and tells by how many bytes the resident memory of this process exceeded what it was before. Throws
+/// where the system does not let us measure that.
 std::uint64_t peakMemoryOf(const std::function<void()>& work);
 
 } // namespace ovrel::test
