@@ -12,6 +12,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdint>
@@ -89,6 +90,19 @@ protected:
         return call;
     }
 
+    /// Of a run. Not of one whose program and libraries are still on the disk, nor of a moment of load: delays drawn
+    /// from so long a time would hardly kill a run.
+    std::chrono::microseconds usualLength() const {
+        auto least = std::chrono::microseconds::max();
+        for (int run = 0; run < 3; ++run) {
+            const TemporaryFolder out;
+            const Clock::time_point start = Clock::now();
+            EXPECT_EQ(runProgram(OVREL_CLI, call(out.path())).status, 0);
+            least = std::min(least, std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start));
+        }
+        return least;
+    }
+
     /// Every file under a final name is one of the expected ones, and whole.
     void expectWhole(const Files& found) const {
         for (const auto& [name, content] : found) {
@@ -110,9 +124,8 @@ protected:
 
 TEST_P(Kills, LeaveWholeFilesUnderFinalNames) {
     const TemporaryFolder undisturbed;
-    const Clock::time_point start = Clock::now();
     ASSERT_EQ(runProgram(OVREL_CLI, call(undisturbed.path())).status, 0);
-    const auto length = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start);
+    const std::chrono::microseconds length = usualLength();
     expected_ = filesOf(undisturbed.path());
     ASSERT_EQ(expected_.size(), sources_.size());
 
