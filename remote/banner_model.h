@@ -19,8 +19,8 @@
 
 namespace ovrel {
 
-/// A picture that is shown at 1080 × 180 points, however many pixels it has; more of them make it sharp where a point
-/// has several.
+/// A picture of 1080 × 180 points, however many pixels it has; more of them make it sharp where a point has several. A
+/// view with less room shows it smaller.
 struct BannerImage {
     static constexpr int displayWidth = 1080; ///< points
     static constexpr int displayHeight = 180; ///< points

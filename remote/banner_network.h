@@ -32,12 +32,14 @@ public:
 
     /// Downloads a body of at most `limitBytes`, following redirects to allowed addresses alone. Nothing is kept:
     /// no cookie, no cache entry, no connection. Needs a thread with an event loop; several may run at once. Ends with
-    /// the application, and must not begin while that quits. \throws BannerError::invalid for an address that is not
-    /// allowed, before anything is sent; response for an
-    ///         answer other than 200 or a refused redirect; tooLarge as soon as more than the limit is announced or
-    ///         comes; TransportError for everything else: no connection, silence, TLS, an answer that is no HTTP,
-    ///         cancellation by `stop`
+    /// the application, and must not begin while that quits.
+    ///
+    /// \throws BannerError::invalid for an address that is not allowed, before anything is sent; response for an answer
+    ///         other than 200 or a refused redirect; tooLarge as soon as more than the limit is announced or comes;
+    ///         TransportError for everything else: no connection, silence, TLS, an answer that is no HTTP, cancellation
+    ///         by `stop`
     static QCoro::Task<QByteArray> fetch(QUrl address, qint64 limitBytes, std::stop_token stop = {});
+    /// The same with other limits.
     static QCoro::Task<QByteArray> fetch(QUrl address, qint64 limitBytes, std::stop_token stop, Limits limits);
 
     /// Decodes a banner: an AVIF still of at most 4320 × 720 pixels that is six times as wide as high. Any thread.

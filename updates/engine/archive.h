@@ -22,12 +22,12 @@ struct UnpackedTree {
 /// rwxr-xr-x or, unless they are executable, rw-r--r--, less what the process's mask takes; nothing else is taken over
 /// from the archive. When it returns, every file and folder has been flushed to the disk. What a failure leaves in
 /// `into` is for the caller to remove.
+///
 /// \param into an open empty folder that only the user may enter; everything is made relative to it
 /// \param progress called on this thread with what part of the archive is done, 0 … 1, never less than before
 /// \param stop asked between blocks
 /// \throws UpdateError unarchiving for an archive that is damaged or does not fit onto the disk, validation for one
-/// that
-///     the policy refuses and for a tree that somebody else changes meanwhile, installationCanceled
+///         that the policy refuses and for a tree that somebody else changes meanwhile, installationCanceled
 UnpackedTree unpack(const VerifiedArchive& archive, int into, const std::function<void(double)>& progress,
                     const std::stop_token& stop, const ArchiveLimits& limits = {});
 

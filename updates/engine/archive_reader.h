@@ -31,7 +31,7 @@ public:
     /// The next bytes of the entry's content, valid until the next call; they follow those of the call before.
     /// \return empty at the end
     /// \throws UpdateError unarchiving for a damaged archive and for a content with holes or of another size than
-    /// stated
+    ///         stated
     std::span<const std::byte> read();
 
     /// Bytes of the archive that have been used so far, compressed.

@@ -28,7 +28,7 @@ public:
     /// The tree that was taken back because it did not start.
     std::string failedName() const { return "." + name_ + "-failed"; }
     std::string journalName() const { return "." + name_ + "-journal"; }
-    /// Locked by an update at work and by every running program of the installation; never removed.
+    /// Locked by an update at work and by every window of the installation; never removed.
     std::string lockName() const { return "." + name_ + "-lock"; }
     /// How the names of private folders of updates begin.
     std::string stagingPrefix() const { return "." + name_ + "-update-"; }

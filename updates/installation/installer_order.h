@@ -21,10 +21,10 @@ enum class InstallerDescriptor : int {
     end = 9,         ///< none from here on
 };
 
-/// Words on the pipe, a line each. The last one counts when the program ends; a program that ends without a word has
-/// its update installed and is not started again.
-inline constexpr const char* relaunchWord = "relaunch";
-inline constexpr const char* cancelWord = "cancel"; ///< at once: the update is given up
+/// Words on the pipe, a line each, none of which can be taken back. A program that ends without a word has its update
+/// installed and is not started again.
+inline constexpr const char* relaunchWord = "relaunch"; ///< the new version is started when the program has ended
+inline constexpr const char* cancelWord = "cancel";     ///< the update is given up at once
 
 struct InstallerOrder {
     std::string name; ///< the installation's, in the folder around it

@@ -15,7 +15,7 @@ class LockFile {
 public:
     enum class Part : int {
         update = 0,    ///< held exclusively by an update at work
-        instances = 1, ///< shared by the running programs of the installation
+        instances = 1, ///< shared by the open windows of the installation
     };
 
     /// Creates the file, mode 0600, where it is missing. Throws std::system_error; also when it is another user's.

@@ -29,9 +29,10 @@ struct ProgramStart {
 
 /// Starts a program in a session of its own: in the user's home folder (HOME, or the root folder), its standard streams
 /// lead nowhere, all signals are unblocked and have their default action, and it inherits no other descriptor. One
-/// thread at a time. \return the process, a child of this one, also when the program could not be executed (it ends
-/// with status 127 then);
-///         -1 when there is no process
+/// thread at a time.
+///
+/// \return the process, a child of this one, which ends with status 127 where the program cannot be executed; -1 when
+///         there is no process
 pid_t startProgram(const ProgramStart& start);
 
 enum class ProgramEnd {

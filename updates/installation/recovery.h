@@ -44,9 +44,9 @@ struct StartReport {
     std::optional<std::system_error> failure;
 };
 
-/// Called by each program of a portable installation before anything else of it is loaded. Counts a start of a version
-/// that was not confirmed yet, unless other programs of the installation run. While an update is at work elsewhere it
-/// changes nothing.
+/// Called by each window of a portable installation before anything else of it is loaded; the command line does not.
+/// Counts a start of a version that was not confirmed yet, unless other programs of the installation run. While an
+/// update is at work elsewhere it changes nothing.
 ///
 /// \param running the folder that this program came from
 StartReport recoverAtStart(TreeCalls& calls, const InstallationPlace& place, const FileIdentity& running,

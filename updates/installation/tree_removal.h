@@ -31,8 +31,7 @@ KeptFiles removeInstalledTree(TreeCalls& calls, int parent, const std::string& n
 bool removeTree(int parent, const std::string& name) noexcept;
 
 /// \param folder what `name` was opened as: only this is emptied, whatever bears the name by now, and the name goes
-/// only
-///     if it is that of an empty folder then
+///        only if it is that of an empty folder then
 bool removeTree(int parent, const std::string& name, int folder) noexcept;
 
 } // namespace ovrel
