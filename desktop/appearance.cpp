@@ -1,5 +1,7 @@
 #include "desktop/appearance.h"
 
+#include "desktop/bus_call.h"
+
 #include <QColor>
 #include <QDBusError>
 #include <QDBusMessage>
@@ -21,6 +23,7 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -29,12 +32,6 @@ namespace ovrel {
 namespace {
 
 // XDG Desktop Portal, org.freedesktop.portal.Settings
-QString portalService() {
-    return QStringLiteral("org.freedesktop.portal.Desktop");
-}
-QString portalPath() {
-    return QStringLiteral("/org/freedesktop/portal/desktop");
-}
 QString settingsInterface() {
     return QStringLiteral("org.freedesktop.portal.Settings");
 }
@@ -59,10 +56,8 @@ constexpr std::array<Setting, 4> settings{{{"org.freedesktop.appearance", "color
                                            {"org.kde.kdeglobals.KDE", "AnimationDurationFactor"}}};
 
 QDBusMessage question(std::size_t setting, const QString& method) {
-    QDBusMessage message = QDBusMessage::createMethodCall(portalService(), portalPath(), settingsInterface(), method);
-    message.setArguments(
-        {QString::fromLatin1(settings.at(setting).group), QString::fromLatin1(settings.at(setting).key)});
-    return message;
+    return busCall(portalService, portalPath, settingsInterface(), method,
+                   {QString::fromLatin1(settings.at(setting).group), QString::fromLatin1(settings.at(setting).key)});
 }
 
 bool isMethodMissing(const QDBusMessage& reply) {
@@ -93,14 +88,13 @@ Appearance::Appearance(QDBusConnection bus, int patience, QObject* parent, std::
     // The bus takes no slot whose types Qt has not met by their names yet.
     qRegisterMetaType<QDBusVariant>();
     // Listening comes first, so that no change is missed between an answer and the first signal.
-    bus_.connect(portalService(), portalPath(), settingsInterface(), QStringLiteral("SettingChanged"), this,
+    bus_.connect(portalService, portalPath, settingsInterface(), QStringLiteral("SettingChanged"), this,
                  SLOT(takeChange(QString, QString, QDBusVariant)));
     askAndWait(patience);
     colorScheme_ = presentColorScheme();
     reducedMotion_ = presentReducedMotion();
 
-    auto* const watcher =
-        new QDBusServiceWatcher(portalService(), bus_, QDBusServiceWatcher::WatchForRegistration, this);
+    auto* const watcher = new QDBusServiceWatcher(portalService, bus_, QDBusServiceWatcher::WatchForRegistration, this);
     connect(watcher, &QDBusServiceWatcher::serviceRegistered, this, [this] { ask(); });
     QCoreApplication::instance()->installEventFilter(this);
 #if QT_VERSION >= QT_VERSION_CHECK(6, 5, 0)
@@ -198,8 +192,8 @@ void Appearance::ask(std::size_t setting, const QString& method) {
 }
 
 void Appearance::takeReply(std::size_t setting, const QDBusMessage& reply) {
-    if (reply.type() == QDBusMessage::ReplyMessage && reply.arguments().size() == 1) {
-        takeValue(setting, unwrapped(reply.arguments().constFirst()));
+    if (const std::optional<QVariant> answer = onlyAnswer(reply)) {
+        takeValue(setting, unwrapped(*answer));
     }
 }
 

@@ -1,5 +1,7 @@
 #include "desktop/notifier.h"
 
+#include "desktop/bus_call.h"
+
 #include <QDBusArgument>
 #include <QDBusMessage>
 #include <QDBusPendingCall>
@@ -19,12 +21,6 @@ QString service() {
 QString servicePath() {
     return QStringLiteral("/org/freedesktop/Notifications");
 }
-QString portalService() {
-    return QStringLiteral("org.freedesktop.portal.Desktop");
-}
-QString portalPath() {
-    return QStringLiteral("/org/freedesktop/portal/desktop");
-}
 QString portalInterface() {
     return QStringLiteral("org.freedesktop.portal.Notification");
 }
@@ -37,25 +33,15 @@ QString portalId() {
 }
 
 QDBusMessage serviceCall(const QString& method, const QVariantList& arguments = {}) {
-    QDBusMessage message = QDBusMessage::createMethodCall(service(), servicePath(), service(), method);
-    message.setArguments(arguments);
-    return message;
+    return busCall(service(), servicePath(), service(), method, arguments);
 }
 
 QDBusMessage portalCall(const QString& method, const QVariantList& arguments) {
-    QDBusMessage message = QDBusMessage::createMethodCall(portalService(), portalPath(), portalInterface(), method);
-    message.setArguments(arguments);
-    return message;
+    return busCall(portalService, portalPath, portalInterface(), method, arguments);
 }
 
 QDBusMessage closing(quint32 id) {
     return serviceCall(QStringLiteral("CloseNotification"), {id});
-}
-
-/// The only argument of a reply, or none.
-QVariant answerOf(const QDBusMessage& reply) {
-    const bool isAnswer = reply.type() == QDBusMessage::ReplyMessage && reply.arguments().size() == 1;
-    return isAnswer ? reply.arguments().constFirst() : QVariant();
 }
 
 /// Calls back with the reply, even when nobody is left who waited for it.
@@ -64,7 +50,7 @@ void whenAnswered(const QDBusPendingCall& call, Callback callback) {
     auto* const watcher = new QDBusPendingCallWatcher(call);
     QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, [watcher, callback = std::move(callback)] {
         watcher->deleteLater();
-        callback(answerOf(watcher->reply()));
+        callback(onlyAnswer(watcher->reply()).value_or(QVariant()));
     });
 }
 
@@ -178,7 +164,7 @@ void Notifier::listen() {
                  SLOT(takeAction(quint32, QString)));
     bus_.connect(service(), servicePath(), service(), QStringLiteral("NotificationClosed"), this,
                  SLOT(takeEnd(quint32, quint32)));
-    bus_.connect(portalService(), portalPath(), portalInterface(), QStringLiteral("ActionInvoked"), this,
+    bus_.connect(portalService, portalPath, portalInterface(), QStringLiteral("ActionInvoked"), this,
                  SLOT(takePortalAction(QString, QString, QVariantList)));
 }
 

@@ -1,5 +1,6 @@
 #include "desktop/single_instance.h"
 
+#include "desktop/bus_call.h"
 #include "desktop/local_file.h"
 #include "model/path_text.h"
 
@@ -107,12 +108,9 @@ QList<QStringList> requestsFor(const SingleInstance::Files& files) {
     return requests;
 }
 
-QDBusMessage busCall(const char* method, const QVariantList& arguments) {
+QDBusMessage callOfBus(const QString& method, const QVariantList& arguments) {
     const QString bus = QStringLiteral("org.freedesktop.DBus");
-    QDBusMessage message =
-        QDBusMessage::createMethodCall(bus, QStringLiteral("/org/freedesktop/DBus"), bus, QString::fromLatin1(method));
-    message.setArguments(arguments);
-    return message;
+    return busCall(bus, QStringLiteral("/org/freedesktop/DBus"), bus, method, arguments);
 }
 
 /// What others see on the bus. The names of its slots are those of the interface. What is asked for is done later, and
@@ -197,7 +195,7 @@ void SingleInstance::resign() {
     hasResigned_ = true;
     if (std::exchange(isFirst_, false)) {
         bus_.unregisterObject(path());
-        bus_.send(busCall("ReleaseName", {applicationId_}));
+        bus_.send(callOfBus(QStringLiteral("ReleaseName"), {applicationId_}));
     }
 }
 
@@ -211,10 +209,9 @@ bool SingleInstance::becomeFirst() {
     // is that another has it. The calls of Qt's own for this cannot be limited in time.
     constexpr quint32 doNotQueue = 4;
     constexpr quint32 exists = 3;
-    const QDBusMessage reply =
-        bus_.call(busCall("RequestName", {applicationId_, doNotQueue}), QDBus::Block, busPatienceMilliseconds);
-    const bool isAnswer = reply.type() == QDBusMessage::ReplyMessage && reply.arguments().size() == 1;
-    isFirst_ = !isAnswer || reply.arguments().constFirst().toUInt() != exists;
+    const QDBusMessage reply = bus_.call(callOfBus(QStringLiteral("RequestName"), {applicationId_, doNotQueue}),
+                                         QDBus::Block, busPatienceMilliseconds);
+    isFirst_ = onlyAnswer(reply).value_or(QVariant()).toUInt() != exists;
     if (!isFirst_) {
         bus_.unregisterObject(path());
     }
@@ -228,9 +225,8 @@ std::optional<SingleInstance::Files> SingleInstance::handOver(const Files& files
         const auto remaining = static_cast<int>(std::max(deadline.remainingTime(), qint64{1}));
         platformData.insert(deadlineKey(), now() + remaining - std::min((remaining + 1) / 2, answerMilliseconds));
         arguments.append(platformData);
-        QDBusMessage message = QDBusMessage::createMethodCall(
-            applicationId_, path(), QString::fromLatin1(applicationInterface), QString::fromLatin1(method));
-        message.setArguments(arguments);
+        QDBusMessage message = busCall(applicationId_, path(), QString::fromLatin1(applicationInterface),
+                                       QString::fromLatin1(method), arguments);
         message.setAutoStartService(false); // where nobody runs, this start is as good as another
         return bus_.call(message, QDBus::Block, remaining).type() == QDBusMessage::ReplyMessage;
     };

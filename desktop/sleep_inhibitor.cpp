@@ -1,5 +1,7 @@
 #include "desktop/sleep_inhibitor.h"
 
+#include "desktop/bus_call.h"
+
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusObjectPath>
@@ -9,19 +11,12 @@
 
 #include <array>
 #include <cstddef>
+#include <optional>
 #include <utility>
 
 namespace ovrel {
 
 namespace {
-
-QDBusMessage call(const char* service, const QString& path, const char* interface, const char* method,
-                  const QVariantList& arguments) {
-    QDBusMessage message = QDBusMessage::createMethodCall(QString::fromLatin1(service), path,
-                                                          QString::fromLatin1(interface), QString::fromLatin1(method));
-    message.setArguments(arguments);
-    return message;
-}
 
 /// One way of asking: the question, and how an answer to it is taken back.
 struct Service {
@@ -30,37 +25,37 @@ struct Service {
     QDBusMessage (*release)(const QVariant& answer);
 };
 
-constexpr const char* portal = "org.freedesktop.portal.Desktop";
-constexpr const char* powerManagement = "org.freedesktop.PowerManagement.Inhibit";
-constexpr const char* screenSaver = "org.freedesktop.ScreenSaver";
+const QString powerManagement = QStringLiteral("org.freedesktop.PowerManagement.Inhibit");
+const QString powerManagementPath = QStringLiteral("/org/freedesktop/PowerManagement/Inhibit");
+const QString screenSaver = QStringLiteral("org.freedesktop.ScreenSaver");
+const QString screenSaverPath = QStringLiteral("/org/freedesktop/ScreenSaver");
+const QString inhibit = QStringLiteral("Inhibit");
+const QString unInhibit = QStringLiteral("UnInhibit");
 
 const std::array<Service, 3> services{{
     // XDG Desktop Portal, org.freedesktop.portal.Inhibit, version 1: the flag 4 is about suspending. The request stays
     // in force until it is closed.
     {[](const QString& reason) {
          constexpr quint32 suspend = 4;
-         return call(portal, QStringLiteral("/org/freedesktop/portal/desktop"), "org.freedesktop.portal.Inhibit",
-                     "Inhibit", {QString(), suspend, QVariantMap{{QStringLiteral("reason"), reason}}});
+         return busCall(portalService, portalPath, QStringLiteral("org.freedesktop.portal.Inhibit"), inhibit,
+                        {QString(), suspend, QVariantMap{{QStringLiteral("reason"), reason}}});
      },
      [](const QVariant& answer) {
-         return call(portal, answer.value<QDBusObjectPath>().path(), "org.freedesktop.portal.Request", "Close", {});
+         return busCall(portalService, answer.value<QDBusObjectPath>().path(),
+                        QStringLiteral("org.freedesktop.portal.Request"), QStringLiteral("Close"));
      }},
     {[](const QString& reason) {
-         return call(powerManagement, QStringLiteral("/org/freedesktop/PowerManagement/Inhibit"), powerManagement,
-                     "Inhibit", {QStringLiteral("Ovrel"), reason});
+         return busCall(powerManagement, powerManagementPath, powerManagement, inhibit,
+                        {QStringLiteral("Ovrel"), reason});
      },
      [](const QVariant& answer) {
-         return call(powerManagement, QStringLiteral("/org/freedesktop/PowerManagement/Inhibit"), powerManagement,
-                     "UnInhibit", {answer});
+         return busCall(powerManagement, powerManagementPath, powerManagement, unInhibit, {answer});
      }},
     // Idle Inhibition Service, draft
     {[](const QString& reason) {
-         return call(screenSaver, QStringLiteral("/org/freedesktop/ScreenSaver"), screenSaver, "Inhibit",
-                     {QStringLiteral("Ovrel"), reason});
+         return busCall(screenSaver, screenSaverPath, screenSaver, inhibit, {QStringLiteral("Ovrel"), reason});
      },
-     [](const QVariant& answer) {
-         return call(screenSaver, QStringLiteral("/org/freedesktop/ScreenSaver"), screenSaver, "UnInhibit", {answer});
-     }},
+     [](const QVariant& answer) { return busCall(screenSaver, screenSaverPath, screenSaver, unInhibit, {answer}); }},
 }};
 
 /// What one caller asked for. It lives until it has ended and no answer is under way, so that a late one can be taken
@@ -91,11 +86,12 @@ public:
 
 private:
     void answered(std::size_t index, const QDBusMessage& reply) {
-        if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().size() != 1) {
+        const std::optional<QVariant> answer = onlyAnswer(reply);
+        if (!answer) {
             ask(index + 1);
             return;
         }
-        granted_ = services.at(index).release(reply.arguments().constFirst());
+        granted_ = services.at(index).release(*answer);
         if (isReleased_) {
             release();
         }
