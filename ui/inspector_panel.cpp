@@ -16,6 +16,7 @@
 #include <QHBoxLayout>
 #include <QScrollBar>
 #include <QVBoxLayout>
+#include <QWheelEvent>
 
 #include <algorithm>
 #include <array>
@@ -26,6 +27,15 @@ namespace {
 
 constexpr std::array modes{EncodingMode::efficient, EncodingMode::system};
 constexpr std::array<qint64, 3> speeds{8, 6, 4}; // as they are offered
+
+/// Leaves the wheel to the column: who scrolls past it does not choose.
+class CompressionBox final : public QComboBox {
+public:
+    using QComboBox::QComboBox;
+
+protected:
+    void wheelEvent(QWheelEvent* event) override { event->ignore(); }
+};
 
 QHBoxLayout* rowOf(QWidget* first, QWidget* last) {
     auto* row = new QHBoxLayout;
@@ -183,7 +193,8 @@ QWidget* InspectorPanel::methodSection(QWidget* card) {
 QWidget* InspectorPanel::compressionSection(QWidget* card) {
     compression_ = new QWidget(card);
     compressionTitle_ = new TextLabel(TextStyle::controlTitle, TextColor::primary, compression_);
-    speed_ = new QComboBox(compression_);
+    speed_ = new CompressionBox(compression_);
+    speed_->setFocusPolicy(Qt::StrongFocus);
     for (const qint64 speed : speeds) {
         speed_->addItem(QString(), speed);
     }

@@ -130,19 +130,32 @@ TEST_F(InspectorPanelTest, LetsTheMouseSetTheQuality) {
     EXPECT_LE(fixture.model().quality(), 100);
 }
 
+/// \return whether the control kept the wheel's turn for itself
+bool turnWheelOver(QWidget& control, int steps) {
+    const QPoint where = control.rect().center();
+    QWheelEvent wheel(where, control.mapToGlobal(where), {}, {0, steps * 120}, Qt::NoButton, Qt::NoModifier,
+                      Qt::NoScrollPhase, false);
+    QApplication::sendEvent(&control, &wheel);
+    return wheel.isAccepted();
+}
+
 TEST_F(InspectorPanelTest, DoesNotChangeTheQualityWhenTheWheelScrollsPast) {
-    const auto turn = [this] {
-        const QPoint where = quality().rect().center();
-        QWheelEvent wheel(where, quality().mapToGlobal(where), {}, {0, 120}, Qt::NoButton, Qt::NoModifier,
-                          Qt::NoScrollPhase, false);
-        QApplication::sendEvent(&quality(), &wheel);
-    };
     fixture.window().setFocus();
-    turn();
+    turnWheelOver(quality(), 1);
     EXPECT_EQ(fixture.model().quality(), 50);
     quality().setFocus();
-    turn();
+    turnWheelOver(quality(), 1);
     EXPECT_GT(fixture.model().quality(), 50);
+}
+
+TEST_F(InspectorPanelTest, DoesNotChangeTheCompressionWhenTheWheelScrollsPast) {
+    const qint64 speed = fixture.model().speed();
+    fixture.window().setFocus();
+    for (const int steps : {-1, 1}) {
+        EXPECT_FALSE(turnWheelOver(*compression(), steps));
+        EXPECT_EQ(fixture.model().speed(), speed);
+        EXPECT_FALSE(compression()->hasFocus());
+    }
 }
 
 TEST_F(InspectorPanelTest, ExplainsTheMethodThatIsChosen) {
