@@ -1,11 +1,10 @@
 #include "ui/about_view.h"
 
 #include "ui/about_text.h"
-#include "ui/icons.h"
+#include "ui/decoration.h"
 
 #include <QCoreApplication>
 #include <QEvent>
-#include <QPainter>
 #include <QVBoxLayout>
 
 namespace ovrel {
@@ -16,17 +15,6 @@ constexpr int viewWidth = 540;
 constexpr int iconSize = 76;
 constexpr int gap = 18;
 constexpr double textLineHeight = 1.25;
-
-class ApplicationIcon final : public QWidget {
-public:
-    explicit ApplicationIcon(QWidget* parent) : QWidget(parent) { setFixedSize(iconSize, iconSize); }
-
-protected:
-    void paintEvent(QPaintEvent* /*event*/) override {
-        QPainter painter(this);
-        drawApplicationIcon(painter, rect());
-    }
-};
 
 } // namespace
 
@@ -41,7 +29,7 @@ AboutView::AboutView(const Preferences& preferences, QWidget* parent)
     stack->setContentsMargins(metrics::dialogPadding, metrics::dialogPadding, metrics::dialogPadding,
                               metrics::dialogPadding);
     stack->setSpacing(gap);
-    stack->addWidget(new ApplicationIcon(this), 0, Qt::AlignHCenter);
+    stack->addWidget(new ApplicationIcon(iconSize, this), 0, Qt::AlignHCenter);
     for (QLabel* const line :
          {static_cast<QLabel*>(name_), static_cast<QLabel*>(tagline_), static_cast<QLabel*>(version_)}) {
         line->setAlignment(Qt::AlignHCenter);

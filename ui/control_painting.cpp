@@ -117,6 +117,24 @@ void drawRounded(QPainter& painter, const QRectF& where, double radius, const QC
     painter.restore();
 }
 
+QRectF barGroove(const QRectF& where) {
+    return {where.left(), where.top() + (where.height() - barThickness) / 2, where.width(), barThickness};
+}
+
+void drawBar(QPainter& painter, const QRectF& where, double share, Qt::LayoutDirection direction) {
+    const QRectF groove = barGroove(where);
+    drawRounded(painter, groove, barThickness / 2.0, colors().inset, Qt::transparent);
+    if (share <= 0) {
+        return;
+    }
+    QRectF done = groove;
+    done.setWidth(std::max<double>(barThickness, groove.width() * std::min(share, 1.0))); // round, however little it is
+    if (direction == Qt::RightToLeft) {
+        done.moveRight(groove.right());
+    }
+    drawRounded(painter, done, barThickness / 2.0, colors().accent, Qt::transparent);
+}
+
 QColor mixed(const QColor& from, const QColor& to, double share) {
     if (share <= 0)
         return from;

@@ -65,6 +65,15 @@ void drawButton(QPainter& painter, const QRectF& where, ButtonKind kind, const C
 /// \param border transparent for none
 void drawRounded(QPainter& painter, const QRectF& where, double radius, const QColor& fill, const QColor& border);
 
+inline constexpr int barThickness = 6; ///< pixels, of what shows how far something is
+
+/// What a bar fills: a line in the middle of `where`.
+QRectF barGroove(const QRectF& where);
+/// How far something is.
+/// \param share of it that is done, 0 … 1
+/// \param direction in which it grows
+void drawBar(QPainter& painter, const QRectF& where, double share, Qt::LayoutDirection direction);
+
 /// A color between two others.
 /// \param share of `to`, 0 … 1
 QColor mixed(const QColor& from, const QColor& to, double share);

@@ -73,6 +73,15 @@ void IconView::takeSize() {
     setFixedSize(side, side);
 }
 
+ApplicationIcon::ApplicationIcon(int size, QWidget* parent) : QWidget(parent) {
+    setFixedSize(size, size);
+}
+
+void ApplicationIcon::paintEvent(QPaintEvent* /*event*/) {
+    QPainter painter(this);
+    drawApplicationIcon(painter, rect());
+}
+
 Pill::Pill(QWidget* parent) : QLabel(parent) {
     setTextFormat(Qt::PlainText);
     setAlignment(Qt::AlignCenter);

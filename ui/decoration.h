@@ -80,6 +80,20 @@ private:
     double tileRadius_ = 0.0;
 };
 
+/// The program's own icon.
+class ApplicationIcon final : public QWidget {
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(ApplicationIcon)
+
+public:
+    /// \param size pixels, whatever the size of text
+    explicit ApplicationIcon(int size, QWidget* parent = nullptr);
+    ~ApplicationIcon() override = default;
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+};
+
 /// A short text on a fully rounded ground.
 class Pill final : public QLabel {
     Q_OBJECT

@@ -20,17 +20,6 @@ constexpr int shieldIcon = 15;
 constexpr int globeIcon = 18;
 constexpr int leastPadding = 8; ///< above and below large text
 
-class Logo final : public QWidget {
-public:
-    explicit Logo(QWidget* parent) : QWidget(parent) { setFixedSize(logoSize, logoSize); }
-
-protected:
-    void paintEvent(QPaintEvent* /*event*/) override {
-        QPainter painter(this);
-        drawApplicationIcon(painter, rect());
-    }
-};
-
 } // namespace
 
 /// Says where the files are processed; where there is little room, by its icon and its tool tip.
@@ -90,7 +79,7 @@ HeaderBar::HeaderBar(Model& model, QWidget* parent)
 
     auto* row = new QHBoxLayout(this);
     row->setSpacing(0);
-    row->addWidget(new Logo(this));
+    row->addWidget(new ApplicationIcon(logoSize, this));
     row->addSpacing(12 - WordmarkButton::padding);
     row->addLayout(names, 1);
     row->addSpacing(12);

@@ -22,7 +22,6 @@ constexpr int menuRow = 30;
 constexpr int comboHeight = metrics::smallButton;
 constexpr int dialogButtonPadding = 15;
 constexpr int scrollBarExtent = 14;
-constexpr int knobSize = 18;
 constexpr int knobMargin = metrics::focusGap + metrics::focusWidth;
 
 ButtonKind kindOf(const QStyleOptionButton& button) {
@@ -186,7 +185,7 @@ QSize OvrelStyle::sizeFromContents(ContentsType type, const QStyleOption* option
             return menuItemSize(*item, contents);
         break;
     case CT_ComboBox: return {contents.width() + 12 + comboChevronRoom(), heightOf(comboHeight, option->fontMetrics)};
-    case CT_ProgressBar: return {contents.width(), progressThickness};
+    case CT_ProgressBar: return {contents.width(), barThickness};
     default: break;
     }
     return QProxyStyle::sizeFromContents(type, option, contents, widget);
@@ -220,7 +219,7 @@ int OvrelStyle::styleHint(StyleHint hint, const QStyleOption* option, const QWid
     case SH_FocusFrame_AboveWidget: return 1;
     case SH_FocusFrame_Mask: return 0;
     case SH_ComboBox_Popup: return 1;
-    case SH_Slider_AbsoluteSetButtons: // a click goes where it points
+    case SH_Slider_AbsoluteSetButtons:              // a click goes where it points
         return Qt::LeftButton;
     case SH_ScrollBar_Transient: return 0;
     // Where nothing composes windows, their corners would be black.

@@ -9,12 +9,6 @@
 
 namespace ovrel {
 
-namespace {
-
-constexpr int thickness = 6;
-
-} // namespace
-
 ProgressBar::ProgressBar(QWidget* parent) : QProgressBar(parent) {
     setTextVisible(false);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
@@ -42,26 +36,17 @@ void ProgressBar::setCounters(qint64 done, qint64 total) {
 }
 
 QSize ProgressBar::sizeHint() const {
-    return {360, thickness};
+    return {360, barThickness};
 }
 
 QSize ProgressBar::minimumSizeHint() const {
-    return {60, thickness};
+    return {60, barThickness};
 }
 
 void ProgressBar::paintEvent(QPaintEvent* /*event*/) {
     QPainter painter(this);
-    QRectF groove(0, (height() - thickness) / 2.0, width(), thickness);
-    drawRounded(painter, groove, thickness / 2.0, colors().inset, Qt::transparent);
     const double share = shown_.state() == QVariantAnimation::Running ? shown_.currentValue().toDouble() : share_;
-    if (share <= 0)
-        return;
-    const double width = std::max<double>(thickness, groove.width() * share);
-    if (isRightToLeft())
-        groove.setLeft(groove.right() - width);
-    else
-        groove.setWidth(width);
-    drawRounded(painter, groove, thickness / 2.0, colors().accent, Qt::transparent);
+    drawBar(painter, rect(), share, layoutDirection());
 }
 
 } // namespace ovrel

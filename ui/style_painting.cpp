@@ -43,7 +43,7 @@ void drawBusy(QPainter& painter, const QRectF& groove, double place) {
     QRectF chunk = groove;
     chunk.setWidth(groove.width() / 3);
     chunk.translate((groove.width() - chunk.width()) * place, 0);
-    drawRounded(painter, chunk, progressThickness / 2.0, colors().accent, Qt::transparent);
+    drawRounded(painter, chunk, barThickness / 2.0, colors().accent, Qt::transparent);
 }
 
 } // namespace
@@ -137,7 +137,7 @@ void drawSlider(QPainter& painter, const QStyleOptionSlider& slider, const QRect
 
     QRectF groove(slider.rect.left(), 0, slider.rect.width(), grooveThickness);
     groove.moveTop(slider.rect.top() + (slider.rect.height() - grooveThickness) / 2.0);
-    QRectF knob(0, 0, 18, 18);
+    QRectF knob(0, 0, knobSize, knobSize);
     knob.moveCenter({handle.center().x() + 0.5, groove.center().y()});
 
     QRectF filled = groove;
@@ -204,23 +204,13 @@ bool isBusy(const QStyleOptionProgressBar& bar) {
 }
 
 void drawProgress(QPainter& painter, const QStyleOptionProgressBar& bar, double busyPlace) {
-    QRectF groove(bar.rect.left(), bar.rect.top() + (bar.rect.height() - progressThickness) / 2.0, bar.rect.width(),
-                  progressThickness);
-    drawRounded(painter, groove, progressThickness / 2.0, colors().inset, Qt::transparent);
     if (isBusy(bar)) {
-        drawBusy(painter, groove, busyPlace);
-        return;
-    }
-    if (bar.progress <= bar.minimum) {
+        drawBar(painter, bar.rect, 0, bar.direction);
+        drawBusy(painter, barGroove(bar.rect), busyPlace);
         return;
     }
     const double share = static_cast<double>(bar.progress - bar.minimum) / (bar.maximum - bar.minimum);
-    const double width = std::max<double>(progressThickness, groove.width() * std::min(share, 1.0));
-    if (bar.direction == Qt::RightToLeft)
-        groove.setLeft(groove.right() - width);
-    else
-        groove.setWidth(width);
-    drawRounded(painter, groove, progressThickness / 2.0, colors().accent, Qt::transparent);
+    drawBar(painter, bar.rect, share, bar.direction);
 }
 
 void drawFocusFrame(QPainter& painter, const QFocusFrame& frame) {

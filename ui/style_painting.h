@@ -12,7 +12,7 @@ class QFocusFrame;
 namespace ovrel {
 
 // Pixels.
-inline constexpr int progressThickness = 6;
+inline constexpr int knobSize = 18;          ///< of a slider
 inline constexpr int menuMargin = 5;         ///< around the rows of a menu
 inline constexpr int leastScrollHandle = 32; ///< however long the list is
 
