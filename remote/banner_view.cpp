@@ -1,9 +1,10 @@
 #include "remote/banner_view.h"
 
+#include "widgets/return_key.h"
+
 #include <QAbstractButton>
 #include <QHelpEvent>
 #include <QImage>
-#include <QKeyEvent>
 #include <QPainter>
 #include <QPainterPath>
 #include <QTextDocument>
@@ -30,10 +31,10 @@ QImage imageOf(const Image& pixels) {
 }
 
 /// The picture of a banner. A click or the keyboard opens its link.
-class BannerButton final : public QAbstractButton {
+class BannerButton final : public PressedByReturn<QAbstractButton> {
 public:
     BannerButton(const BannerModel::Creative& creative, QWidget* parent)
-        : QAbstractButton(parent), image_(imageOf(*creative.image.pixels)) {
+        : PressedByReturn(parent), image_(imageOf(*creative.image.pixels)) {
         const QString link = QString::fromLatin1(creative.link.toEncoded());
         setAccessibleName(creative.alt);
         setAccessibleDescription(link);
@@ -52,14 +53,6 @@ protected:
         QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(),
                            Qt::convertFromPlainText(toolTip(), Qt::WhiteSpaceNormal), this);
         return true;
-    }
-
-    void keyPressEvent(QKeyEvent* event) override {
-        if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
-            click();
-        } else {
-            QAbstractButton::keyPressEvent(event);
-        }
     }
 
     void paintEvent(QPaintEvent* /*event*/) override {

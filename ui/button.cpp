@@ -13,7 +13,7 @@ int paddingOf(int designedHeight) {
 } // namespace
 
 Button::Button(ButtonKind kind, int designedHeight, QWidget* parent)
-    : QPushButton(parent), kind_(kind), designedHeight_(designedHeight), fade_(new HoverFade(*this)) {
+    : PressedByReturn(parent), kind_(kind), designedHeight_(designedHeight), fade_(new HoverFade(*this)) {
     setAttribute(Qt::WA_Hover);
     setFont(buttonFont(kind_));
     setSizePolicy(QSizePolicy::Minimum, QSizePolicy::Fixed);

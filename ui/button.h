@@ -4,13 +4,14 @@
 
 #include "ui/control_painting.h"
 #include "ui/hover_fade.h"
+#include "widgets/return_key.h"
 
 #include <QPushButton>
 
 namespace ovrel {
 
 /// As wide as its text. Main thread.
-class Button : public QPushButton {
+class Button : public PressedByReturn<QPushButton> {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(Button)
 

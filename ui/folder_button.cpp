@@ -16,7 +16,7 @@ constexpr int gap = 12;
 
 } // namespace
 
-FolderButton::FolderButton(QWidget* parent) : QPushButton(parent), fade_(new HoverFade(*this)) {
+FolderButton::FolderButton(QWidget* parent) : PressedByReturn(parent), fade_(new HoverFade(*this)) {
     setAttribute(Qt::WA_Hover);
     setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
 }

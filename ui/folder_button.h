@@ -3,6 +3,7 @@
 #pragma once
 
 #include "ui/hover_fade.h"
+#include "widgets/return_key.h"
 
 #include <QPushButton>
 #include <QString>
@@ -10,7 +11,7 @@
 namespace ovrel {
 
 /// Two lines between a folder and a chevron. Main thread.
-class FolderButton final : public QPushButton {
+class FolderButton final : public PressedByReturn<QPushButton> {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(FolderButton)
 

@@ -14,7 +14,7 @@ constexpr int chevronIcon = 13;
 
 } // namespace
 
-WordmarkButton::WordmarkButton(QWidget* parent) : QToolButton(parent), fade_(new HoverFade(*this)) {
+WordmarkButton::WordmarkButton(QWidget* parent) : PressedByReturn(parent), fade_(new HoverFade(*this)) {
     setText(QStringLiteral("Ovrel"));
     setFont(fontOf(TextStyle::wordmark));
     setPopupMode(InstantPopup);

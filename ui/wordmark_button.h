@@ -3,13 +3,14 @@
 #pragma once
 
 #include "ui/hover_fade.h"
+#include "widgets/return_key.h"
 
 #include <QToolButton>
 
 namespace ovrel {
 
 /// Opens the menu of the program. Main thread.
-class WordmarkButton final : public QToolButton {
+class WordmarkButton final : public PressedByReturn<QToolButton> {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(WordmarkButton)
 

@@ -1,10 +1,10 @@
 #include "updates/update_view.h"
 
 #include "updates/update_detail.h"
+#include "widgets/return_key.h"
 
 #include <QBoxLayout>
 #include <QEvent>
-#include <QKeyEvent>
 #include <QProgressBar>
 #include <QPushButton>
 
@@ -19,21 +19,6 @@ constexpr int padding = 24;
 constexpr int gap = 18;
 constexpr int buttonGap = 8;
 constexpr int progressSteps = 1000;
-
-/// Return presses the button that has the keyboard, whichever is the default one.
-class ActionButton final : public QPushButton {
-public:
-    using QPushButton::QPushButton;
-
-protected:
-    void keyPressEvent(QKeyEvent* event) override {
-        if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
-            click();
-        } else {
-            QPushButton::keyPressEvent(event);
-        }
-    }
-};
 
 /// As high as the style draws it. By itself it would keep room for a text.
 class Indicator final : public QProgressBar {
@@ -109,7 +94,7 @@ void UpdateView::takeActions() {
     buttons_.clear();
 
     for (const UpdateManager::Action& action : manager_.actions()) {
-        auto* const button = new ActionButton(row_);
+        auto* const button = new PressedByReturn<QPushButton>(row_);
         button->setText(QString(action.title).replace(u'&', QStringLiteral("&&")));
         button->setAutoDefault(false);
         connect(button, &QPushButton::clicked, this, [action] {

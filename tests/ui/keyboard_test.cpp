@@ -2,6 +2,8 @@
 #include "tests/ui/window_fixture.h"
 #include "ui/folder_button.h"
 
+#include <QApplication>
+#include <QKeyEvent>
 #include <QListView>
 #include <QTest>
 
@@ -214,10 +216,43 @@ TEST_F(KeyboardTest, StaysInTheWindowWhenTheListIsEmptied) {
 }
 
 TEST_F(KeyboardTest, UsesTheButtonsThatHaveIt) {
-    fixture.prepare({"a.png"});
-    fixture.window().findChild<FolderButton*>()->setFocus();
-    press(Qt::Key_Space);
-    EXPECT_EQ(fixture.services.chooser->asked.size(), 1U);
+    auto& asked = fixture.services.chooser->asked;
+    for (const Qt::Key key : {Qt::Key_Space, Qt::Key_Return, Qt::Key_Enter}) {
+        SCOPED_TRACE(key);
+        fixture.prepare({"a.png"});
+        asked.clear();
+        fixture.window().findChild<FolderButton*>()->setFocus();
+        press(key);
+        EXPECT_EQ(asked.size(), 1U);
+        control(fixture.window(), QStringLiteral("Clear List")).setFocus();
+        press(key);
+        EXPECT_TRUE(fixture.model().items().empty());
+    }
+}
+
+TEST_F(KeyboardTest, LeavesReturnWithOtherKeysToTheirCommands) {
+    fixture.list({"a.png"}); // without a folder for the results Ctrl+Return has nothing to do
+    control(fixture.window(), QStringLiteral("Clear List")).setFocus();
+    for (const Qt::KeyboardModifier modifier : {Qt::ControlModifier, Qt::AltModifier, Qt::ShiftModifier}) {
+        press(Qt::Key_Return, modifier);
+        EXPECT_EQ(fixture.model().items().size(), 1) << modifier;
+    }
+}
+
+// The button that starts a run gives its place to the one that stops it.
+TEST_F(KeyboardTest, PressesOnceWhileReturnIsHeld) {
+    fixture.prepare({"a.png", "b.png"});
+    control(fixture.window(), QStringLiteral("Convert to AVIF")).setFocus();
+    press(Qt::Key_Return);
+    EXPECT_EQ(focusedName(), "Stop");
+    QKeyEvent held(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier, QStringLiteral("\r"), true);
+    QApplication::sendEvent(focused(), &held);
+    EXPECT_FALSE(fixture.model().cancelled());
+    fixture.services.awaitConversions(1);
+    press(Qt::Key_Return);
+    EXPECT_TRUE(fixture.model().cancelled());
+    fixture.services.convert();
+    fixture.awaitIdle();
 }
 
 TEST_F(KeyboardTest, CannotReachWhatIsOnlyLookedAt) {
