@@ -118,10 +118,6 @@ QSize HeaderBar::minimumSizeHint() const {
     return QWidget::minimumSizeHint().expandedTo({0, height_});
 }
 
-QWidget& HeaderBar::menuButton() {
-    return *wordmark_;
-}
-
 void HeaderBar::paintEvent(QPaintEvent* /*event*/) {
     QPainter painter(this);
     painter.fillRect(rect(), colors().surface);

@@ -34,8 +34,6 @@ public:
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
 
-    QWidget& menuButton();
-
 protected:
     void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;

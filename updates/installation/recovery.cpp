@@ -220,8 +220,8 @@ void finish(TreeCalls& calls, const InstallationPlace& place, const std::optiona
     case JournalState::undoing: break; // settled before
     case JournalState::installed: {
         const std::optional<Journal> counted = countStart(calls, place, *journal, instance);
-        start.awaitsConfirmation = counted && counted->state == JournalState::installed;
-        start.counted = start.awaitsConfirmation && counted->startCount > journal->startCount;
+        start.counted =
+            counted && counted->state == JournalState::installed && counted->startCount > journal->startCount;
         if (counted && counted->state == JournalState::failed) {
             start.failedVersion = counted->version;
         }

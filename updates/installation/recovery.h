@@ -33,8 +33,6 @@ struct StartReport {
     bool restart = false;
     /// The version that was taken back. Comes again at each start until forgetFailedVersion() is called.
     std::optional<std::string> failedVersion;
-    /// confirmHealthyStart() is waited for.
-    bool awaitsConfirmation = false;
     /// This start was counted as one of a version that was not confirmed yet.
     bool counted = false;
     /// The user's files that lay in trees that are gone now.

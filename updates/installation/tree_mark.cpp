@@ -4,8 +4,6 @@
 #include "updates/installation/open_folder.h"
 #include "updates/installation/read_file.h"
 
-#include "updates/installation/file_identity.h"
-
 #include <array>
 #include <cerrno>
 #include <cstdint>

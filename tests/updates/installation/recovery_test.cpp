@@ -49,7 +49,7 @@ TEST(Recovery, HasNothingToDoWithoutAnUpdate) {
     const StartReport report = startAt(trees, trees.tree());
     EXPECT_FALSE(report.restart);
     EXPECT_FALSE(report.failedVersion);
-    EXPECT_FALSE(report.awaitsConfirmation);
+    EXPECT_FALSE(report.counted);
     EXPECT_TRUE(confirm(trees).empty());
     EXPECT_THAT(trees.names(), ElementsAre(TestTrees::staging, "ovrel"));
     EXPECT_EQ(versionAt(trees.tree()), "2.3");
@@ -58,22 +58,22 @@ TEST(Recovery, HasNothingToDoWithoutAnUpdate) {
 TEST(Recovery, RemovesThePreviousTreeOnlyWhenTheStartWasHealthy) {
     const TestTrees trees;
     installUpdate(trees);
-    EXPECT_TRUE(startAt(trees, trees.tree()).awaitsConfirmation);
+    EXPECT_TRUE(startAt(trees, trees.tree()).counted);
     EXPECT_EQ(versionAt(trees.previous()), "2.3");
     EXPECT_TRUE(confirm(trees).empty());
     EXPECT_THAT(trees.names(), ElementsAre("ovrel"));
     EXPECT_EQ(versionAt(trees.tree()), "2.4");
-    EXPECT_FALSE(startAt(trees, trees.tree()).awaitsConfirmation);
+    EXPECT_FALSE(startAt(trees, trees.tree()).counted);
 }
 
 TEST(Recovery, TakesAVersionBackThatDidNotStartTwice) {
     const TestTrees trees;
     installUpdate(trees);
-    EXPECT_TRUE(startAt(trees, trees.tree()).awaitsConfirmation);
-    EXPECT_TRUE(startAt(trees, trees.tree()).awaitsConfirmation);
+    EXPECT_TRUE(startAt(trees, trees.tree()).counted);
+    EXPECT_TRUE(startAt(trees, trees.tree()).counted);
     const StartReport third = startAt(trees, trees.tree());
     EXPECT_TRUE(third.restart);
-    EXPECT_FALSE(third.awaitsConfirmation);
+    EXPECT_FALSE(third.counted);
     EXPECT_EQ(third.failedVersion, "2.4");
     EXPECT_EQ(versionAt(trees.tree()), "2.3");
 
@@ -116,7 +116,6 @@ TEST(Recovery, CountsNoStartBesideAProgramThatRuns) {
     const InstanceLock other(trees.place());
     for (int start = 0; start < 5; ++start) {
         const StartReport report = startAt(trees, trees.tree());
-        EXPECT_TRUE(report.awaitsConfirmation);
         EXPECT_FALSE(report.counted);
         EXPECT_FALSE(report.restart);
     }
@@ -140,7 +139,7 @@ TEST(Recovery, KeepsThePreviousTreeUntilNoProgramNeedsIt) {
         const WorkingProgram other(trees.previous());
         EXPECT_TRUE(confirm(trees).empty());
         EXPECT_EQ(versionAt(trees.previous()), "2.3");
-        EXPECT_FALSE(startAt(trees, trees.tree()).awaitsConfirmation);
+        EXPECT_FALSE(startAt(trees, trees.tree()).counted);
         EXPECT_EQ(versionAt(trees.previous()), "2.3");
     }
     startAt(trees, trees.tree());
@@ -228,8 +227,8 @@ TEST(Recovery, StaysWithAVersionThatHasNothingToGoBackTo) {
     fs::remove_all(trees.previous());
     for (int start = 0; start < 5; ++start) {
         const StartReport report = startAt(trees, trees.tree());
-        EXPECT_TRUE(report.awaitsConfirmation);
         EXPECT_FALSE(report.restart);
+        EXPECT_EQ(readJournal(trees.place())->state, JournalState::installed);
         EXPECT_EQ(versionAt(trees.tree()), "2.4");
     }
 }
@@ -241,7 +240,7 @@ TEST(Recovery, ChangesNothingWhileAnUpdateIsAtWork) {
     ASSERT_TRUE(lock);
     const StartReport report = startAt(trees, trees.tree());
     EXPECT_FALSE(report.restart);
-    EXPECT_FALSE(report.awaitsConfirmation);
+    EXPECT_FALSE(report.counted);
     EXPECT_EQ(readJournal(trees.place())->startCount, 0U);
 }
 
