@@ -7,7 +7,7 @@
 namespace ovrel {
 
 struct Machine {
-    QString architecture;  ///< as feeds and archives name it: "x86_64", "aarch64", "riscv64", "i386" …
+    QString architecture;  ///< as feeds and archives name it: "x86_64", "aarch64", "riscv64" …
     QString systemVersion; ///< of the C library, for example "2.36"
 
     /// The architecture that this program is built for, and the C library that it runs with.

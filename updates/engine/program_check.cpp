@@ -23,25 +23,21 @@ namespace {
 
 struct Architecture {
     QLatin1StringView name;
-    unsigned char elfClass;
     quint16 machine;
 };
 
-/// All of them keep the lowest byte first.
-constexpr std::array<Architecture, 4> architectures{{
-    {QLatin1StringView("x86_64"), ELFCLASS64, EM_X86_64},
-    {QLatin1StringView("aarch64"), ELFCLASS64, EM_AARCH64},
-    {QLatin1StringView("riscv64"), ELFCLASS64, EM_RISCV},
-    {QLatin1StringView("i386"), ELFCLASS32, EM_386},
+/// All of them have 64 bits and keep the lowest byte first.
+constexpr std::array<Architecture, 3> architectures{{
+    {QLatin1StringView("x86_64"), EM_X86_64},
+    {QLatin1StringView("aarch64"), EM_AARCH64},
+    {QLatin1StringView("riscv64"), EM_RISCV},
 }};
 
-/// The fields that both classes have at the same places (System V gABI, chapter 4, "ELF Header").
+/// As far as its fields tell the kind of a file (System V gABI, chapter 4, "ELF Header").
 using Header = std::array<unsigned char, EI_NIDENT + 8>;
 constexpr std::size_t typeAt = offsetof(Elf64_Ehdr, e_type);
 constexpr std::size_t machineAt = offsetof(Elf64_Ehdr, e_machine);
 constexpr std::size_t versionAt = offsetof(Elf64_Ehdr, e_version);
-static_assert(typeAt == offsetof(Elf32_Ehdr, e_type) && machineAt == offsetof(Elf32_Ehdr, e_machine) &&
-              versionAt == offsetof(Elf32_Ehdr, e_version));
 
 FileDescriptor openFile(int folder, const char* name) {
     return FileDescriptor(::openat(folder, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
@@ -64,7 +60,7 @@ bool isProgramFor(const Header& header, QStringView name) {
                                            [&](const Architecture& one) { return name == one.name; });
     const auto type = qFromLittleEndian<quint16>(header.data() + typeAt);
     return found != architectures.end() && std::equal(ELFMAG, ELFMAG + SELFMAG, header.begin()) &&
-           header[EI_CLASS] == found->elfClass && header[EI_DATA] == ELFDATA2LSB && header[EI_VERSION] == EV_CURRENT &&
+           header[EI_CLASS] == ELFCLASS64 && header[EI_DATA] == ELFDATA2LSB && header[EI_VERSION] == EV_CURRENT &&
            (type == ET_EXEC || type == ET_DYN) &&
            qFromLittleEndian<quint16>(header.data() + machineAt) == found->machine &&
            qFromLittleEndian<quint32>(header.data() + versionAt) == EV_CURRENT;
