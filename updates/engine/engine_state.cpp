@@ -11,10 +11,8 @@
 #include <QJsonValue>
 #include <QSaveFile>
 
-#include <algorithm>
 #include <chrono>
 #include <compare>
-#include <optional>
 #include <thread>
 #include <utility>
 
@@ -32,7 +30,6 @@ constexpr qint64 fileLimitBytes = 16'384;
 constexpr int formatVersion = 1;
 
 constexpr Key formatKey("format");
-constexpr Key lastCheckKey("last_check");
 constexpr Key skippedKey("skipped_version");
 constexpr Key highestKey("highest_versions"); // an object: the folder of an installation, its version
 constexpr Key failedKey("failed_version");
@@ -118,13 +115,7 @@ QString EngineState::defaultFile() {
     return folder + QStringLiteral("/ovrel/updates.json");
 }
 
-EngineState::EngineState(QString file, Clock clock) : file_(std::move(file)), clock_(std::move(clock)) {}
-
-std::optional<QDateTime> EngineState::lastCheck() const {
-    const QDateTime time = QDateTime::fromString(text(file_, lastCheckKey), Qt::ISODateWithMs);
-    // A clock that was once wrong must not put off the next check for years.
-    return time.isValid() ? std::optional(std::min(time.toUTC(), clock_().toUTC())) : std::nullopt;
-}
+EngineState::EngineState(QString file) : file_(std::move(file)) {}
 
 QString EngineState::skippedVersion() const {
     return text(file_, skippedKey);
@@ -136,10 +127,6 @@ QString EngineState::highestVersion(const QString& installation) const {
 
 QString EngineState::failedVersion() const {
     return text(file_, failedKey);
-}
-
-bool EngineState::recordCheck() const {
-    return set(file_, lastCheckKey, clock_().toUTC().toString(Qt::ISODateWithMs));
 }
 
 bool EngineState::skip(const QString& version) const {

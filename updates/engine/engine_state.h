@@ -2,11 +2,7 @@
 /// What the engine remembers between two runs, apart from the user's preferences.
 #pragma once
 
-#include <QDateTime>
 #include <QString>
-
-#include <functional>
-#include <optional>
 
 namespace ovrel {
 
@@ -16,17 +12,13 @@ namespace ovrel {
 /// thread at a time.
 class EngineState {
 public:
-    using Clock = std::function<QDateTime()>;
-
     /// "ovrel/updates.json" in the folder for state (XDG Base Directory Specification 0.8): $XDG_STATE_HOME, or
     /// ~/.local/state where that names no absolute path.
     static QString defaultFile();
 
     /// \param file its folder is made when something is written
-    explicit EngineState(QString file = defaultFile(), Clock clock = &QDateTime::currentDateTimeUtc);
+    explicit EngineState(QString file = defaultFile());
 
-    /// \return in UTC, never later than now; nothing before the first check
-    std::optional<QDateTime> lastCheck() const;
     /// Up to this version, the user wants to hear of none. \return empty for no version
     QString skippedVersion() const;
     /// The newest that ever ran healthily from this folder; a user may have several installations.
@@ -36,7 +28,6 @@ public:
     QString failedVersion() const;
 
     // Each returns whether it is on the disk.
-    [[nodiscard]] bool recordCheck() const;
     [[nodiscard]] bool skip(const QString& version) const;
     [[nodiscard]] bool forgetSkipped() const;
     /// Older versions than the highest are not recorded. Forgets folders that are gone.
@@ -46,7 +37,6 @@ public:
 
 private:
     QString file_;
-    Clock clock_;
 };
 
 } // namespace ovrel

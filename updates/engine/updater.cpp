@@ -173,10 +173,6 @@ QCoro::Task<Updater::End> Updater::failed(SPUUpdateCheck check, UpdateError erro
 QCoro::Task<Updater::End> Updater::checked(SPUUpdateCheck check) {
     const std::stop_token gone = gone_.get_token();
     const bool asked = check == SPUUpdateCheck::updates;
-    // Here and not in a worker: it is one small file, for which another instance makes this one wait only as long as it
-    // writes the same.
-    note(environment_.state.recordCheck());
-
     std::optional<UpdateError> refusal;
     const bool mayCheck = delegate_.mayPerformUpdateCheck(check, refusal);
     requireAlive(gone);
@@ -433,7 +429,6 @@ QCoro::Task<Updater::End> Updater::installed(SPUUpdateCheck check, SUAppcastItem
     if (waiting_->installation.othersRun()) { // it waits on, and is offered again
         co_return co_await failed(check, othersRunError());
     }
-    note(environment_.state.recordCheck());
     delegate_.willInstallUpdate(item);
     requireAlive(gone);
     delegate_.updaterWillRelaunchApplication();

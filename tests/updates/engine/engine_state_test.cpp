@@ -25,28 +25,21 @@ namespace fs = std::filesystem;
 
 const QString folder = QStringLiteral("/no such folder/ovrel"); // of an installation
 
-QDateTime day(int number) {
-    return {QDate(2026, 11, number), QTime(10, 20, 30, 450), Qt::UTC};
-}
-
 class EngineStateTest : public testing::Test {
 protected:
     /// Another object for the same file, as another process would have it.
-    EngineState state() const {
-        return EngineState(QString::fromStdString(file_.native()), [this] { return now_; });
-    }
+    EngineState state() const { return EngineState(QString::fromStdString(file_.native())); }
 
     /// Writes the file and tells whether it counts as empty.
     bool isEmptyWith(const std::string& content) const {
         folder_.write(fs::path("state") / "updates.json", content);
         const EngineState read = state();
-        return !read.lastCheck() && read.skippedVersion().isEmpty() && read.highestVersion(folder).isEmpty() &&
+        return read.skippedVersion().isEmpty() && read.highestVersion(folder).isEmpty() &&
                read.failedVersion().isEmpty();
     }
 
     TemporaryFolder folder_;
     fs::path file_ = folder_ / "state" / "updates.json";
-    QDateTime now_ = day(20);
 };
 
 mode_t permissionsOf(const fs::path& path) {
@@ -83,7 +76,6 @@ private:
 
 TEST_F(EngineStateTest, IsEmptyAtFirstAndWritesNothing) {
     const EngineState empty = state();
-    EXPECT_EQ(empty.lastCheck(), std::nullopt);
     EXPECT_TRUE(empty.skippedVersion().isEmpty());
     EXPECT_TRUE(empty.highestVersion(folder).isEmpty());
     EXPECT_TRUE(empty.failedVersion().isEmpty());
@@ -92,11 +84,9 @@ TEST_F(EngineStateTest, IsEmptyAtFirstAndWritesNothing) {
 }
 
 TEST_F(EngineStateTest, IsReadByTheNextProcess) {
-    ASSERT_TRUE(state().recordCheck());
     ASSERT_TRUE(state().skip(QStringLiteral("2.4")));
     ASSERT_TRUE(state().recordInstalled(folder, QStringLiteral("2.5")));
     ASSERT_TRUE(state().recordFailed(QStringLiteral("2.6 \u0431\u0435\u0442\u0430")));
-    EXPECT_EQ(state().lastCheck(), day(20));
     EXPECT_EQ(state().skippedVersion(), QStringLiteral("2.4"));
     EXPECT_EQ(state().highestVersion(folder), QStringLiteral("2.5"));
     EXPECT_EQ(state().failedVersion(), QStringLiteral("2.6 \u0431\u0435\u0442\u0430"));
@@ -133,22 +123,6 @@ TEST_F(EngineStateTest, KeepsTheHighestVersionOfEachInstallation) {
     EXPECT_EQ(state().highestVersion(other), QStringLiteral("2.6"));
 }
 
-TEST_F(EngineStateTest, TakesACheckInTheFutureForOneThatWasJustMade) {
-    ASSERT_TRUE(state().recordCheck());
-    now_ = day(19);
-    EXPECT_EQ(state().lastCheck(), day(19));
-    now_ = day(21);
-    EXPECT_EQ(state().lastCheck(), day(20));
-}
-
-TEST_F(EngineStateTest, RecordsChecksInUtc) {
-    now_ = day(20).toOffsetFromUtc(3 * 3600);
-    ASSERT_TRUE(state().recordCheck());
-    EXPECT_EQ(state().lastCheck(), day(20));
-    EXPECT_EQ(state().lastCheck().value().timeSpec(), Qt::UTC);
-    EXPECT_NE(contentOf(file_).find("2026-11-20T10:20:30.450Z"), std::string::npos);
-}
-
 TEST_F(EngineStateTest, IsTheUsersAlone) {
     ASSERT_TRUE(state().skip(QStringLiteral("2.4")));
     EXPECT_EQ(permissionsOf(file_), 0600U);
@@ -176,9 +150,7 @@ TEST_F(EngineStateTest, CountsDamageAsEmpty) {
         R"({"skipped_version": "2.4"})",
         R"({"format": 2, "skipped_version": "2.4"})",
         R"({"format": "1", "skipped_version": "2.4"})",
-        R"({"format": 1, "skipped_version": 2.4, "last_check": 5, "highest_versions": [], "failed_version": {}})",
-        R"({"format": 1, "last_check": "yesterday"})",
-        R"({"format": 1, "last_check": "2026-02-30T00:00:00.000Z"})",
+        R"({"format": 1, "skipped_version": 2.4, "highest_versions": [], "failed_version": {}})",
         sound + std::string(16'384, ' '),
         std::string(10'000, '['),
         "{\"format\": 1, \"skipped_version\": \"\xFF\"}",
@@ -199,7 +171,6 @@ TEST_F(EngineStateTest, DoesNotWaitForAPipe) {
 
 TEST_F(EngineStateTest, SaysWhenItIsNotWritten) {
     folder_.write("state", "a file where the folder should be");
-    EXPECT_FALSE(state().recordCheck());
     EXPECT_FALSE(state().skip(QStringLiteral("2.4")));
     EXPECT_FALSE(state().recordInstalled(folder, QStringLiteral("2.4")));
     EXPECT_FALSE(state().recordFailed(QStringLiteral("2.4")));
