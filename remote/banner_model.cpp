@@ -2,6 +2,7 @@
 
 #include "remote/banner_error.h"
 #include "remote/banner_settings.h"
+#include "remote/linked_stop.h"
 #include "remote/transport_error.h"
 
 #include <QPointer>
@@ -45,11 +46,6 @@ QCoro::Task<std::optional<BannerModel::Creative>> download(FetchFunction fetch, 
     co_return BannerModel::Creative{{std::move(pixels)}, entry.link, entry.alt};
 }
 
-// NOLINTNEXTLINE(performance-unnecessary-value-param): the original may go with what ends by the stop
-void requestStop(std::stop_source source) {
-    source.request_stop();
-}
-
 } // namespace
 
 BannerModel::BannerModel(FetchFunction fetch, QObject* parent) : QObject(parent), fetch_(std::move(fetch)) {}
@@ -68,11 +64,10 @@ QCoro::Task<void> BannerModel::load(AppLanguage language, std::stop_token stop) 
     const QPointer<BannerModel> self(this);
     const QUuid token = QUuid::createUuid();
     const auto isLatest = [self, token] { return self && self->generation_ == token; };
-    const std::stop_source transfer;
-    const std::stop_callback forwardStop(stop, [transfer] { requestStop(transfer); });
+    const LinkedStop transfer(stop);
 
     generation_ = token;
-    requestStop(std::exchange(transfer_, transfer));
+    requestStop(std::exchange(transfer_, transfer.source()));
     if (isLatest()) {
         setCreative(std::nullopt);
     }
@@ -83,7 +78,7 @@ QCoro::Task<void> BannerModel::load(AppLanguage language, std::stop_token stop) 
 
     std::optional<Creative> creative;
     try {
-        creative = co_await download(fetch_, language, transfer.get_token());
+        creative = co_await download(fetch_, language, transfer.token());
     } catch (...) {
         // Whatever went wrong, there is no banner then, and nobody is told.
     }

@@ -2,7 +2,6 @@
 
 #include "updates/engine/appcast_item_reader.h"
 #include "updates/engine/xml_element.h"
-#include "updates/framework/update_error.h"
 
 #include <optional>
 #include <utility>
@@ -14,8 +13,7 @@ namespace {
 /// \throws UpdateError
 XmlElement readRoot(const QByteArray& xml) {
     if (xml.size() > appcastLimitBytes) {
-        throw UpdateError(SUError::appcastParse, QStringLiteral("Список обновлений слишком велик."),
-                          QStringLiteral("The list of updates is too large."));
+        throw appcastTooLargeError();
     }
     std::optional<XmlElement> root = readXml(xml);
     if (!root) {
@@ -31,6 +29,11 @@ XmlElement readRoot(const QByteArray& xml) {
 }
 
 } // namespace
+
+UpdateError appcastTooLargeError() {
+    return {SUError::appcastParse, QStringLiteral("Список обновлений слишком велик."),
+            QStringLiteral("The list of updates is too large.")};
+}
 
 Appcast readAppcast(const QByteArray& xml, const QUrl& feedUrl, const AppcastReader& reader) {
     const XmlElement root = readRoot(xml);

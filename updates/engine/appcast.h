@@ -4,6 +4,7 @@
 
 #include "model/app_language.h"
 #include "updates/framework/su_appcast_item.h"
+#include "updates/framework/update_error.h"
 
 #include <QByteArray>
 #include <QString>
@@ -37,6 +38,9 @@ struct AppcastReader {
 
 /// The most bytes that a feed has.
 constexpr qsizetype appcastLimitBytes = 1'048'576;
+
+/// What is thrown for a feed above the limit.
+UpdateError appcastTooLargeError();
 
 /// Reads a feed. One item that breaks the rules fails the whole feed; a feed without items is sound. Releases that are
 /// no complete archive of the program (differences, installer packages) are left out. A feed is UTF-8, has no document

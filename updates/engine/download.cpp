@@ -70,7 +70,7 @@ QCoro::Task<Feed> downloadFeed(QUrl address, DownloadOptions options, std::stop_
     rules.accept = "application/rss+xml,*/*;q=0.1";
     rules.receive = [&feed](QByteArrayView part) { feed.bytes += part; };
     feed.address = co_await transfer(std::move(address), std::move(rules), std::move(stop), feedDownloadError(),
-                                     feedTooLargeError());
+                                     appcastTooLargeError());
     co_return feed;
 }
 

@@ -1,6 +1,8 @@
 #include "updates/engine/updater.h"
 
+#include "remote/linked_stop.h"
 #include "updates/engine/appcast.h"
+#include "updates/engine/cancellation.h"
 #include "updates/engine/installation_error.h"
 #include "updates/engine/updater_texts.h"
 #include "updates/engine/worker.h"
@@ -16,27 +18,6 @@
 namespace ovrel {
 
 namespace {
-
-/// A stop that follows the updater's own, and that the user can request.
-class Cancellable {
-public:
-    explicit Cancellable(const std::stop_token& gone) : onGone_(gone, [source = source_] { request(source); }) {}
-
-    std::stop_token token() const { return source_.get_token(); }
-    bool isRequested() const { return source_.stop_requested(); }
-
-    /// Dropped, nobody is left who could end the stage, so it ends as well.
-    OneShot<> cancellation() const {
-        return OneShot<>([source = source_] { request(source); }, [source = source_] { request(source); });
-    }
-
-private:
-    // NOLINTNEXTLINE(performance-unnecessary-value-param): the original may go with what ends by the stop
-    static void request(std::stop_source source) { source.request_stop(); }
-
-    std::stop_source source_;
-    std::stop_callback<std::function<void()>> onGone_;
-};
 
 void log(const UpdateError& error) {
     for (const UpdateError* cause = &error; cause != nullptr; cause = cause->underlying()) {
@@ -214,10 +195,10 @@ QCoro::Task<Updater::End> Updater::checked(SPUUpdateCheck check) {
 QCoro::Task<Updater::End> Updater::searched(SPUUpdateCheck check, QUrl address) {
     const std::stop_token gone = gone_.get_token();
     const bool asked = check == SPUUpdateCheck::updates;
-    const Cancellable search(gone);
+    const LinkedStop search(gone);
     if (asked) {
         canCheck_ = true;
-        driver_.showUserInitiatedUpdateCheckWithCancellation(search.cancellation());
+        driver_.showUserInitiatedUpdateCheckWithCancellation(cancellationOf(search));
         requireAlive(gone);
     }
     if (environment_.installation.kind == InstallationKind::notWritable) { // the user sees that a check has begun
@@ -308,8 +289,8 @@ QCoro::Task<Updater::End> Updater::downloaded(SPUUpdateCheck check, AppcastItem 
     delegate_.willDownloadUpdate(item.item);
     requireAlive(gone);
 
-    const Cancellable download(gone);
-    driver_.showDownloadInitiatedWithCancellation(download.cancellation());
+    const LinkedStop download(gone);
+    driver_.showDownloadInitiatedWithCancellation(cancellationOf(download));
     requireAlive(gone);
     std::shared_ptr<Preparation> preparation;
     std::optional<UpdateError> failure;

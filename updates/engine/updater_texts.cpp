@@ -23,10 +23,6 @@ UpdateError feedDownloadError() {
                  u"Could not get information about updates.");
 }
 
-UpdateError feedTooLargeError() {
-    return error(SUError::appcastParse, u"Список обновлений слишком велик.", u"The list of updates is too large.");
-}
-
 UpdateError archiveDownloadError() {
     return error(SUError::download, u"Не удалось загрузить обновление.", u"The update could not be downloaded.");
 }

@@ -11,7 +11,6 @@ namespace ovrel {
 UpdateError noFeedError();
 UpdateError insecureFeedError();
 UpdateError feedDownloadError();
-UpdateError feedTooLargeError();
 UpdateError archiveDownloadError();
 UpdateError wrongArchiveLengthError();
 
