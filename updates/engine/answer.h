@@ -18,6 +18,13 @@ namespace ovrel {
 /// Thrown into a coroutine whose object is going away. Whoever catches it touches that object no more.
 struct Gone {};
 
+/// \throws Gone when it is requested, which the object of a coroutine does as it goes away
+inline void requireAlive(const std::stop_token& gone) {
+    if (gone.stop_requested()) {
+        throw Gone();
+    }
+}
+
 /// A question to somebody outside. One coroutine of the main thread waits for it, once, by `co_await`. The reply may
 /// come on any thread, before or after that; the coroutine goes on in a later turn of the main loop.
 template <typename Value>
@@ -51,9 +58,7 @@ public:
         /// \throws Gone
         Value await_resume() const {
             answer.onGone_.reset();
-            if (answer.gone_.stop_requested()) {
-                throw Gone();
-            }
+            requireAlive(answer.gone_);
             return std::move(*answer.state_->value);
         }
     };
