@@ -6,6 +6,7 @@ import shutil
 import sys
 
 SKIPPED = 77  # as the build knows it
+ACCESSIBILITY_SERVICE = pathlib.Path("/usr/share/dbus-1/services/org.a11y.Bus.service")
 
 
 def leave_because(reason):
@@ -18,7 +19,7 @@ def look_for(*tools):
     for tool in ["Xvfb", "openbox", "dbus-daemon", *tools]:
         if shutil.which(tool) is None:
             leave_because(f"there is no {tool}.")
-    if not pathlib.Path("/usr/share/dbus-1/services/org.a11y.Bus.service").exists():
+    if not ACCESSIBILITY_SERVICE.exists():
         leave_because("there is no accessibility bus (at-spi2-core).")
     try:
         import gi  # noqa: F401

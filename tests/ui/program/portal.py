@@ -8,6 +8,7 @@ from desktop import connection_to
 from waiting import LIMIT_SECONDS
 
 NO_PREFERENCE, DARK, LIGHT = 0, 1, 2
+PRIMARY_OWNER = 1  # D-Bus Specification, org.freedesktop.DBus.RequestName
 
 PATH = "/org/freedesktop/portal/desktop"
 SETTINGS = "org.freedesktop.portal.Settings"
@@ -33,9 +34,11 @@ class Portal:
         self._thread = threading.Thread(target=self._serve, args=[ready], daemon=True)
         self._thread.start()
         ready.wait(LIMIT_SECONDS)
-        self._bus.call_sync("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "RequestName",
-                            GLib.Variant("(su)", ("org.freedesktop.portal.Desktop", 0)), None, Gio.DBusCallFlags.NONE,
-                            LIMIT_SECONDS * 1000, None)
+        [answer] = self._bus.call_sync("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                                       "RequestName", GLib.Variant("(su)", ("org.freedesktop.portal.Desktop", 0)), None,
+                                       Gio.DBusCallFlags.NONE, LIMIT_SECONDS * 1000, None).unpack()
+        if answer != PRIMARY_OWNER:
+            raise RuntimeError("another portal answers on this bus")
 
     def close(self):
         self._bus.close_sync(None)
