@@ -366,8 +366,8 @@ TEST_F(UpdaterCheck, LeavesAloneWhatOthersManage) {
     }
     EXPECT_THAT(proxy_.requests(), IsEmpty());
     EXPECT_TRUE(isUnchanged());
-    // Neither a lock nor a journal; what is remembered lies here only in a test.
-    EXPECT_THAT(entriesOf(parent()), testing::ElementsAre(installation(), parent() / "state"));
+    // Neither a lock nor a journal, and nothing that would have to be remembered.
+    EXPECT_THAT(entriesOf(parent()), testing::ElementsAre(installation()));
 }
 
 TEST_F(UpdaterCheck, BringsAnOfferIntoFocusInsteadOfSearchingAgain) {
