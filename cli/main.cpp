@@ -94,6 +94,9 @@ ExitStatus run(const Options& options, AppLanguage language, DescriptorOutput& o
     } catch (const PathTooLong&) {
         complain(err, options.filesFrom->native() + ": " + std::string(text(Text::pathTooLong, language)));
         return wrongUsage;
+    } catch (const NulInPath&) {
+        complain(err, options.filesFrom->native() + ": " + std::string(text(Text::nulInList, language)));
+        return wrongUsage;
     } catch (const FileError&) {
         complain(err, options.filesFrom->native() + ": " + describe(std::current_exception(), language));
         return wrongUsage;

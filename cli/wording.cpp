@@ -75,6 +75,7 @@ constexpr std::array<Row, static_cast<std::size_t>(Text::count)> rows{{
     {Text::nulWithoutList, "-0 needs --files-from", "-0 используется вместе с --files-from"},
     {Text::tryHelp, "ovrel-cli --help explains the usage.", "Справка: ovrel-cli --help"},
     {Text::pathTooLong, "The list holds a path that is too long", "В списке есть слишком длинный путь"},
+    {Text::nulInList, "The list holds NUL bytes; use -0", "В списке есть нулевые байты; используйте -0"},
     {Text::nothingToConvert, "Nothing to convert: no JPG, JPEG, WebP, PNG, GIF or AVIF files found",
      "Нечего преобразовывать: нет файлов JPG, JPEG, WebP, PNG, GIF или AVIF"},
     {Text::outputLost, "Unable to write to standard output: ", "Не удалось записать в стандартный вывод: "},

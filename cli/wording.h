@@ -49,6 +49,7 @@ enum class Text {
     nulWithoutList,
     tryHelp,
     pathTooLong,
+    nulInList,
     nothingToConvert,
     outputLost,
     count, ///< not a text: how many there are

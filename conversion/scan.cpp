@@ -5,6 +5,7 @@
 #include "platform/text.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstddef>
 #include <memory>
 #include <optional>
@@ -28,6 +29,13 @@ fs::path standardised(const fs::path& path) {
         throw FileError::fromSystem(error.value(), FileOperation::reading, path);
     }
     return absolute.lexically_normal();
+}
+
+/// The system would take the path to end at a NUL: another file would be read than the one whose name was judged.
+void refuseNul(const fs::path& path) {
+    if (path.native().find('\0') != std::string::npos) {
+        throw FileError::fromSystem(ENOENT, FileOperation::reading, path);
+    }
 }
 
 /// "." and a slash at the end stand for the folder's own name; the root has none but itself.
@@ -108,6 +116,7 @@ std::vector<InputItem> Converter::scan(std::span<const std::filesystem::path> ur
 std::vector<InputItem> scan(FileSystem& fileSystem, std::span<const std::filesystem::path> urls, bool recursive) {
     Gathering gathering;
     for (const fs::path& url : urls) {
+        refuseNul(url);
         const ResourceValues values = fileSystem.resourceValues(url);
         if (values.isSymbolicLink) {
             continue;

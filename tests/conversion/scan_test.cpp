@@ -236,6 +236,23 @@ TEST(Scan, FailsForAGivenPathThatIsMissing) {
     }
 }
 
+TEST(Scan, TakesNoPathToEndAtANul) {
+    using namespace std::string_literals;
+    const TemporaryFolder folder;
+    const fs::path file = folder.write("a.png", "");
+    for (const fs::path& given :
+         Paths{file.native() + "\0b.png"s, file.native() + "\0"s, folder.path().native() + "\0"s}) {
+        SCOPED_TRACE(given);
+        try {
+            Converter::scan(Paths{given}, true);
+            ADD_FAILURE() << "no error";
+        } catch (const FileError& error) {
+            EXPECT_EQ(error.code(), FileError::readNoSuchFile);
+            EXPECT_EQ(error.file(), given);
+        }
+    }
+}
+
 TEST(Scan, FailsForAFolderBelowThatMayNotBeRead) {
     const TemporaryFolder folder;
     folder.write("a.jpg", "");
