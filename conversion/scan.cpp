@@ -54,17 +54,18 @@ std::string directoryBetween(const fs::path& folder, const fs::path& element) {
     return std::string(lastSlash == std::string_view::npos ? std::string_view() : below.substr(0, lastSlash));
 }
 
-/// Gathers what is accepted, each file once.
+bool isAccepted(const fs::path& path, const ResourceValues& values) {
+    const auto& known = Converter::extensions;
+    return values.isRegularFile && !values.isSymbolicLink &&
+           std::find(known.begin(), known.end(), lowerCaseExtension(path)) != known.end();
+}
+
+/// Gathers files, each once.
 class Gathering {
 public:
-    void add(const fs::path& path, const ResourceValues& values, std::string relativeDirectory) {
-        const auto& known = Converter::extensions;
-        if (!values.isRegularFile || values.isSymbolicLink ||
-            std::find(known.begin(), known.end(), lowerCaseExtension(path)) == known.end()) {
-            return;
-        }
-        if (seen_.insert(standardised(path).native()).second) {
-            items_.push_back({path, std::move(relativeDirectory)});
+    void add(InputItem item) {
+        if (seen_.insert(standardised(item.url).native()).second) {
+            items_.push_back(std::move(item));
         }
     }
 
@@ -89,7 +90,9 @@ void addFolder(FileSystem& fileSystem, const fs::path& folder, bool recursive, G
     std::sort(entries.begin(), entries.end(),
               [](const auto& left, const auto& right) { return left.path.native() < right.path.native(); });
     for (const DirectoryEnumerator::Entry& entry : entries) {
-        gathering.add(entry.path, entry.values, directoryBetween(folder, entry.path));
+        if (isAccepted(entry.path, entry.values)) {
+            gathering.add({entry.path, directoryBetween(folder, entry.path)});
+        }
     }
 }
 
@@ -123,8 +126,18 @@ std::vector<InputItem> scan(FileSystem& fileSystem, std::span<const std::filesys
         }
         if (values.isDirectory) {
             addFolder(fileSystem, url, recursive, gathering);
-        } else {
-            gathering.add(url, values, "");
+        } else if (isAccepted(url, values)) {
+            gathering.add({url, ""});
+        }
+    }
+    return sorted(std::move(gathering).take());
+}
+
+std::vector<InputItem> merged(std::vector<std::vector<InputItem>> findings) {
+    Gathering gathering;
+    for (std::vector<InputItem>& items : findings) {
+        for (InputItem& item : items) {
+            gathering.add(std::move(item));
         }
     }
     return sorted(std::move(gathering).take());

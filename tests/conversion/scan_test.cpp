@@ -141,6 +141,26 @@ TEST(Scan, KeepsTheFirstOfAFileAndTheFolderThatHoldsIt) {
     EXPECT_THAT(Converter::scan(Paths{folder.path(), file}, true), ElementsAre(InputItem{file, "sub"}));
 }
 
+TEST(Scan, OfSeveralPathsIsScansOfEachMerged) {
+    const TemporaryFolder folder;
+    for (const char* name : {"img10.png", "img2.png", "sub/PHOTO.jpg", "sub/photo.jpg", "sub/inner/Ёлка.gif"}) {
+        folder.write(name, "");
+    }
+    const std::string path = folder.path().native();
+    for (const Paths& given : std::vector<Paths>{{},
+                                                 {path},
+                                                 {path + "/sub", path},
+                                                 {path, path + "/sub"},
+                                                 {path + "/img10.png", path + "/sub/inner", path + "//img10.png"},
+                                                 {path + "/sub/photo.jpg", path + "/sub/PHOTO.jpg", path + "/sub"}}) {
+        std::vector<std::vector<InputItem>> findings;
+        for (const fs::path& each : given) {
+            findings.push_back(Converter::scan(Paths{each}, true));
+        }
+        EXPECT_EQ(merged(findings), Converter::scan(given, true));
+    }
+}
+
 TEST(Scan, OrdersByPathAsAFileBrowserDoes) {
     const TemporaryFolder folder;
     const std::vector<std::string> ordered = {"a/1.jpg", "B.jpg", "img2.png", "IMG3.png", "img10.png", "Ёлка.jpg"};
