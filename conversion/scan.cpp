@@ -82,17 +82,19 @@ void addFolder(FileSystem& fileSystem, const fs::path& folder, bool recursive, G
         const std::string name = lastComponent(folder);
         throw ConversionError("Не удалось прочитать папку: " + name, "Unable to read folder: " + name);
     }
-    std::vector<DirectoryEnumerator::Entry> entries;
+    // A folder may hold millions of other files for each picture, so nothing else is kept.
+    std::vector<fs::path> accepted;
     while (std::optional<DirectoryEnumerator::Entry> entry = enumerator->next()) {
-        entries.push_back(std::move(*entry));
+        if (isAccepted(entry->path, entry->values)) {
+            accepted.push_back(std::move(entry->path));
+        }
     }
     // The order in which a disk lists its entries must not decide between names that sort alike.
-    std::sort(entries.begin(), entries.end(),
-              [](const auto& left, const auto& right) { return left.path.native() < right.path.native(); });
-    for (const DirectoryEnumerator::Entry& entry : entries) {
-        if (isAccepted(entry.path, entry.values)) {
-            gathering.add({entry.path, directoryBetween(folder, entry.path)});
-        }
+    std::sort(accepted.begin(), accepted.end(),
+              [](const fs::path& left, const fs::path& right) { return left.native() < right.native(); });
+    for (fs::path& path : accepted) {
+        std::string relativeDirectory = directoryBetween(folder, path);
+        gathering.add({std::move(path), std::move(relativeDirectory)});
     }
 }
 

@@ -2,6 +2,8 @@
 
 #include "conversion/converter.h"
 #include "tests/support/forwarding_file_system.h"
+#include "tests/support/peak_memory.h"
+#include "tests/support/sanitizers.h"
 #include "tests/support/skip_outside_ci.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/support/unprivileged.h"
@@ -11,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <deque>
 #include <map>
 #include <memory>
@@ -442,6 +445,40 @@ TEST(Scan, FailsWhenAFolderVanishesWhileItIsSearched) {
     } catch (const FileError& error) {
         EXPECT_EQ(error.code(), FileError::readNoSuchFile);
         EXPECT_EQ(error.file(), folder / "sub");
+    }
+}
+
+TEST(Scan, KeepsNothingOfEntriesThatAreNoPictures) {
+    /// One picture behind very many files of other kinds.
+    class CrowdedFileSystem : public ForwardingFileSystem {
+    public:
+        ResourceValues resourceValues(const fs::path& /*path*/) override { return directory; }
+        std::unique_ptr<DirectoryEnumerator> enumerate(const fs::path& folder, bool /*recursive*/) override {
+            class Crowd : public DirectoryEnumerator {
+            public:
+                explicit Crowd(fs::path folder) : folder_(std::move(folder)) {}
+                std::optional<Entry> next() override {
+                    constexpr int others = 100'000;
+                    if (told_ > others) {
+                        return std::nullopt;
+                    }
+                    const std::string extension = told_ == others ? ".png" : ".js";
+                    return Entry{folder_ / (std::to_string(told_++) + extension), regularFile};
+                }
+
+            private:
+                fs::path folder_;
+                int told_ = 0;
+            };
+            return std::make_unique<Crowd>(folder);
+        }
+    };
+    CrowdedFileSystem fileSystem;
+    std::vector<InputItem> items;
+    const std::uint64_t peak = peakMemoryOf([&] { items = scan(fileSystem, Paths{"/photos"}, true); });
+    EXPECT_THAT(items, ElementsAre(InputItem{"/photos/100000.png", ""}));
+    if (!underAddressSanitizer) { // which holds on to what was freed
+        EXPECT_LT(peak, std::uint64_t{8} << 20);
     }
 }
 
