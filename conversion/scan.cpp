@@ -1,6 +1,7 @@
 #include "conversion/scan.h"
 
 #include "conversion/converter.h"
+#include "conversion/standard_path.h"
 #include "platform/file_order.h"
 #include "platform/text.h"
 
@@ -11,7 +12,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <system_error>
 #include <unordered_set>
 #include <utility>
 
@@ -20,16 +20,6 @@ namespace ovrel {
 namespace {
 
 namespace fs = std::filesystem;
-
-/// The path by which one file is recognised however it was written.
-fs::path standardised(const fs::path& path) {
-    std::error_code error;
-    const fs::path absolute = fs::absolute(path, error);
-    if (error) {
-        throw FileError::fromSystem(error.value(), FileOperation::reading, path);
-    }
-    return absolute.lexically_normal();
-}
 
 /// The system would take the path to end at a NUL: another file would be read than the one whose name was judged.
 void refuseNul(const fs::path& path) {
@@ -64,7 +54,7 @@ bool isAccepted(const fs::path& path, const ResourceValues& values) {
 class Gathering {
 public:
     void add(InputItem item) {
-        if (seen_.insert(standardised(item.url).native()).second) {
+        if (seen_.insert(standardised(item.url)).second) {
             items_.push_back(std::move(item));
         }
     }

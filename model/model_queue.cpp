@@ -1,8 +1,8 @@
 // How the list of images comes to be, and how it is edited.
 
+#include "conversion/standard_path.h"
 #include "model/model.h"
 #include "model/model_step.h"
-#include "model/standard_path.h"
 
 #include <QMetaObject>
 
