@@ -71,7 +71,7 @@ Image decodeStill(ImageSource& source, const Services& services) {
 }
 
 ConversionResult convertChecked(const InputItem& item, const fs::path& output, double quality, EncodingMode mode,
-                                int speed, const Services& services) {
+                                int speed, const Services& services, Turn& turn) {
     if (item.isAVIF()) {
         fs::path file = publishWritten(
             item, output, services, [&](const fs::path& temporary) { services.files->copyFile(item.url, temporary); });
@@ -86,7 +86,8 @@ ConversionResult convertChecked(const InputItem& item, const fs::path& output, d
     if (!source) {
         throw unreadableImageError();
     }
-    const MemoryShare share(bytesFor(source->properties(0), mostBytesPerPixel), services.fitsIntoMemory);
+    const MemoryShare share(bytesFor(source->properties(0), mostBytesPerPixel), services.fitsIntoMemory, turn.stop);
+    turn.waited = share.waited();
     const bool multiImage = source->count() > 1;
     if (item.isGIF() && multiImage) {
         if (!fitsIntoMemory(source->properties(0), services)) {
@@ -115,9 +116,9 @@ bool canWriteAvif(const Services& services) {
 }
 
 ConversionResult convertItem(const InputItem& item, const fs::path& output, double quality, EncodingMode mode,
-                             int speed, const Services& services) {
+                             int speed, const Services& services, Turn& turn) {
     try {
-        return convertChecked(item, output, quality, mode, speed, services);
+        return convertChecked(item, output, quality, mode, speed, services, turn);
     } catch (const std::bad_alloc&) {
         throw memoryError();
     }
@@ -129,7 +130,8 @@ bool Converter::supported() {
 
 ConversionResult Converter::convert(const InputItem& item, const fs::path& output, double quality, EncodingMode mode,
                                     int speed) {
-    return convertItem(item, output, quality, mode, speed, {});
+    Turn turn;
+    return convertItem(item, output, quality, mode, speed, {}, turn);
 }
 
 } // namespace ovrel
