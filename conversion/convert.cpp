@@ -82,7 +82,7 @@ ConversionResult convertChecked(const InputItem& item, const fs::path& output, d
         throw ConversionError("Эта версия macOS не поддерживает запись AVIF. Требуется macOS 26 или новее.",
                               "This version of macOS cannot write AVIF files. macOS 26 or later is required.");
     }
-    const std::unique_ptr<ImageSource> source = services.openImage(item.url);
+    std::unique_ptr<ImageSource> source = services.openImage(item.url);
     if (!source) {
         throw unreadableImageError();
     }
@@ -98,6 +98,7 @@ ConversionResult convertChecked(const InputItem& item, const fs::path& output, d
         return {std::move(file), true};
     }
     Image image = decodeStill(*source, services);
+    source.reset(); // it may hold the whole file and canvases, for which nothing is set aside while encoding
     fs::path file = publishWritten(item, output, services, [&](const fs::path& temporary) {
         if (withSystem) {
             encodeWithSystem(std::move(image), temporary, quality, services);
