@@ -42,11 +42,6 @@ private:
     std::vector<std::size_t> parents_;
 };
 
-/// Where Converter::convert() writes the results of an item.
-fs::path resultFolder(const InputItem& item, const fs::path& output) {
-    return item.relativeDirectory.empty() ? output : output / item.relativeDirectory;
-}
-
 /// Names what the user has to look at: a folder deep inside may be what kept a given one from being searched.
 UnreadablePath unreadable(const fs::path& given, const std::exception_ptr& error) {
     try {

@@ -27,17 +27,11 @@ namespace fs = std::filesystem;
 constexpr std::uint64_t leastBytesPerPixel = 17;
 constexpr std::uint64_t mostBytesPerPixel = 43;
 
-/// Where results of `item` go; created when missing.
-fs::path targetFolder(const InputItem& item, const fs::path& output, const Services& services) {
-    fs::path folder = item.relativeDirectory.empty() ? output : output / item.relativeDirectory;
-    services.files->createDirectories(folder);
-    return folder;
-}
-
 /// Lets `write` fill a hidden file and publishes it.
 template <typename Write>
 fs::path publishWritten(const InputItem& item, const fs::path& output, const Services& services, const Write& write) {
-    const fs::path folder = targetFolder(item, output, services);
+    const fs::path folder = resultFolder(item, output);
+    services.files->createDirectories(folder);
     const TemporaryFile temporary(folder);
     write(temporary.path());
     return publish(*services.files, temporary.path(), item, folder);
