@@ -3,7 +3,7 @@
 #pragma once
 
 #include "cli/plan.h"
-#include "cli/wording.h"
+#include "cli/totals.h"
 
 #include <chrono>
 #include <cstddef>
