@@ -67,6 +67,8 @@ using StepFunction = std::function<Outcome(const Step&)>;
 /// Runs until every step is done, or, after a request to stop, until those in hand are.
 /// \param jobs steps at once, at least 1
 /// \return counts; stopped tells whether `stop` was requested by the end
+/// \throws std::system_error when not even one thread can be started, std::bad_alloc, and whatever the observer throws;
+/// the steps in hand are finished first
 Totals runBatch(std::span<const Step> plan, unsigned jobs, const StepFunction& work, const std::stop_token& stop,
                 BatchObserver& observer);
 
