@@ -15,6 +15,10 @@ std::string baseName(const std::filesystem::path& file) {
 
 } // namespace
 
+std::filesystem::path resultFolder(const InputItem& item, const std::filesystem::path& output) {
+    return item.relativeDirectory.empty() ? output : output / item.relativeDirectory;
+}
+
 std::filesystem::path resultName(const InputItem& item, std::uint64_t number) {
     const std::string suffix = number == 1 ? "" : '-' + std::to_string(number);
     return baseName(item.url) + suffix + ".avif";

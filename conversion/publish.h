@@ -10,6 +10,9 @@
 
 namespace ovrel {
 
+/// The folder for the result of `item`: as deep below `output` as its source lay below the folder that was added.
+std::filesystem::path resultFolder(const InputItem& item, const std::filesystem::path& output);
+
 /// The names for a result, in the order in which they are tried: base.avif, base-2.avif, …, where base is the source's
 /// name without its last extension.
 /// \param number from 1

@@ -21,20 +21,20 @@ QThreadPool& backgroundThreads();
 
 /// A result, or what was thrown instead of one.
 template <typename Result>
-using Outcome = std::variant<Result, std::exception_ptr>;
+using ResultOrError = std::variant<Result, std::exception_ptr>;
 
-/// Calls `work` in one of the background threads. Its exceptions are part of the outcome, because QtConcurrent would
-/// replace them by one of its own.
-/// \param work takes nothing and refers to nothing that may end before it
+/// Calls `work` in one of the background threads. Its exceptions come back as values, because QtConcurrent would
+/// replace them by one of its own. \param work takes nothing and refers to nothing that may end before it
 template <typename Work>
-QFuture<Outcome<std::invoke_result_t<Work>>> inBackground(Work work) {
-    return QtConcurrent::run(&backgroundThreads(), [work = std::move(work)]() -> Outcome<std::invoke_result_t<Work>> {
-        try {
-            return work();
-        } catch (...) {
-            return std::current_exception();
-        }
-    });
+QFuture<ResultOrError<std::invoke_result_t<Work>>> inBackground(Work work) {
+    return QtConcurrent::run(&backgroundThreads(),
+                             [work = std::move(work)]() -> ResultOrError<std::invoke_result_t<Work>> {
+                                 try {
+                                     return work();
+                                 } catch (...) {
+                                     return std::current_exception();
+                                 }
+                             });
 }
 
 } // namespace ovrel

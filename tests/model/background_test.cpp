@@ -14,8 +14,8 @@ namespace ovrel::test {
 namespace {
 
 TEST(Background, GivesWhatTheWorkReturnsOrThrows) {
-    const QFuture<Outcome<int>> sum = inBackground([] { return 1 + 2; });
-    const QFuture<Outcome<int>> failure = inBackground([]() -> int { throw std::runtime_error("why"); });
+    const QFuture<ResultOrError<int>> sum = inBackground([] { return 1 + 2; });
+    const QFuture<ResultOrError<int>> failure = inBackground([]() -> int { throw std::runtime_error("why"); });
     EXPECT_EQ(std::get<int>(sum.result()), 3);
     try {
         std::rethrow_exception(std::get<std::exception_ptr>(failure.result()));
@@ -25,7 +25,7 @@ TEST(Background, GivesWhatTheWorkReturnsOrThrows) {
 }
 
 TEST(Background, IsNoThreadThatQtPaintsWith) {
-    const QFuture<Outcome<std::thread::id>> work = inBackground([] {
+    const QFuture<ResultOrError<std::thread::id>> work = inBackground([] {
         EXPECT_TRUE(backgroundThreads().contains(QThread::currentThread()));
         EXPECT_FALSE(QThreadPool::globalInstance()->contains(QThread::currentThread()));
         return std::this_thread::get_id();
