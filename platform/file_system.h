@@ -72,8 +72,10 @@ public:
     virtual void flush(const std::filesystem::path& file) = 0;
 
     /// Renames `from` to `to` on one volume, in one step that never replaces an existing `to`.
-    /// \throws FileError (writing); whether `to` exists then tells a taken name from other failures
-    virtual void moveWithoutReplacing(const std::filesystem::path& from, const std::filesystem::path& to) = 0;
+    /// \return false when `to` is taken; nothing has changed then
+    /// \throws FileError (writing) for every other failure
+    [[nodiscard]] virtual bool moveWithoutReplacing(const std::filesystem::path& from,
+                                                    const std::filesystem::path& to) = 0;
 
     /// Removes a file; a failure is ignored.
     virtual void remove(const std::filesystem::path& file) noexcept = 0;
