@@ -38,8 +38,9 @@ struct ImageLimits {
 class ImageSource {
 public:
     /// Decodes no pixel yet. The file stays open or is in memory, so it may be renamed or replaced meanwhile.
-    /// \return null when the file is no regular file that can be read, or its format is not known. A file of a known
-    ///         format whose header is damaged opens with one image of unknown size.
+    /// \return null when the file is no regular file that can be read, or its format is not known. A symbolic link is
+    ///         not followed: one that takes a file's place after the scan leads nowhere, as one that the scan meets. A
+    ///         file of a known format whose header is damaged opens with one image of unknown size.
     /// \throws std::bad_alloc when memory is lacking for its facts
     static std::unique_ptr<ImageSource> open(const std::filesystem::path& file);
     /// An AVIF in memory, whose bytes are copied. A picture beyond `limits` takes no memory and fails to decode.

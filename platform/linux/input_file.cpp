@@ -25,7 +25,7 @@ constexpr std::size_t blockBytes = std::size_t{64} << 10;
 std::optional<InputFile> InputFile::open(const std::filesystem::path& path) {
     // Without O_NONBLOCK a named pipe would wait for a writer before its type can be looked at.
     const int descriptor =
-        uninterrupted([&] { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY); });
+        uninterrupted([&] { return ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY); });
     if (descriptor < 0) {
         return std::nullopt;
     }

@@ -14,7 +14,8 @@ namespace ovrel {
 /// An open regular file, read at any place. Movable; one thread at a time.
 class InputFile {
 public:
-    /// \return nothing when `path` is no regular file that can be read; never waits on a pipe or device
+    /// \return nothing when `path` is no regular file that can be read, a link to one included, though folders above it
+    ///         may be links; never waits on a pipe or device
     static std::optional<InputFile> open(const std::filesystem::path& path);
 
     /// A file that holds a copy of `bytes` and lies on no disk.
