@@ -61,7 +61,7 @@ public:
 
     /// Copies a regular file with its permissions and times, sharing its blocks where the volume can.
     /// `to` must not exist.
-    /// \throws FileError (reading for the source, writing for the copy)
+    /// \throws FileError (reading for the source, which may be no link and have 4 GiB at most, writing for the copy)
     virtual void copyFile(const std::filesystem::path& from, const std::filesystem::path& to) = 0;
 
     /// \return whether anything has this name, a dangling link included

@@ -2,9 +2,11 @@
 
 #include "platform/file_error.h"
 #include "platform/linux/file_descriptor.h"
+#include "platform/linux/input_file.h"
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <vector>
 
 #include <fcntl.h>
@@ -39,7 +41,7 @@ void copyRegularFile(const std::filesystem::path& from, const std::filesystem::p
     if (!source || ::fstat(source.get(), &facts) != 0) {
         throw readingFailed(from);
     }
-    if (!S_ISREG(facts.st_mode)) {
+    if (!S_ISREG(facts.st_mode) || static_cast<std::uint64_t>(facts.st_size) > maximumFileBytes) {
         throw FileError(FileError::readUnknown, from);
     }
 

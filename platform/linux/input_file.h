@@ -11,6 +11,10 @@
 
 namespace ovrel {
 
+/// A larger file is neither decoded nor copied. A WebP cannot be larger, and other formats hold 2²⁸ pixels of 16 bytes
+/// in so much. One that is empty inside costs no disk, yet would be read for minutes, and its copy would fill the disk.
+constexpr std::uint64_t maximumFileBytes = std::uint64_t{4} << 30;
+
 /// An open regular file, read at any place. Movable; one thread at a time.
 class InputFile {
 public:
