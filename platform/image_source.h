@@ -28,10 +28,11 @@ struct ImageProperties {
     std::optional<double> gifDelayTime;
 };
 
-/// How large the pictures of a file may be, as they are coded. Cropping and a false header do not get around it.
+/// How large the pictures of a file may be, as they are coded: no side is longer than the longer of these, and there
+/// are no more pixels than width × height, nor more than 2²⁸. Cropping and a false header do not get around it.
 struct ImageLimits {
-    std::uint32_t width = 0;  ///< pixels
-    std::uint32_t height = 0; ///< pixels
+    std::uint32_t width = 1;  ///< pixels, at least 1
+    std::uint32_t height = 1; ///< pixels, at least 1
 };
 
 /// An open image file. One thread at a time; different objects are independent.
