@@ -17,8 +17,8 @@ std::filesystem::path resultName(const InputItem& item, std::uint64_t number);
 
 /// Flushes `temporary` and moves it, within `folder`, to the first of the names by resultName() that is free. Any
 /// thread, several at once into one folder: a name that another writer takes first is passed over. After a crash of the
-/// computer a final name never holds less than the whole file, but for the empty one that moveByPlaceholder() in
-/// platform/linux/file_move.h tells of.
+/// computer a final name never holds less than the whole file, where the volume can flush and rename without replacing;
+/// where it can not, see FileSystem::flush() and moveWithoutReplacing().
 /// \return the new name
 /// \throws FileError; `temporary` is still there then
 std::filesystem::path publish(FileSystem& fileSystem, const std::filesystem::path& temporary, const InputItem& item,

@@ -64,16 +64,16 @@ public:
     /// \throws FileError (reading for the source, which may be no link and have 4 GiB at most, writing for the copy)
     virtual void copyFile(const std::filesystem::path& from, const std::filesystem::path& to) = 0;
 
-    /// \return whether anything has this name, a dangling link included
+    /// \return whether anything has this name, a dangling link included; false also where the system does not tell
     virtual bool exists(const std::filesystem::path& path) = 0;
 
-    /// Waits until the file's content is on the disk.
-    /// \throws FileError (writing)
+    /// Waits until the file's content is on the disk, as far as its volume can say so: one that knows no flushing
+    /// counts as done. \throws FileError (writing)
     virtual void flush(const std::filesystem::path& file) = 0;
 
-    /// Renames `from` to `to` on one volume, in one step that never replaces an existing `to`.
-    /// \return false when `to` is taken; nothing has changed then
-    /// \throws FileError (writing) for every other failure
+    /// Renames `from` to `to` on one volume, never replacing an existing `to`. On a volume that has no such step, `to`
+    /// is an empty file for a moment, and what another program writes into that very file meanwhile is lost. \return
+    /// false when `to` is taken; nothing has changed then \throws FileError (writing) for every other failure
     [[nodiscard]] virtual bool moveWithoutReplacing(const std::filesystem::path& from,
                                                     const std::filesystem::path& to) = 0;
 

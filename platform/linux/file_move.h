@@ -22,8 +22,9 @@ MoveResult moveByLink(const std::filesystem::path& from, const std::filesystem::
 
 /// By taking the name with an empty file first and replacing that. For volumes that have neither of the above (exFAT
 /// and several network shares through FUSE), where only an ordinary rename exists, and that alone could replace a file
-/// that another program has just written. The empty file stays after a crash between the two steps, and where the
-/// volume refuses to rename and to remove it; that is a failure then, never a taken name.
+/// that another program has just written; what one writes into the empty file before it is replaced is lost. The empty
+/// file stays after a crash between the two steps, and where the volume refuses to rename and to remove it; that is a
+/// failure then, never a taken name.
 MoveResult moveByPlaceholder(const std::filesystem::path& from, const std::filesystem::path& to);
 
 /// FileSystem::moveWithoutReplacing(): the first of these ways that the volume has.
