@@ -7,6 +7,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <vector>
 
 #include <fcntl.h>
@@ -90,13 +91,8 @@ void copyThroughBuffer(int from, int to, const std::filesystem::path& source, co
         if (filled == 0) {
             return;
         }
-        for (ssize_t done = 0; done < filled;) {
-            const auto left = static_cast<std::size_t>(filled - done);
-            const ssize_t written = uninterrupted([&] { return ::write(to, buffer.data() + done, left); });
-            if (written < 0) {
-                throw writingFailed(copy);
-            }
-            done += written;
+        if (!writeAll(to, std::span(buffer).first(static_cast<std::size_t>(filled)))) {
+            throw writingFailed(copy);
         }
     }
 }
