@@ -2,6 +2,8 @@
 /// The bytes of an open image file.
 #pragma once
 
+#include "platform/linux/file_descriptor.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -22,15 +24,8 @@ public:
     ///         may be links; never waits on a pipe or device
     static std::optional<InputFile> open(const std::filesystem::path& path);
 
-    /// A file that holds a copy of `bytes` and lies on no disk.
-    /// \throws std::bad_alloc
-    static InputFile inMemory(std::span<const std::uint8_t> bytes);
-
-    /// Takes over an open descriptor of a regular file or of memory.
-    explicit InputFile(int descriptor);
-    ~InputFile();
-    InputFile(InputFile&& other) noexcept;
-    InputFile& operator=(InputFile&& other) noexcept;
+    /// \param file a regular file or memory, open for reading
+    explicit InputFile(FileDescriptor file);
 
     /// Bytes in the file when it was opened.
     std::uint64_t size() const { return size_; }
@@ -45,7 +40,7 @@ public:
     std::optional<std::vector<std::uint8_t>> readAll() const;
 
 private:
-    int descriptor_ = -1;
+    FileDescriptor file_;
     std::uint64_t size_ = 0;
 };
 
