@@ -77,9 +77,6 @@ public:
     [[nodiscard]] virtual bool moveWithoutReplacing(const std::filesystem::path& from,
                                                     const std::filesystem::path& to) = 0;
 
-    /// Removes a file; a failure is ignored.
-    virtual void remove(const std::filesystem::path& file) noexcept = 0;
-
     /// Bytes of a file.
     /// \throws FileError (reading)
     virtual std::uint64_t fileSize(const std::filesystem::path& file) = 0;

@@ -181,17 +181,6 @@ TEST(FileSystem, TellsWhetherANameIsTaken) {
     EXPECT_FALSE(files().exists(folder / std::string(256, 'x')));
 }
 
-TEST(FileSystem, RemovesAFileOrItsLinkAndNothingElse) {
-    const TemporaryFolder folder;
-    folder.write("file", "");
-    folder.write("sub/kept", "");
-    fs::create_symlink("sub/kept", folder / "link");
-    for (const char* name : {"file", "link", "sub", "missing"}) {
-        files().remove(folder / name);
-    }
-    EXPECT_THAT(folder.listing(), ElementsAre("sub", "sub/kept"));
-}
-
 TEST(FileSystem, FlushesAFile) {
     const TemporaryFolder folder;
     const fs::path file = folder.write("file", "content");

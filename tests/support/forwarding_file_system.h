@@ -21,7 +21,6 @@ public:
     bool moveWithoutReplacing(const std::filesystem::path& from, const std::filesystem::path& to) override {
         return native().moveWithoutReplacing(from, to);
     }
-    void remove(const std::filesystem::path& file) noexcept override { native().remove(file); }
     std::uint64_t fileSize(const std::filesystem::path& file) override { return native().fileSize(file); }
     void copyModificationTime(const std::filesystem::path& from, const std::filesystem::path& to) override {
         native().copyModificationTime(from, to);
