@@ -32,13 +32,12 @@ std::filesystem::path publish(FileSystem& fileSystem, const std::filesystem::pat
         if (fileSystem.exists(candidate)) {
             continue;
         }
-        try {
-            fileSystem.moveWithoutReplacing(temporary, candidate);
+        if (fileSystem.moveWithoutReplacing(temporary, candidate)) {
             return candidate;
-        } catch (const FileError&) {
-            if (!fileSystem.exists(candidate)) {
-                throw;
-            }
+        }
+        // A volume that calls free names taken would have us count without end.
+        if (!fileSystem.exists(candidate)) {
+            throw FileError(FileError::writeUnknown, candidate);
         }
     }
 }
