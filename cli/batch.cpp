@@ -1,5 +1,7 @@
 #include "cli/batch.h"
 
+#include "conversion/turn.h"
+
 #include <algorithm>
 #include <condition_variable>
 #include <map>
@@ -15,21 +17,23 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-std::chrono::milliseconds millisecondsSince(Clock::time_point start) {
-    return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
+std::chrono::milliseconds inMilliseconds(Clock::duration duration) {
+    return std::chrono::duration_cast<std::chrono::milliseconds>(duration);
 }
 
-Outcome outcomeOf(const StepFunction& work, const Step& step) {
+/// \return false when the step was not begun
+bool carryOut(const StepFunction& work, const Step& step, Outcome& outcome) {
     const Clock::time_point start = Clock::now();
-    Outcome outcome;
     try {
         outcome = work(step);
+    } catch (const NotBegun&) {
+        return false;
     } catch (...) {
         outcome = {};
         outcome.error = std::current_exception();
     }
-    outcome.duration = millisecondsSince(start);
-    return outcome;
+    outcome.duration = inMilliseconds(Clock::now() - start - outcome.waited);
+    return true;
 }
 
 class Batch {
@@ -129,9 +133,12 @@ private:
                 lock.unlock();
                 // Its place is made first: when memory runs out, no step that was done is lost.
                 std::map<std::size_t, Outcome> done;
-                Outcome& outcome = done[step];
-                outcome = outcomeOf(work_, plan_[step]);
+                const bool wasBegun = carryOut(work_, plan_[step], done[step]);
                 lock.lock();
+                if (!wasBegun) {
+                    ended_ = true;
+                    return;
+                }
                 waiting_.merge(done);
                 ++progress_.completed;
                 progress_.worked += plan_[step].isWork() ? 1U : 0U;
@@ -177,7 +184,7 @@ private:
         const Step* const shown = progress_.current;
         if (shown != nullptr) {
             BatchProgress progress = progress_;
-            progress.elapsed = millisecondsSince(start_);
+            progress.elapsed = inMilliseconds(Clock::now() - start_);
             progress.stopping = stop_.stop_requested();
             lock.unlock();
             observer_.progressed(progress);
@@ -204,7 +211,7 @@ private:
     std::size_t cursor_ = 0;                 ///< the first step that no worker has looked at
     std::size_t told_ = 0;                   ///< steps before this one have been told of
     std::size_t working_ = 0;                ///< workers
-    bool ended_ = false;                     ///< the observer wants no more, or something failed
+    bool ended_ = false;                     ///< nothing more begins, whether or not `stop_` was requested
     std::exception_ptr failure_;             ///< what broke the batch off
     BatchProgress progress_;
     Totals totals_;

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "cli/plan.h"
-#include "cli/wording.h"
+#include "cli/totals.h"
 
 #include <chrono>
 #include <cstddef>
@@ -26,8 +26,9 @@ struct Outcome {
     bool multiImage = false;      ///< the source holds several images
     std::exception_ptr error;     ///< not null exactly when the status is failed
     std::optional<std::uint64_t> sourceBytes;
-    std::optional<std::uint64_t> resultBytes; ///< of a file written
-    std::chrono::milliseconds duration{0};
+    std::optional<std::uint64_t> resultBytes;      ///< of a file written
+    std::chrono::steady_clock::duration waited{0}; ///< for memory that other steps had set aside
+    std::chrono::milliseconds duration{0};         ///< time spent on the step, not waited; set by the batch
 };
 
 /// How far a batch has come.
@@ -59,12 +60,15 @@ protected:
     BatchObserver& operator=(const BatchObserver&) = default;
 };
 
-/// Does one step; called by several threads at once. What it throws becomes a failure of the step.
+/// Does one step; called by several threads at once. What it throws becomes a failure of the step, but NotBegun: the
+/// step remains, and the batch ends as by a request to stop.
 using StepFunction = std::function<Outcome(const Step&)>;
 
 /// Runs until every step is done, or, after a request to stop, until those in hand are.
 /// \param jobs steps at once, at least 1
 /// \return counts; stopped tells whether `stop` was requested by the end
+/// \throws std::system_error when not even one thread can be started, std::bad_alloc, and whatever the observer throws;
+/// the steps in hand are finished first
 Totals runBatch(std::span<const Step> plan, unsigned jobs, const StepFunction& work, const std::stop_token& stop,
                 BatchObserver& observer);
 

@@ -1,9 +1,10 @@
 #include "cli/display_text.h"
 
-#include <QByteArrayView>
+#include "model/path_text.h"
+
 #include <QChar>
 #include <QList>
-#include <QStringConverter>
+#include <QString>
 
 #include <cwchar>
 
@@ -16,30 +17,7 @@ std::size_t columnsOf(char32_t character) {
     return columns < 0 ? 1 : static_cast<std::size_t>(columns);
 }
 
-QStringDecoder utf8Decoder() {
-    // A name may begin with a byte order mark, which belongs to it.
-    return QStringDecoder(QStringConverter::Utf8,
-                          QStringConverter::Flag::Stateless | QStringConverter::Flag::ConvertInitialBom);
-}
-
-QByteArrayView view(std::string_view bytes) {
-    return {bytes.data(), static_cast<qsizetype>(bytes.size())};
-}
-
 } // namespace
-
-QString decoded(std::string_view bytes) {
-    return utf8Decoder().decode(view(bytes));
-}
-
-std::optional<QString> decodedExactly(std::string_view bytes) {
-    QStringDecoder decoder = utf8Decoder();
-    QString text = decoder.decode(view(bytes));
-    if (decoder.hasError()) {
-        return std::nullopt;
-    }
-    return text;
-}
 
 bool isControl(char16_t character) {
     switch (QChar::category(character)) {
@@ -54,7 +32,7 @@ bool isControl(char16_t character) {
 }
 
 std::string displayable(std::string_view bytes) {
-    QString text = decoded(bytes);
+    QString text = textOf(bytes);
     for (QChar& character : text) {
         if (isControl(character.unicode())) {
             character = QChar::ReplacementCharacter;
@@ -65,7 +43,7 @@ std::string displayable(std::string_view bytes) {
 
 std::size_t columnsOf(std::string_view text) {
     std::size_t columns = 0;
-    for (const char32_t character : decoded(text).toUcs4()) {
+    for (const char32_t character : textOf(text).toUcs4()) {
         columns += columnsOf(character);
     }
     return columns;
@@ -80,7 +58,7 @@ std::string cut(std::string_view text, std::size_t columns) {
     }
     QString kept;
     std::size_t used = 1; // the ellipsis
-    for (const char32_t character : decoded(text).toUcs4()) {
+    for (const char32_t character : textOf(text).toUcs4()) {
         used += columnsOf(character);
         if (used > columns) {
             break;

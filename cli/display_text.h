@@ -2,20 +2,11 @@
 /// Text on its way to a terminal.
 #pragma once
 
-#include <QString>
-
 #include <cstddef>
-#include <optional>
 #include <string>
 #include <string_view>
 
 namespace ovrel::cli {
-
-/// Decodes UTF-8; what is none becomes U+FFFD.
-QString decoded(std::string_view bytes);
-
-/// \return nothing when `bytes` are not UTF-8
-std::optional<QString> decodedExactly(std::string_view bytes);
 
 /// Whether a terminal could take the character for a command, or let it move the text around it: controls, line and
 /// paragraph separators, and those that change the writing direction.

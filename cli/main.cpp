@@ -8,6 +8,7 @@
 #include "cli/step_work.h"
 #include "cli/stop_signals.h"
 #include "cli/wording.h"
+#include "conversion/convert.h"
 #include "conversion/converter.h"
 #include "platform/codec_versions.h"
 #include "platform/file_system.h"
@@ -20,6 +21,7 @@
 #include <cstdlib>
 #include <exception>
 #include <span>
+#include <stop_token>
 #include <string>
 #include <system_error>
 #include <thread>
@@ -64,16 +66,16 @@ std::vector<fs::path> allPaths(const Options& options) {
     return paths;
 }
 
-StepFunction workFor(const Options& options) {
+StepFunction workFor(const Options& options, const std::stop_token& stop) {
     FileSystem& files = FileSystem::native();
     if (options.dryRun) {
         return [&files](const Step& step) { return foretell(step, files); };
     }
-    return [&files, &options](const Step& step) {
-        const auto convert = [&options](const InputItem& item) {
-            return Converter::convert(item, options.output, options.quality / 100.0, options.mode, options.speed);
+    return [&files, &options, stop](const Step& step) {
+        const auto convert = [&options](const InputItem& item, Turn& turn) {
+            return convertItem(item, options.output, options.quality / 100.0, options.mode, options.speed, {}, turn);
         };
-        return carryOut(step, convert, files, options.preserveTimes);
+        return carryOut(step, convert, files, options.preserveTimes, stop);
     };
 }
 
@@ -93,6 +95,9 @@ ExitStatus run(const Options& options, AppLanguage language, DescriptorOutput& o
         paths = allPaths(options);
     } catch (const PathTooLong&) {
         complain(err, options.filesFrom->native() + ": " + std::string(text(Text::pathTooLong, language)));
+        return wrongUsage;
+    } catch (const NulInPath&) {
+        complain(err, options.filesFrom->native() + ": " + std::string(text(Text::nulInList, language)));
         return wrongUsage;
     } catch (const FileError&) {
         complain(err, options.filesFrom->native() + ": " + describe(std::current_exception(), language));
@@ -118,7 +123,7 @@ ExitStatus run(const Options& options, AppLanguage language, DescriptorOutput& o
                    .dryRun = options.dryRun},
                   out, err, [] { return terminalColumns(STDERR_FILENO); });
     const unsigned jobs = options.jobs > 0 ? options.jobs : std::max(1U, std::thread::hardware_concurrency());
-    Totals totals = runBatch(plan, jobs, workFor(options), signals.token(), report);
+    Totals totals = runBatch(plan, jobs, workFor(options, signals.token()), signals.token(), report);
     totals.showSkipped = options.skipExisting;
 
     if (!report.summarise(totals) || out.error() != 0) {

@@ -73,7 +73,10 @@ private:
     std::string word(Text which) const { return std::string(text(which, language_)); }
     CLI::Option* addValue(const std::string& names, std::string& value, const std::string& placeholder, Text help);
     void addFlag(const std::string& names, bool& value, Text help);
-    void takePaths();
+    Invocation answer(Invocation::Kind kind, std::string text) const;
+    std::optional<std::string> takePaths();
+    std::optional<std::string> missing() const;
+    void takeValues();
     std::string help() const;
     std::string explain(const CLI::ArgumentMismatch& mismatch) const;
 
@@ -139,62 +142,75 @@ void Parser::addFlag(const std::string& names, bool& value, Text help) {
 }
 
 Invocation Parser::parse(const std::vector<std::string>& arguments) {
-    Invocation invocation;
-    invocation.language = language_;
-    const auto wrongUsage = [&invocation](std::string message) {
-        invocation.kind = Invocation::Kind::wrongUsage;
-        invocation.text = std::move(message);
-        return invocation;
-    };
-
+    using Kind = Invocation::Kind;
     try {
         // CLI11 takes them in reverse order.
         app_.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
     } catch (const CLI::CallForHelp&) {
-        invocation.kind = Invocation::Kind::help;
-        invocation.text = help();
-        return invocation;
+        return answer(Kind::help, help());
     } catch (const CLI::CallForVersion&) {
-        invocation.kind = Invocation::Kind::version;
-        return invocation;
+        return answer(Kind::version, {});
     } catch (const CLI::ValidationError& error) {
-        return wrongUsage(error.what());
+        return answer(Kind::wrongUsage, error.what());
     } catch (const CLI::ArgumentMismatch& error) {
-        return wrongUsage(explain(error));
+        return answer(Kind::wrongUsage, explain(error));
     } catch (const CLI::ParseError& error) {
-        return wrongUsage(misusedOption(error.what(), language_));
+        return answer(Kind::wrongUsage, misusedOption(error.what(), language_));
     }
+    if (std::optional<std::string> complaint = takePaths()) {
+        return answer(Kind::wrongUsage, *std::move(complaint));
+    }
+    if (std::optional<std::string> complaint = missing()) {
+        return answer(Kind::wrongUsage, *std::move(complaint));
+    }
+    takeValues();
+    return {.kind = Kind::run, .language = language_, .options = std::move(options_), .text = {}};
+}
 
+Invocation Parser::answer(Invocation::Kind kind, std::string text) const {
+    return {.kind = kind, .language = language_, .options = {}, .text = std::move(text)};
+}
+
+/// \return what is wrong, if anything
+std::optional<std::string> Parser::takePaths() {
     bool onlyPaths = false;
     for (const std::string& argument : app_.remaining()) {
         if (!onlyPaths && argument == "--") {
             onlyPaths = true;
         } else if (!onlyPaths && argument.size() > 1 && argument.front() == '-') {
-            return wrongUsage(unknownOption(argument, language_));
+            return unknownOption(argument, language_);
         } else {
             options_.paths.emplace_back(argument);
         }
     }
     if (app_.count("--files-from") > 0) {
         options_.filesFrom = filesFrom_;
-    } else if (options_.nulSeparated) {
-        return wrongUsage(word(Text::nulWithoutList));
+    }
+    return std::nullopt;
+}
+
+/// \return what the command line lacks, if anything
+std::optional<std::string> Parser::missing() const {
+    if (options_.nulSeparated && !options_.filesFrom) {
+        return word(Text::nulWithoutList);
     }
     if (output_.empty()) {
-        return wrongUsage(word(Text::noOutput));
+        return word(Text::noOutput);
     }
     if (options_.paths.empty() && !options_.filesFrom) {
-        return wrongUsage(word(Text::noPaths));
+        return word(Text::noPaths);
     }
+    return std::nullopt;
+}
 
+/// The texts have passed the checks of their options.
+void Parser::takeValues() {
     options_.output = output_;
     options_.quality = qualityOf(quality_).value();
     options_.mode = choiceNamed(modes, mode_).value();
     options_.speed = choiceNamed(speeds, speed_).value();
     options_.jobs = static_cast<unsigned>(jobsOf(jobs_).value());
     options_.recursive = !flat_;
-    invocation.options = std::move(options_);
-    return invocation;
 }
 
 /// Versions of CLI11 wrap paragraphs and part groups in different ways; they are given the options alone.

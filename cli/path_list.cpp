@@ -44,6 +44,8 @@ std::vector<std::filesystem::path> readPathList(const std::filesystem::path& lis
         for (const char byte : std::string_view(block.data(), size)) {
             if (byte == end) {
                 finishPath();
+            } else if (byte == '\0') {
+                throw NulInPath();
             } else if (path.size() == longestPath) {
                 throw PathTooLong();
             } else {

@@ -2,6 +2,7 @@
 
 #include "conversion/conversion_error.h"
 #include "conversion/publish.h"
+#include "conversion/scan.h"
 #include "platform/file_error.h"
 
 #include <algorithm>
@@ -41,31 +42,14 @@ private:
     std::vector<std::size_t> parents_;
 };
 
-/// Where Converter::convert() writes the results of an item.
-fs::path resultFolder(const InputItem& item, const fs::path& output) {
-    return item.relativeDirectory.empty() ? output : output / item.relativeDirectory;
-}
-
-bool succeeds(const ScanFunction& scan, const fs::path& path, std::exception_ptr& error) {
-    try {
-        scan(std::span(&path, 1));
-        return true;
-    } catch (const ConversionError&) {
-        error = std::current_exception();
-    } catch (const FileError&) {
-        error = std::current_exception();
-    }
-    return false;
-}
-
-/// What the user has to look at: a folder deep inside may be what kept a given one from being searched.
-fs::path culprit(const fs::path& given, const std::exception_ptr& error) {
+/// Names what the user has to look at: a folder deep inside may be what kept a given one from being searched.
+UnreadablePath unreadable(const fs::path& given, const std::exception_ptr& error) {
     try {
         std::rethrow_exception(error);
     } catch (const FileError& failure) {
-        return failure.file().empty() ? given : failure.file();
+        return {failure.file().empty() ? given : failure.file(), error};
     } catch (...) {
-        return given;
+        return {given, error};
     }
 }
 
@@ -79,17 +63,19 @@ Findings find(std::span<const fs::path> paths, const ScanFunction& scan) {
     } catch (const ConversionError&) {
     } catch (const FileError&) {
     }
-    // A scan gives all or nothing: each path is tried alone before the good ones are searched together.
-    std::vector<fs::path> readable;
+    // A scan gives all or nothing, so each path is searched alone. What that finds is kept: a folder that was
+    // searched once may fail the next time.
+    std::vector<std::vector<InputItem>> found;
     for (const fs::path& path : paths) {
-        std::exception_ptr error;
-        if (succeeds(scan, path, error)) {
-            readable.push_back(path);
-        } else {
-            findings.unreadable.push_back({culprit(path, error), error});
+        try {
+            found.push_back(scan(std::span(&path, 1)));
+        } catch (const ConversionError&) {
+            findings.unreadable.push_back(unreadable(path, std::current_exception()));
+        } catch (const FileError&) {
+            findings.unreadable.push_back(unreadable(path, std::current_exception()));
         }
     }
-    findings.items = scan(readable);
+    findings.items = merged(std::move(found));
     return findings;
 }
 

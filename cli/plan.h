@@ -29,7 +29,8 @@ struct Findings {
 /// Searches paths for images; as Converter::scan().
 using ScanFunction = std::function<std::vector<InputItem>(std::span<const std::filesystem::path>)>;
 
-/// Searches all paths. One that fails does not spoil the others.
+/// Searches all paths, none more than twice. One that fails does not spoil the others.
+/// \throws what `scan` throws besides ConversionError and FileError
 Findings find(std::span<const std::filesystem::path> paths, const ScanFunction& scan);
 
 /// One line of a run.

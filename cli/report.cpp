@@ -2,6 +2,7 @@
 
 #include "cli/display_text.h"
 #include "cli/progress_line.h"
+#include "model/path_text.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -59,8 +60,9 @@ void insertPath(QJsonObject& object, const QString& key, const std::filesystem::
         return;
     }
     const std::string& bytes = path.native();
-    object.insert(key, decoded(bytes));
-    if (!decodedExactly(bytes)) {
+    const QString shown = textOf(path);
+    object.insert(key, shown);
+    if (shown.toStdString() != bytes) {
         const QByteArray raw = QByteArray::fromRawData(bytes.data(), static_cast<qsizetype>(bytes.size()));
         object.insert(key + QStringLiteral("Base64"), QString::fromLatin1(raw.toBase64()));
     }
@@ -90,8 +92,7 @@ QByteArray itemObject(const Step& step, const Outcome& outcome, AppLanguage lang
     insertPath(object, QStringLiteral("source"), step.item.url);
     insertPath(object, QStringLiteral("result"), outcome.result);
     object.insert(QStringLiteral("status"), statusName(outcome.status));
-    object.insert(QStringLiteral("error"),
-                  outcome.error ? QJsonValue(decoded(describe(outcome.error, language))) : QJsonValue());
+    object.insert(QStringLiteral("error"), outcome.error ? QJsonValue(language.describe(outcome.error)) : QJsonValue());
     object.insert(QStringLiteral("multiImage"), outcome.multiImage);
     object.insert(QStringLiteral("sourceBytes"), number(outcome.sourceBytes));
     object.insert(QStringLiteral("resultBytes"), number(outcome.resultBytes));

@@ -36,13 +36,15 @@ Outcome beginningOf(const Step& step, FileSystem& files) {
 
 } // namespace
 
-Outcome carryOut(const Step& step, const ConvertFunction& convert, FileSystem& files, bool preserveTimes) {
+Outcome carryOut(const Step& step, const ConvertFunction& convert, FileSystem& files, bool preserveTimes,
+                 const std::stop_token& stop) {
     Outcome outcome = beginningOf(step, files);
     if (!step.isWork()) {
         return outcome;
     }
+    Turn turn{.stop = stop};
     try {
-        ConversionResult written = convert(step.item);
+        ConversionResult written = convert(step.item, turn);
         outcome.result = std::move(written.file);
         outcome.multiImage = written.multiImage;
         outcome.resultBytes = sizeOf(outcome.result, files);
@@ -50,9 +52,12 @@ Outcome carryOut(const Step& step, const ConvertFunction& convert, FileSystem& f
             files.copyModificationTime(step.item.url, outcome.result);
         }
         outcome.status = step.action == Step::Action::copy ? Outcome::Status::copied : Outcome::Status::converted;
+    } catch (const NotBegun&) {
+        throw;
     } catch (...) {
         outcome.error = std::current_exception();
     }
+    outcome.waited = turn.waited;
     return outcome;
 }
 

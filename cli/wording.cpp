@@ -1,5 +1,8 @@
 #include "cli/wording.h"
 
+#include "model/path_text.h"
+#include "model/run_texts.h"
+
 #include <array>
 #include <cmath>
 
@@ -75,6 +78,7 @@ constexpr std::array<Row, static_cast<std::size_t>(Text::count)> rows{{
     {Text::nulWithoutList, "-0 needs --files-from", "-0 используется вместе с --files-from"},
     {Text::tryHelp, "ovrel-cli --help explains the usage.", "Справка: ovrel-cli --help"},
     {Text::pathTooLong, "The list holds a path that is too long", "В списке есть слишком длинный путь"},
+    {Text::nulInList, "The list holds NUL bytes; use -0", "В списке есть нулевые байты; используйте -0"},
     {Text::nothingToConvert, "Nothing to convert: no JPG, JPEG, WebP, PNG, GIF or AVIF files found",
      "Нечего преобразовывать: нет файлов JPG, JPEG, WebP, PNG, GIF или AVIF"},
     {Text::outputLost, "Unable to write to standard output: ", "Не удалось записать в стандартный вывод: "},
@@ -100,6 +104,15 @@ std::string choose(AppLanguage language, std::string_view english, std::string_v
 
 std::string counted(std::size_t number, std::string_view english, std::string_view russian, AppLanguage language) {
     return std::to_string(number) + " " + std::string(choose(language, english, russian));
+}
+
+/// What follows the other counts when the user asked to skip.
+std::string skippedCount(const Totals& totals, AppLanguage language) {
+    return totals.showSkipped ? ", " + counted(totals.skipped, "skipped", "пропущено", language) : std::string();
+}
+
+qint64 toNumber(std::size_t count) {
+    return static_cast<qint64>(count);
 }
 
 std::string twoDigits(std::uint64_t number) {
@@ -135,21 +148,13 @@ std::string describe(const std::exception_ptr& error, AppLanguage language) {
 
 std::string successText(const std::filesystem::path& result, bool copied, bool multiImage, bool gif,
                         AppLanguage language) {
-    std::string line = "✓ " + result.filename().native();
-    if (copied) {
-        return line + " · " + std::string(choose(language, "copied", "скопирован"));
-    }
-    if (multiImage && gif) {
-        return line + " · " + std::string(choose(language, "animated", "анимация"));
-    }
-    if (multiImage) {
-        return line + " · " + std::string(choose(language, "first frame only", "только первый кадр"));
-    }
-    return line;
+    const WrittenImage image{
+        .fileName = textOf(result.filename()), .copied = copied, .multiFrame = multiImage, .gif = gif};
+    return ovrel::successText(language, image).toStdString();
 }
 
 std::string failureText(const std::exception_ptr& error, AppLanguage language) {
-    return choose(language, "Error: ", "Ошибка: ", describe(error, language));
+    return ovrel::failureText(language, error).toStdString();
 }
 
 std::string skippedText(const std::filesystem::path& existing, AppLanguage language) {
@@ -162,34 +167,24 @@ std::string plannedText(const std::filesystem::path& result, bool copied, AppLan
 }
 
 std::string summary(const Totals& totals, AppLanguage language) {
-    std::string line(totals.stopped ? choose(language, "Stopped", "Остановлено") : choose(language, "Done", "Готово"));
-    line += ": " + counted(totals.succeeded, "successful", "успешно", language);
-    line += ", " + counted(totals.failed, "failed", "с ошибками", language);
-    if (totals.showSkipped) {
-        line += ", " + counted(totals.skipped, "skipped", "пропущено", language);
-    }
+    std::string line =
+        summaryText(language, totals.stopped, toNumber(totals.succeeded), toNumber(totals.failed)).toStdString();
+    line += skippedCount(totals, language);
     if (totals.stopped) {
         const std::size_t completed = totals.succeeded + totals.failed + totals.skipped;
-        line += ", " + counted(totals.items - completed, "remaining", "осталось", language);
+        line += ", " + remainingText(language, toNumber(totals.items - completed)).toStdString();
     }
     return line;
 }
 
 std::string plannedSummary(const Totals& totals, AppLanguage language) {
-    std::string line =
-        choose(language, "Dry run: ", "Пробный запуск: ", counted(totals.succeeded, "to do", "к выполнению", language));
-    line += ", " + counted(totals.failed, "failed", "с ошибками", language);
-    if (totals.showSkipped) {
-        line += ", " + counted(totals.skipped, "skipped", "пропущено", language);
-    }
-    return line;
+    return choose(language,
+                  "Dry run: ", "Пробный запуск: ", counted(totals.succeeded, "to do", "к выполнению", language)) +
+           ", " + failuresText(language, toNumber(totals.failed)).toStdString() + skippedCount(totals, language);
 }
 
 std::string activityText(bool copying, std::size_t number, std::size_t items, AppLanguage language) {
-    return std::string(copying ? choose(language, "Copying", "Копирую")
-                               : choose(language, "Converting", "Преобразую")) +
-           " " + std::to_string(number) + " " + std::string(choose(language, "of", "из")) + " " +
-           std::to_string(items) + ": ";
+    return ovrel::activityText(language, copying, toNumber(number), toNumber(items)).toStdString();
 }
 
 std::string stoppingText(AppLanguage language) {

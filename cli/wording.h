@@ -2,6 +2,7 @@
 /// Every text that users of ovrel-cli read, in both languages. UTF-8 throughout.
 #pragma once
 
+#include "cli/totals.h"
 #include "model/app_language.h"
 
 #include <cstddef>
@@ -49,6 +50,7 @@ enum class Text {
     nulWithoutList,
     tryHelp,
     pathTooLong,
+    nulInList,
     nothingToConvert,
     outputLost,
     count, ///< not a text: how many there are
@@ -72,16 +74,6 @@ std::string successText(const std::filesystem::path& result, bool copied, bool m
 std::string failureText(const std::exception_ptr& error, AppLanguage language);
 std::string skippedText(const std::filesystem::path& existing, AppLanguage language);
 std::string plannedText(const std::filesystem::path& result, bool copied, AppLanguage language);
-
-/// How many images came to which end.
-struct Totals {
-    std::size_t items = 0;
-    std::size_t succeeded = 0; ///< converted and copied ones
-    std::size_t failed = 0;
-    std::size_t skipped = 0;
-    bool showSkipped = false; ///< whether the user asked to skip
-    bool stopped = false;     ///< by the user
-};
 
 std::string summary(const Totals& totals, AppLanguage language);
 

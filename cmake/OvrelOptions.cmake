@@ -1,5 +1,6 @@
 # How Ovrel is compiled: one interface target carries every flag, so that no folder has its own.
 
+option(OVREL_RELEASE "This build goes to users: it refuses what is there for tests" OFF)
 option(OVREL_BUILD_TESTS "Build the tests" ON)
 option(OVREL_BUILD_BENCH "Build the benchmark" ON)
 option(OVREL_BUILD_FUZZERS "Build the fuzz targets (clang only)" OFF)

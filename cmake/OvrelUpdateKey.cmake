@@ -1,6 +1,5 @@
 # Whose updates this build installs. Also runs alone: cmake -D… -P OvrelUpdateKey.cmake
 
-option(OVREL_RELEASE "This build goes to users: it refuses what is there for tests" OFF)
 set(OVREL_UPDATE_PUBLIC_KEY "" CACHE STRING
   "The publisher's Ed25519 key, 32 bytes as base64; a build without one does not update itself")
 

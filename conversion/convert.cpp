@@ -27,17 +27,11 @@ namespace fs = std::filesystem;
 constexpr std::uint64_t leastBytesPerPixel = 17;
 constexpr std::uint64_t mostBytesPerPixel = 43;
 
-/// Where results of `item` go; created when missing.
-fs::path targetFolder(const InputItem& item, const fs::path& output, const Services& services) {
-    fs::path folder = item.relativeDirectory.empty() ? output : output / item.relativeDirectory;
-    services.files->createDirectories(folder);
-    return folder;
-}
-
 /// Lets `write` fill a hidden file and publishes it.
 template <typename Write>
 fs::path publishWritten(const InputItem& item, const fs::path& output, const Services& services, const Write& write) {
-    const fs::path folder = targetFolder(item, output, services);
+    const fs::path folder = resultFolder(item, output);
+    services.files->createDirectories(folder);
     const TemporaryFile temporary(folder);
     write(temporary.path());
     return publish(*services.files, temporary.path(), item, folder);
@@ -71,7 +65,7 @@ Image decodeStill(ImageSource& source, const Services& services) {
 }
 
 ConversionResult convertChecked(const InputItem& item, const fs::path& output, double quality, EncodingMode mode,
-                                int speed, const Services& services) {
+                                int speed, const Services& services, Turn& turn) {
     if (item.isAVIF()) {
         fs::path file = publishWritten(
             item, output, services, [&](const fs::path& temporary) { services.files->copyFile(item.url, temporary); });
@@ -82,11 +76,12 @@ ConversionResult convertChecked(const InputItem& item, const fs::path& output, d
         throw ConversionError("Эта версия macOS не поддерживает запись AVIF. Требуется macOS 26 или новее.",
                               "This version of macOS cannot write AVIF files. macOS 26 or later is required.");
     }
-    const std::unique_ptr<ImageSource> source = services.openImage(item.url);
+    std::unique_ptr<ImageSource> source = services.openImage(item.url);
     if (!source) {
         throw unreadableImageError();
     }
-    const MemoryShare share(bytesFor(source->properties(0), mostBytesPerPixel), services.fitsIntoMemory);
+    const MemoryShare share(bytesFor(source->properties(0), mostBytesPerPixel), services.fitsIntoMemory, turn.stop);
+    turn.waited = share.waited();
     const bool multiImage = source->count() > 1;
     if (item.isGIF() && multiImage) {
         if (!fitsIntoMemory(source->properties(0), services)) {
@@ -97,6 +92,7 @@ ConversionResult convertChecked(const InputItem& item, const fs::path& output, d
         return {std::move(file), true};
     }
     Image image = decodeStill(*source, services);
+    source.reset(); // it may hold the whole file and canvases, for which nothing is set aside while encoding
     fs::path file = publishWritten(item, output, services, [&](const fs::path& temporary) {
         if (withSystem) {
             encodeWithSystem(std::move(image), temporary, quality, services);
@@ -115,9 +111,9 @@ bool canWriteAvif(const Services& services) {
 }
 
 ConversionResult convertItem(const InputItem& item, const fs::path& output, double quality, EncodingMode mode,
-                             int speed, const Services& services) {
+                             int speed, const Services& services, Turn& turn) {
     try {
-        return convertChecked(item, output, quality, mode, speed, services);
+        return convertChecked(item, output, quality, mode, speed, services, turn);
     } catch (const std::bad_alloc&) {
         throw memoryError();
     }
@@ -129,7 +125,8 @@ bool Converter::supported() {
 
 ConversionResult Converter::convert(const InputItem& item, const fs::path& output, double quality, EncodingMode mode,
                                     int speed) {
-    return convertItem(item, output, quality, mode, speed, {});
+    Turn turn;
+    return convertItem(item, output, quality, mode, speed, {}, turn);
 }
 
 } // namespace ovrel

@@ -1,5 +1,7 @@
 #include "conversion/memory_share.h"
 
+#include "conversion/turn.h"
+
 #include <condition_variable>
 #include <cstddef>
 #include <limits>
@@ -11,7 +13,7 @@ namespace {
 
 struct Shares {
     std::mutex mutex; ///< guards the numbers
-    std::condition_variable returned;
+    std::condition_variable_any returned;
     std::size_t count = 0;
     std::uint64_t bytes = 0;
 };
@@ -28,10 +30,18 @@ std::uint64_t sum(std::uint64_t a, std::uint64_t b) {
 
 } // namespace
 
-MemoryShare::MemoryShare(std::uint64_t bytes, const std::function<bool(std::uint64_t)>& fits) {
+MemoryShare::MemoryShare(std::uint64_t bytes, const std::function<bool(std::uint64_t)>& fits,
+                         const std::stop_token& stop) {
     Shares& all = shares();
+    const auto fitsNow = [&] { return all.count == 0 || fits(sum(all.bytes, bytes)); };
+    const auto start = std::chrono::steady_clock::now();
     std::unique_lock lock(all.mutex);
-    all.returned.wait(lock, [&] { return all.count == 0 || fits(sum(all.bytes, bytes)); });
+    if (!fitsNow()) {
+        if (!all.returned.wait(lock, stop, fitsNow)) {
+            throw NotBegun();
+        }
+        waited_ = std::chrono::steady_clock::now() - start;
+    }
     bytes_ = sum(all.bytes, bytes) - all.bytes;
     all.bytes += bytes_;
     ++all.count;

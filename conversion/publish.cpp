@@ -15,6 +15,10 @@ std::string baseName(const std::filesystem::path& file) {
 
 } // namespace
 
+std::filesystem::path resultFolder(const InputItem& item, const std::filesystem::path& output) {
+    return item.relativeDirectory.empty() ? output : output / item.relativeDirectory;
+}
+
 std::filesystem::path resultName(const InputItem& item, std::uint64_t number) {
     const std::string suffix = number == 1 ? "" : '-' + std::to_string(number);
     return baseName(item.url) + suffix + ".avif";
@@ -28,13 +32,12 @@ std::filesystem::path publish(FileSystem& fileSystem, const std::filesystem::pat
         if (fileSystem.exists(candidate)) {
             continue;
         }
-        try {
-            fileSystem.moveWithoutReplacing(temporary, candidate);
+        if (fileSystem.moveWithoutReplacing(temporary, candidate)) {
             return candidate;
-        } catch (const FileError&) {
-            if (!fileSystem.exists(candidate)) {
-                throw;
-            }
+        }
+        // A volume that calls free names taken would have us count without end.
+        if (!fileSystem.exists(candidate)) {
+            throw FileError(FileError::writeUnknown, candidate);
         }
     }
 }

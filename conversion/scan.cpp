@@ -1,16 +1,17 @@
 #include "conversion/scan.h"
 
 #include "conversion/converter.h"
+#include "conversion/standard_path.h"
 #include "platform/file_order.h"
 #include "platform/text.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <system_error>
 #include <unordered_set>
 #include <utility>
 
@@ -20,14 +21,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// The path by which one file is recognised however it was written.
-fs::path standardised(const fs::path& path) {
-    std::error_code error;
-    const fs::path absolute = fs::absolute(path, error);
-    if (error) {
-        throw FileError::fromSystem(error.value(), FileOperation::reading, path);
+/// The system would take the path to end at a NUL: another file would be read than the one whose name was judged.
+void refuseNul(const fs::path& path) {
+    if (path.native().find('\0') != std::string::npos) {
+        throw FileError::fromSystem(ENOENT, FileOperation::reading, path);
     }
-    return absolute.lexically_normal();
 }
 
 /// "." and a slash at the end stand for the folder's own name; the root has none but itself.
@@ -46,17 +44,18 @@ std::string directoryBetween(const fs::path& folder, const fs::path& element) {
     return std::string(lastSlash == std::string_view::npos ? std::string_view() : below.substr(0, lastSlash));
 }
 
-/// Gathers what is accepted, each file once.
+bool isAccepted(const fs::path& path, const ResourceValues& values) {
+    const auto& known = Converter::extensions;
+    return values.isRegularFile && !values.isSymbolicLink &&
+           std::find(known.begin(), known.end(), lowerCaseExtension(path)) != known.end();
+}
+
+/// Gathers files, each once.
 class Gathering {
 public:
-    void add(const fs::path& path, const ResourceValues& values, std::string relativeDirectory) {
-        const auto& known = Converter::extensions;
-        if (!values.isRegularFile || values.isSymbolicLink ||
-            std::find(known.begin(), known.end(), lowerCaseExtension(path)) == known.end()) {
-            return;
-        }
-        if (seen_.insert(standardised(path).native()).second) {
-            items_.push_back({path, std::move(relativeDirectory)});
+    void add(InputItem item) {
+        if (seen_.insert(standardised(item.url)).second) {
+            items_.push_back(std::move(item));
         }
     }
 
@@ -73,15 +72,19 @@ void addFolder(FileSystem& fileSystem, const fs::path& folder, bool recursive, G
         const std::string name = lastComponent(folder);
         throw ConversionError("Не удалось прочитать папку: " + name, "Unable to read folder: " + name);
     }
-    std::vector<DirectoryEnumerator::Entry> entries;
+    // A folder may hold millions of other files for each picture, so nothing else is kept.
+    std::vector<fs::path> accepted;
     while (std::optional<DirectoryEnumerator::Entry> entry = enumerator->next()) {
-        entries.push_back(std::move(*entry));
+        if (isAccepted(entry->path, entry->values)) {
+            accepted.push_back(std::move(entry->path));
+        }
     }
     // The order in which a disk lists its entries must not decide between names that sort alike.
-    std::sort(entries.begin(), entries.end(),
-              [](const auto& left, const auto& right) { return left.path.native() < right.path.native(); });
-    for (const DirectoryEnumerator::Entry& entry : entries) {
-        gathering.add(entry.path, entry.values, directoryBetween(folder, entry.path));
+    std::sort(accepted.begin(), accepted.end(),
+              [](const fs::path& left, const fs::path& right) { return left.native() < right.native(); });
+    for (fs::path& path : accepted) {
+        std::string relativeDirectory = directoryBetween(folder, path);
+        gathering.add({std::move(path), std::move(relativeDirectory)});
     }
 }
 
@@ -108,14 +111,25 @@ std::vector<InputItem> Converter::scan(std::span<const std::filesystem::path> ur
 std::vector<InputItem> scan(FileSystem& fileSystem, std::span<const std::filesystem::path> urls, bool recursive) {
     Gathering gathering;
     for (const fs::path& url : urls) {
+        refuseNul(url);
         const ResourceValues values = fileSystem.resourceValues(url);
         if (values.isSymbolicLink) {
             continue;
         }
         if (values.isDirectory) {
             addFolder(fileSystem, url, recursive, gathering);
-        } else {
-            gathering.add(url, values, "");
+        } else if (isAccepted(url, values)) {
+            gathering.add({url, ""});
+        }
+    }
+    return sorted(std::move(gathering).take());
+}
+
+std::vector<InputItem> merged(std::vector<std::vector<InputItem>> findings) {
+    Gathering gathering;
+    for (std::vector<InputItem>& items : findings) {
+        for (InputItem& item : items) {
+            gathering.add(std::move(item));
         }
     }
     return sorted(std::move(gathering).take());

@@ -16,7 +16,7 @@ void encodeCompact(Image&& image, const std::filesystem::path& file, double qual
 
 /// Encodes `image` with the system's writer into `file`.
 /// \param quality 0.0 … 1.0, handed on unrounded
-/// \throws ConversionError
+/// \throws ConversionError; std::bad_alloc when the picture does not fit into memory
 void encodeWithSystem(Image&& image, const std::filesystem::path& file, double quality, const Services& services);
 
 } // namespace ovrel

@@ -2,9 +2,7 @@
 
 #include "fuzz/require.h"
 #include "platform/bitmap.h"
-
-#include <sys/mman.h>
-#include <unistd.h>
+#include "tests/support/memory_file.h"
 
 #include <algorithm>
 #include <new>
@@ -17,12 +15,6 @@ namespace {
 
 constexpr std::uint64_t mostPixels = std::uint64_t{1} << 21;
 constexpr std::size_t mostImages = 8;
-
-InputFile fileInMemory(const std::uint8_t* bytes, std::size_t count) {
-    const int descriptor = ::memfd_create("fuzz", MFD_CLOEXEC);
-    require(descriptor >= 0 && ::write(descriptor, bytes, count) == static_cast<ssize_t>(count));
-    return InputFile(descriptor);
-}
 
 /// A picture must be as large as its own fields say, or the next step would read outside it.
 void requireWhole(const Image& image) {
@@ -62,7 +54,8 @@ void decodeAll(ImageSource& source, bool draw) {
 void decode(const std::uint8_t* bytes, std::size_t count,
             const std::function<std::unique_ptr<ImageSource>(InputFile)>& open, bool draw) {
     try {
-        if (const std::unique_ptr<ImageSource> source = open(fileInMemory(bytes, count))) {
+        if (const std::unique_ptr<ImageSource> source =
+                open(test::memoryFile({reinterpret_cast<const char*>(bytes), count}))) {
             decodeAll(*source, draw);
         }
     } catch (const std::bad_alloc&) {

@@ -13,29 +13,13 @@ public:
         return status.copying ? choose(u"Копирование…", u"Copying…") : choose(u"Преобразование…", u"Converting…");
     }
 
-    QString operator()(const FileStatus::Success& status) const {
-        const QString detail = detailOf(status);
-        const QString line = QStringLiteral("✓ ") + status.fileName;
-        return detail.isEmpty() ? line : line + QStringLiteral(" · ") + detail;
-    }
+    QString operator()(const FileStatus::Success& status) const { return successText(language_, status); }
 
-    QString operator()(const FileStatus::Failure& status) const {
-        return choose(u"Ошибка: ", u"Error: ") + language_.describe(status.error);
-    }
+    QString operator()(const FileStatus::Failure& status) const { return failureText(language_, status.error); }
 
 private:
     QString choose(QStringView russian, QStringView english) const {
         return language_.choose(russian.toString(), english.toString());
-    }
-
-    QString detailOf(const FileStatus::Success& status) const {
-        if (status.copied) {
-            return choose(u"скопирован", u"copied");
-        }
-        if (status.multiFrame) {
-            return status.gif ? choose(u"анимация", u"animated") : choose(u"только первый кадр", u"first frame only");
-        }
-        return {};
     }
 
     AppLanguage language_;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "model/app_language.h"
+#include "model/run_texts.h"
 
 #include <QString>
 
@@ -18,12 +19,7 @@ public:
     struct Processing {
         bool copying = false; ///< the source is AVIF already
     };
-    struct Success {
-        QString fileName;        ///< of the file written, without its folders
-        bool copied = false;     ///< the source is AVIF
-        bool multiFrame = false; ///< the source holds several images
-        bool gif = false;        ///< the source is a GIF
-    };
+    using Success = WrittenImage;
     struct Failure {
         std::exception_ptr error; ///< not null
     };

@@ -226,8 +226,8 @@ Q_SIGNALS:
 private:
     class Step;
     using Signal = void (Model::*)();
-    using Scanned = Outcome<std::vector<InputItem>>;
-    using Converted = Outcome<ConversionResult>;
+    using Scanned = ResultOrError<std::vector<InputItem>>;
+    using Converted = ResultOrError<ConversionResult>;
 
     /// All that a run depends on.
     struct Run {

@@ -1,8 +1,9 @@
 // How the list of images comes to be, and how it is edited.
 
+#include "conversion/converter.h"
+#include "conversion/standard_path.h"
 #include "model/model.h"
 #include "model/model_step.h"
-#include "model/standard_path.h"
 
 #include <QMetaObject>
 
@@ -10,6 +11,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <string_view>
 #include <utility>
 
 namespace ovrel {
@@ -22,6 +24,14 @@ QString keyOfList(bool isEmpty) {
     return isEmpty ? QStringLiteral("Добавьте изображения или папку") : QStringLiteral("queue");
 }
 
+QStringList acceptedExtensions() {
+    QStringList extensions;
+    for (const std::string_view extension : Converter::extensions) {
+        extensions.append(QString::fromUtf8(extension.data(), static_cast<qsizetype>(extension.size())));
+    }
+    return extensions;
+}
+
 } // namespace
 
 void Model::chooseFiles() {
@@ -31,8 +41,7 @@ void Model::chooseFiles() {
                               .multiple = true,
                               .canCreateFolders = false,
                               .filterName = t(QStringLiteral("Изображения")),
-                              .extensions = {QStringLiteral("jpg"), QStringLiteral("jpeg"), QStringLiteral("png"),
-                                             QStringLiteral("gif"), QStringLiteral("webp"), QStringLiteral("avif")}};
+                              .extensions = acceptedExtensions()};
     services_.chooser->choose(request, [self = QPointer(this)](const Paths& chosen) {
         if (self && !chosen.empty()) {
             self->add(chosen);

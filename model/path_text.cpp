@@ -7,12 +7,15 @@
 
 namespace ovrel {
 
-QString textOf(const std::filesystem::path& path) {
-    const std::string& bytes = path.native();
+QString textOf(std::string_view bytes) {
     // A name may begin with a byte order mark, which belongs to it.
     QStringDecoder decoder(QStringConverter::Utf8,
                            QStringConverter::Flag::Stateless | QStringConverter::Flag::ConvertInitialBom);
     return decoder.decode(QByteArrayView(bytes.data(), static_cast<qsizetype>(bytes.size())));
+}
+
+QString textOf(const std::filesystem::path& path) {
+    return textOf(std::string_view(path.native()));
 }
 
 std::filesystem::path pathOf(const QString& text) {

@@ -6,10 +6,13 @@
 #include <QUrl>
 
 #include <filesystem>
+#include <string_view>
 
 namespace ovrel {
 
-/// For the eye alone: bytes that are not UTF-8 become U+FFFD, so the file may not be found again by this text.
+/// For the eye alone: bytes that are not UTF-8 become U+FFFD, so the file may not be found again by this text. A byte
+/// order mark stays.
+QString textOf(std::string_view bytes);
 QString textOf(const std::filesystem::path& path);
 
 std::filesystem::path pathOf(const QString& text);

@@ -72,17 +72,6 @@ QVariant QueueListModel::data(const QModelIndex& index, int role) const {
     }
 }
 
-QHash<int, QByteArray> QueueListModel::roleNames() const {
-    return {{Qt::DisplayRole, "display"},
-            {fileName, "fileName"},
-            {kind, "kind"},
-            {note, "note"},
-            {state, "state"},
-            {text, "text"},
-            {toolTip, "toolTip"},
-            {id, "id"}};
-}
-
 int QueueListModel::rowOf(std::string_view itemId) const {
     if (const int row = rows_.rowOf(itemId); row >= 0 && row < told_) {
         return row;

@@ -44,7 +44,6 @@ public:
 
     int rowCount(const QModelIndex& parent = {}) const override;
     QVariant data(const QModelIndex& index, int role) const override;
-    QHash<int, QByteArray> roleNames() const override;
 
     /// \return -1 for an id that is not in the list. In constant time.
     int rowOf(std::string_view id) const;

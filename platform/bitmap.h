@@ -26,6 +26,7 @@ struct Bitmap {
 Image convertedToSrgb(Image&& image);
 
 /// `image` with 8 bits a sample in its own colour space.
+/// \throws std::bad_alloc
 Image reducedTo8Bits(Image&& image);
 
 } // namespace ovrel

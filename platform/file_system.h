@@ -61,22 +61,21 @@ public:
 
     /// Copies a regular file with its permissions and times, sharing its blocks where the volume can.
     /// `to` must not exist.
-    /// \throws FileError (reading for the source, writing for the copy)
+    /// \throws FileError (reading for the source, which may be no link and have 4 GiB at most, writing for the copy)
     virtual void copyFile(const std::filesystem::path& from, const std::filesystem::path& to) = 0;
 
-    /// \return whether anything has this name, a dangling link included
+    /// \return whether anything has this name, a dangling link included; false also where the system does not tell
     virtual bool exists(const std::filesystem::path& path) = 0;
 
-    /// Waits until the file's content is on the disk.
-    /// \throws FileError (writing)
+    /// Waits until the file's content is on the disk, as far as its volume can say so: one that knows no flushing
+    /// counts as done. \throws FileError (writing)
     virtual void flush(const std::filesystem::path& file) = 0;
 
-    /// Renames `from` to `to` on one volume, in one step that never replaces an existing `to`.
-    /// \throws FileError (writing); whether `to` exists then tells a taken name from other failures
-    virtual void moveWithoutReplacing(const std::filesystem::path& from, const std::filesystem::path& to) = 0;
-
-    /// Removes a file; a failure is ignored.
-    virtual void remove(const std::filesystem::path& file) noexcept = 0;
+    /// Renames `from` to `to` on one volume, never replacing an existing `to`. On a volume that has no such step, `to`
+    /// is an empty file for a moment, and what another program writes into that very file meanwhile is lost. \return
+    /// false when `to` is taken; nothing has changed then \throws FileError (writing) for every other failure
+    [[nodiscard]] virtual bool moveWithoutReplacing(const std::filesystem::path& from,
+                                                    const std::filesystem::path& to) = 0;
 
     /// Bytes of a file.
     /// \throws FileError (reading)

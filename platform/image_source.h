@@ -28,18 +28,20 @@ struct ImageProperties {
     std::optional<double> gifDelayTime;
 };
 
-/// How large the pictures of a file may be, as they are coded. Cropping and a false header do not get around it.
+/// How large the pictures of a file may be, as they are coded: no side is longer than the longer of these, and there
+/// are no more pixels than width × height, nor more than 2²⁸. Cropping and a false header do not get around it.
 struct ImageLimits {
-    std::uint32_t width = 0;  ///< pixels
-    std::uint32_t height = 0; ///< pixels
+    std::uint32_t width = 1;  ///< pixels, at least 1
+    std::uint32_t height = 1; ///< pixels, at least 1
 };
 
 /// An open image file. One thread at a time; different objects are independent.
 class ImageSource {
 public:
     /// Decodes no pixel yet. The file stays open or is in memory, so it may be renamed or replaced meanwhile.
-    /// \return null when the file is no regular file that can be read, or its format is not known. A file of a known
-    ///         format whose header is damaged opens with one image of unknown size.
+    /// \return null when the file is no regular file that can be read, or its format is not known. A symbolic link is
+    ///         not followed: one that takes a file's place after the scan leads nowhere, as one that the scan meets. A
+    ///         file of a known format whose header is damaged opens with one image of unknown size.
     /// \throws std::bad_alloc when memory is lacking for its facts
     static std::unique_ptr<ImageSource> open(const std::filesystem::path& file);
     /// An AVIF in memory, whose bytes are copied. A picture beyond `limits` takes no memory and fails to decode.

@@ -1,12 +1,12 @@
 #include "remote/banner_model.h"
 
+#include "model/background.h"
 #include "remote/banner_error.h"
 #include "remote/banner_settings.h"
 #include "remote/linked_stop.h"
 #include "remote/transport_error.h"
 
 #include <QPointer>
-#include <QtConcurrentRun>
 
 #include <qcoro/qcorofuture.h>
 
@@ -36,7 +36,7 @@ QCoro::Task<std::optional<BannerModel::Creative>> download(FetchFunction fetch, 
     }
     const BannerSettings::Entry entry = settings.entry(language);
     const QByteArray bytes = co_await fetch(entry.image, BannerModel::imageLimitBytes, stop);
-    std::shared_ptr<const Image> pixels = co_await QtConcurrent::run(decodeOrNull, bytes);
+    std::shared_ptr<const Image> pixels = co_await QtConcurrent::run(&backgroundThreads(), decodeOrNull, bytes);
     if (!pixels) {
         throw BannerError(BannerError::invalid);
     }

@@ -2,6 +2,7 @@
 
 #include "desktop/quit_signals.h"
 #include "desktop/single_instance.h"
+#include "model/background.h"
 #include "remote/publisher.h"
 #include "ui/first_seconds.h"
 #include "ui/icons.h"
@@ -14,7 +15,6 @@
 #include <QCommandLineParser>
 #include <QFile>
 #include <QNetworkProxyFactory>
-#include <QThreadPool>
 
 #include <algorithm>
 #include <array>
@@ -135,7 +135,7 @@ int main(int argc, char** argv) {
     QObject::connect(&signals, &QuitSignals::requested, &app, &OvrelApp::quit);
     const FirstSeconds firstSeconds(app.mainWindow(), beginning);
     QObject::connect(&firstSeconds, &FirstSeconds::over, &app,
-                     [&start] { QThreadPool::globalInstance()->start([&start] { confirm(start); }); });
+                     [&start] { backgroundThreads().start([&start] { confirm(start); }); });
     QObject::connect(&app.mainWindow(), &MainWindow::leaving, &app, [&] {
         if (!firstSeconds.isOver()) { // to confirm may take longer than this user waits
             start.disregard();

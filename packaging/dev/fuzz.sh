@@ -18,7 +18,7 @@ declare -A fuzzed_sources=(
         platform/linux/upright_rows.cpp"
     [installer_order]="updates/installation/clean_environment.cpp updates/installation/installer_order.cpp"
     [journal]="updates/installation/journal.cpp"
-    [jpeg]="platform/linux/jpeg_source.cpp"
+    [jpeg]="platform/linux/jpeg_decompressor.cpp platform/linux/jpeg_source.cpp"
     [manifest]="updates/engine/manifest.cpp"
     [png]="platform/linux/png_chunks.cpp platform/linux/png_source.cpp"
     [settings]="remote/banner_redirect_policy.cpp remote/banner_settings.cpp remote/banner_settings_addresses.cpp"

@@ -279,7 +279,8 @@ std::unique_ptr<ImageSource> openAvif(InputFile file) {
 std::unique_ptr<ImageSource> openAvifWithin(ImageLimits limits, std::vector<std::uint8_t> bytes) {
     Decoder decoder = makeDecoder();
     // The AV1 decoder is told, too, and allocates nothing for a larger frame, whatever the header says of it.
-    decoder->imageSizeLimit = limits.width * limits.height;
+    decoder->imageSizeLimit =
+        static_cast<std::uint32_t>(std::min<std::uint64_t>(maximumPixels, std::uint64_t{limits.width} * limits.height));
     decoder->imageDimensionLimit = std::max(limits.width, limits.height);
     return openBytes(std::move(bytes), std::move(decoder));
 }

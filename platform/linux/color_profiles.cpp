@@ -139,28 +139,22 @@ Chromaticities primariesOf(std::uint16_t code) {
     }
 }
 
-/// ITU-T H.273, table 3.
-ToneCurve transferOf(cmsContext context, std::uint16_t code) {
-    switch (code) {
-    case 4: return gammaToneCurve(context, 2.2);
-    case 5: return gammaToneCurve(context, 2.8);
-    case 8: return gammaToneCurve(context, 1.0);
-    case 16: return tabulatedToneCurve(context, pqToLight);
-    case 17: return tabulatedToneCurve(context, [](double v) { return std::pow(v, 2.6) * 52.37 / 48.0; });
-    case 18: return tabulatedToneCurve(context, hlgToLight);
-    default: return srgbToneCurve(context);
-    }
-}
+using CurveMaker = ToneCurve (*)(cmsContext context);
 
-bool usesSrgbCurve(std::uint16_t transfer) {
-    switch (transfer) {
-    case 4:
-    case 5:
-    case 8:
-    case 16:
+/// ITU-T H.273, table 3.
+/// \return null for a transfer that is shown with the curve of sRGB
+CurveMaker transferOf(std::uint16_t code) {
+    switch (code) {
+    case 4: return [](cmsContext context) { return gammaToneCurve(context, 2.2); };
+    case 5: return [](cmsContext context) { return gammaToneCurve(context, 2.8); };
+    case 8: return [](cmsContext context) { return gammaToneCurve(context, 1.0); };
+    case 16: return [](cmsContext context) { return tabulatedToneCurve(context, pqToLight); };
     case 17:
-    case 18: return false;
-    default: return true;
+        return [](cmsContext context) {
+            return tabulatedToneCurve(context, [](double v) { return std::pow(v, 2.6) * 52.37 / 48.0; });
+        };
+    case 18: return [](cmsContext context) { return tabulatedToneCurve(context, hlgToLight); };
+    default: return nullptr;
     }
 }
 
@@ -210,11 +204,13 @@ ColorSpace colorSpaceFromChromaticities(const Chromaticities& chromaticities) {
 
 ColorSpace colorSpaceFromCicp(std::uint16_t primaries, std::uint16_t transfer) {
     const Chromaticities colors = primariesOf(primaries);
-    if (usesSrgbCurve(transfer) && nearlyEqual(colors, srgbChromaticities)) {
+    const CurveMaker makeCurve = transferOf(transfer);
+    if (makeCurve == nullptr && nearlyEqual(colors, srgbChromaticities)) {
         return {};
     }
     const LcmsContext context;
-    return rgbColorSpace(context, colors, transferOf(context.get(), transfer));
+    return rgbColorSpace(context, colors,
+                         makeCurve != nullptr ? makeCurve(context.get()) : srgbToneCurve(context.get()));
 }
 
 ColorSpace colorSpaceFromProfile(std::span<const std::uint8_t> profile, ColorModel model) {

@@ -2,9 +2,12 @@
 
 #include "platform/file_error.h"
 #include "platform/linux/file_descriptor.h"
+#include "platform/linux/input_file.h"
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
+#include <span>
 #include <vector>
 
 #include <fcntl.h>
@@ -39,7 +42,7 @@ void copyRegularFile(const std::filesystem::path& from, const std::filesystem::p
     if (!source || ::fstat(source.get(), &facts) != 0) {
         throw readingFailed(from);
     }
-    if (!S_ISREG(facts.st_mode)) {
+    if (!S_ISREG(facts.st_mode) || static_cast<std::uint64_t>(facts.st_size) > maximumFileBytes) {
         throw FileError(FileError::readUnknown, from);
     }
 
@@ -88,13 +91,8 @@ void copyThroughBuffer(int from, int to, const std::filesystem::path& source, co
         if (filled == 0) {
             return;
         }
-        for (ssize_t done = 0; done < filled;) {
-            const auto left = static_cast<std::size_t>(filled - done);
-            const ssize_t written = uninterrupted([&] { return ::write(to, buffer.data() + done, left); });
-            if (written < 0) {
-                throw writingFailed(copy);
-            }
-            done += written;
+        if (!writeAll(to, std::span(buffer).first(static_cast<std::size_t>(filled)))) {
+            throw writingFailed(copy);
         }
     }
 }

@@ -19,7 +19,8 @@ void copyInSystem(int from, int to);
 /// \throws FileError
 void copyThroughBuffer(int from, int to, const std::filesystem::path& source, const std::filesystem::path& copy);
 
-/// FileSystem::copyFile(). A link in the place of `from` is refused. After a failure the copy may stay, unfinished.
+/// FileSystem::copyFile(). A link in the place of `from` is refused, and so is a file above maximumFileBytes. After a
+/// failure the copy may stay, unfinished.
 /// \throws FileError
 void copyRegularFile(const std::filesystem::path& from, const std::filesystem::path& to);
 

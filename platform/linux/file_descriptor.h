@@ -3,6 +3,8 @@
 #pragma once
 
 #include <cerrno>
+#include <cstddef>
+#include <span>
 #include <utility>
 
 #include <unistd.h>
@@ -43,6 +45,19 @@ auto uninterrupted(Call call) {
         result = call();
     }
     return result;
+}
+
+/// Writes all of `bytes` from the current place on.
+/// \return false and errno after a failure; a part may be written then
+[[nodiscard]] inline bool writeAll(int descriptor, std::span<const std::byte> bytes) {
+    while (!bytes.empty()) {
+        const ssize_t count = uninterrupted([&] { return ::write(descriptor, bytes.data(), bytes.size()); });
+        if (count < 0) {
+            return false;
+        }
+        bytes = bytes.subspan(static_cast<std::size_t>(count));
+    }
+    return true;
 }
 
 } // namespace ovrel

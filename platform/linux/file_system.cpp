@@ -71,11 +71,9 @@ public:
         }
     }
 
-    void moveWithoutReplacing(const std::filesystem::path& from, const std::filesystem::path& to) override {
-        moveFile(from, to);
+    bool moveWithoutReplacing(const std::filesystem::path& from, const std::filesystem::path& to) override {
+        return moveFile(from, to);
     }
-
-    void remove(const std::filesystem::path& file) noexcept override { static_cast<void>(::unlink(file.c_str())); }
 
     std::uint64_t fileSize(const std::filesystem::path& file) override {
         return static_cast<std::uint64_t>(factsOf(file).st_size);

@@ -2,6 +2,7 @@
 
 #include "platform/linux/av1_image.h"
 #include "platform/linux/color_profiles.h"
+#include "platform/linux/heif_boxes.h"
 #include "platform/linux/heif_derivation.h"
 #include "platform/linux/heif_handles.h"
 #include "platform/linux/heif_work.h"
@@ -14,7 +15,7 @@
 #include <cstring>
 #include <limits>
 #include <new>
-#include <numeric>
+#include <optional>
 #include <span>
 #include <string_view>
 #include <system_error>
@@ -38,35 +39,25 @@ void setLimits(heif_context* context) {
 #endif
 }
 
-std::uint64_t bigEndian(std::span<const std::uint8_t> bytes) {
-    return std::accumulate(bytes.begin(), bytes.end(), std::uint64_t{0},
-                           [](std::uint64_t value, std::uint8_t byte) { return value << 8 | byte; });
-}
-
-bool holds(std::span<const std::uint8_t> bytes, std::string_view name) {
+bool holds(HeifBytes bytes, std::string_view name) {
     return std::search(bytes.begin(), bytes.end(), name.begin(), name.end()) != bytes.end();
 }
 
 /// \return whether `name` stands anywhere in the file but among the compressed data
-bool names(std::span<const std::uint8_t> bytes, std::string_view name) {
-    constexpr std::size_t headerBytes = 8; // ISO/IEC 14496-12, section 4.2: size and type
-    constexpr std::size_t largeHeaderBytes = 16;
-    while (bytes.size() >= largeHeaderBytes) {
-        const std::uint64_t stated = bigEndian(bytes.first(4));
-        const bool isLarge = stated == 1;
-        const std::uint64_t size = isLarge ? bigEndian(bytes.subspan(headerBytes, 8)) : stated;
-        const bool isLast = size < (isLarge ? largeHeaderBytes : headerBytes) || size > bytes.size();
-        const std::span<const std::uint8_t> box = isLast ? bytes : bytes.first(static_cast<std::size_t>(size));
-        if (!holds(bytes.subspan(4, 4), "mdat") && holds(box, name)) {
+bool names(HeifBytes bytes, std::string_view name) {
+    while (!bytes.empty()) {
+        const HeifBytes from = bytes;
+        const std::optional<Box> box = takeBox(bytes);
+        const HeifBytes whole = from.first(from.size() - bytes.size());
+        if (box && box->type != boxType("mdat") && holds(whole, name)) {
             return true;
         }
-        bytes = bytes.subspan(box.size());
     }
     return false;
 }
 
 /// Whether any picture is AV1: each of these has the property av1C (AV1 Image File Format, section 2.2.1).
-bool holdsAv1(std::span<const std::uint8_t> bytes) {
+bool holdsAv1(HeifBytes bytes) {
     return names(bytes, "av1C");
 }
 

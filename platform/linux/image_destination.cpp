@@ -101,21 +101,9 @@ Image writableCopy(const Image& image) {
                                                      : convertedToSrgb(std::move(copy));
 }
 
-bool writeAll(int file, const std::uint8_t* data, std::size_t size) {
-    while (size > 0) {
-        const ssize_t count = uninterrupted([&] { return ::write(file, data, size); });
-        if (count < 0) {
-            return false;
-        }
-        data += count;
-        size -= static_cast<std::size_t>(count);
-    }
-    return true;
-}
-
 heif_error writeToFile(heif_context*, const void* data, std::size_t size, void* file) {
     const bool complete =
-        writeAll(static_cast<const FileDescriptor*>(file)->get(), static_cast<const std::uint8_t*>(data), size);
+        writeAll(static_cast<const FileDescriptor*>(file)->get(), {static_cast<const std::byte*>(data), size});
     return {complete ? heif_error_Ok : heif_error_Encoding_error,
             complete ? heif_suberror_Unspecified : heif_suberror_Cannot_write_output_data,
             complete ? "Success" : "Short write"};

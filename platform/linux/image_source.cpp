@@ -13,10 +13,6 @@ namespace {
 
 constexpr std::size_t headBytes = 512;
 
-/// A WebP cannot be larger, and other formats hold 2²⁸ pixels of 16 bytes in so much. A larger file, which costs no
-/// disk when it is empty inside, would be read for minutes.
-constexpr std::uint64_t maximumFileBytes = std::uint64_t{4} << 30;
-
 bool startsWith(std::span<const std::uint8_t> head, std::string_view magic, std::size_t offset = 0) {
     return head.size() >= offset + magic.size() &&
            std::equal(magic.begin(), magic.end(), head.begin() + static_cast<std::ptrdiff_t>(offset),

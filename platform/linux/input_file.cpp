@@ -1,15 +1,12 @@
 #include "platform/linux/input_file.h"
 
-#include "platform/linux/file_descriptor.h"
 #include "platform/memory.h"
 
 #include <fcntl.h>
-#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
 #include <new>
 #include <utility>
@@ -24,56 +21,20 @@ constexpr std::size_t blockBytes = std::size_t{64} << 10;
 
 std::optional<InputFile> InputFile::open(const std::filesystem::path& path) {
     // Without O_NONBLOCK a named pipe would wait for a writer before its type can be looked at.
-    const int descriptor =
-        uninterrupted([&] { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY); });
-    if (descriptor < 0) {
+    FileDescriptor file(
+        uninterrupted([&] { return ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY); }));
+    struct stat status {};
+    if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
         return std::nullopt;
     }
-    InputFile file(descriptor);
-    struct stat status {};
-    if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
-        return std::nullopt;
-    }
-    return file;
+    return InputFile(std::move(file));
 }
 
-InputFile InputFile::inMemory(std::span<const std::uint8_t> bytes) {
-    const int descriptor = ::memfd_create("ovrel-image", MFD_CLOEXEC);
-    if (descriptor < 0) {
-        throw std::bad_alloc();
-    }
-    InputFile file(descriptor);
-    file.size_ = bytes.size();
-    while (!bytes.empty()) {
-        const ssize_t count = ::write(descriptor, bytes.data(), bytes.size());
-        if (count <= 0 && errno != EINTR) {
-            throw std::bad_alloc();
-        }
-        bytes = bytes.subspan(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
-    }
-    return file;
-}
-
-InputFile::InputFile(int descriptor) : descriptor_(descriptor) {
+InputFile::InputFile(FileDescriptor file) : file_(std::move(file)) {
     struct stat status {};
-    if (::fstat(descriptor, &status) == 0 && status.st_size > 0) {
+    if (::fstat(file_.get(), &status) == 0 && status.st_size > 0) {
         size_ = static_cast<std::uint64_t>(status.st_size);
     }
-}
-
-InputFile::~InputFile() {
-    if (descriptor_ >= 0) {
-        ::close(descriptor_);
-    }
-}
-
-InputFile::InputFile(InputFile&& other) noexcept
-    : descriptor_(std::exchange(other.descriptor_, -1)), size_(std::exchange(other.size_, 0)) {}
-
-InputFile& InputFile::operator=(InputFile&& other) noexcept {
-    std::swap(descriptor_, other.descriptor_);
-    std::swap(size_, other.size_);
-    return *this;
 }
 
 std::size_t InputFile::readAt(std::uint64_t offset, std::span<std::uint8_t> into) const {
@@ -82,11 +43,8 @@ std::size_t InputFile::readAt(std::uint64_t offset, std::span<std::uint8_t> into
     const std::uint64_t left = offset < size_ ? size_ - offset : 0;
     const std::size_t wanted = static_cast<std::size_t>(std::min<std::uint64_t>(into.size(), left));
     while (done < wanted) {
-        const ssize_t count =
-            ::pread(descriptor_, into.data() + done, wanted - done, static_cast<off_t>(offset + done));
-        if (count < 0 && errno == EINTR) {
-            continue;
-        }
+        const ssize_t count = uninterrupted(
+            [&] { return ::pread(file_.get(), into.data() + done, wanted - done, static_cast<off_t>(offset + done)); });
         if (count <= 0) {
             break;
         }

@@ -2,6 +2,8 @@
 /// The bytes of an open image file.
 #pragma once
 
+#include "platform/linux/file_descriptor.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -11,21 +13,19 @@
 
 namespace ovrel {
 
+/// A larger file is neither decoded nor copied. A WebP cannot be larger, and other formats hold 2²⁸ pixels of 16 bytes
+/// in so much. One that is empty inside costs no disk, yet would be read for minutes, and its copy would fill the disk.
+constexpr std::uint64_t maximumFileBytes = std::uint64_t{4} << 30;
+
 /// An open regular file, read at any place. Movable; one thread at a time.
 class InputFile {
 public:
-    /// \return nothing when `path` is no regular file that can be read; never waits on a pipe or device
+    /// \return nothing when `path` is no regular file that can be read, a link to one included, though folders above it
+    ///         may be links; never waits on a pipe or device
     static std::optional<InputFile> open(const std::filesystem::path& path);
 
-    /// A file that holds a copy of `bytes` and lies on no disk.
-    /// \throws std::bad_alloc
-    static InputFile inMemory(std::span<const std::uint8_t> bytes);
-
-    /// Takes over an open descriptor of a regular file or of memory.
-    explicit InputFile(int descriptor);
-    ~InputFile();
-    InputFile(InputFile&& other) noexcept;
-    InputFile& operator=(InputFile&& other) noexcept;
+    /// \param file a regular file or memory, open for reading
+    explicit InputFile(FileDescriptor file);
 
     /// Bytes in the file when it was opened.
     std::uint64_t size() const { return size_; }
@@ -40,7 +40,7 @@ public:
     std::optional<std::vector<std::uint8_t>> readAll() const;
 
 private:
-    int descriptor_ = -1;
+    FileDescriptor file_;
     std::uint64_t size_ = 0;
 };
 

@@ -1,15 +1,19 @@
 #include "cli/batch.h"
 
+#include "conversion/turn.h"
+
 #include <gmock/gmock.h>
 
 #include <algorithm>
 #include <atomic>
 #include <barrier>
+#include <chrono>
 #include <condition_variable>
 #include <latch>
 #include <mutex>
 #include <new>
 #include <stdexcept>
+#include <stop_token>
 #include <string>
 #include <thread>
 #include <utility>
@@ -212,6 +216,43 @@ TEST(Batch, CountsAsStoppedWhenAskedDuringTheLastStep) {
     const Totals totals = runBatch(numberedSteps(1), 1, work, stop.get_token(), recorder);
     EXPECT_TRUE(totals.stopped);
     EXPECT_EQ(totals.succeeded, 1U);
+}
+
+TEST(Batch, LeavesStepsThatWereNotBegun) {
+    Recorder recorder;
+    std::stop_source stop;
+    std::barrier together(2);
+    // Both are in hand when the stop comes, but 1 has not had its turn.
+    const auto work = [&](const Step& step) {
+        together.arrive_and_wait();
+        stop.request_stop();
+        if (step.item.url == "1") {
+            throw NotBegun();
+        }
+        return converted(step);
+    };
+    const Totals totals = runBatch(numberedSteps(5), 2, work, stop.get_token(), recorder);
+    EXPECT_TRUE(totals.stopped);
+    EXPECT_EQ(totals.items, 5U);
+    EXPECT_EQ(totals.succeeded, 1U);
+    EXPECT_EQ(totals.failed, 0U);
+    EXPECT_THAT(recorder.names, ElementsAre("0"));
+}
+
+TEST(Batch, CountsNoWaitingAsTimeSpentOnAStep) {
+    Recorder recorder;
+    const auto work = [](const Step& step) {
+        const auto start = std::chrono::steady_clock::now();
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        Outcome outcome = converted(step);
+        outcome.waited = std::chrono::steady_clock::now() - start;
+        return outcome;
+    };
+    const auto start = std::chrono::steady_clock::now();
+    runBatch(numberedSteps(1), 1, work, {}, recorder);
+    const auto whole = std::chrono::steady_clock::now() - start;
+    ASSERT_EQ(recorder.outcomes.size(), 1U);
+    EXPECT_LE(recorder.outcomes[0].waited + recorder.outcomes[0].duration, whole);
 }
 
 TEST(Batch, EndsWhenItsObserverWantsNoMore) {

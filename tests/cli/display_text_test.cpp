@@ -41,20 +41,6 @@ TEST_F(DisplayText, ReplacesWhatATerminalCouldObey) {
     }
 }
 
-TEST_F(DisplayText, KeepsAByteOrderMarkInANameThatIsDecoded) {
-    EXPECT_EQ(decoded("\xEF\xBB\xBF"
-                      "a")
-                  .size(),
-              2);
-}
-
-TEST_F(DisplayText, KnowsWhatIsNoUtf8) {
-    EXPECT_TRUE(decodedExactly("отпуск"));
-    EXPECT_TRUE(decodedExactly(""));
-    EXPECT_FALSE(decodedExactly("caf\xE9"));
-    EXPECT_FALSE(decodedExactly("\xF0\x9F"));
-}
-
 TEST_F(DisplayText, CountsColumns) {
     EXPECT_EQ(columnsOf("photo"), 5U);
     EXPECT_EQ(columnsOf("фото…"), 5U);

@@ -51,6 +51,14 @@ TEST(PathList, RefusesAPathThatNoSystemOpens) {
     EXPECT_THROW(listed(std::string(longestPath + 1, 'a'), '\n'), PathTooLong);
 }
 
+TEST(PathList, RefusesANulWhereLinesHoldPaths) {
+    using namespace std::string_literals;
+    for (const std::string& content : {"a.png\0b.png"s, "a.png\0b.png\0"s, "a.png\n\0"s}) {
+        EXPECT_THROW(listed(content, '\n'), NulInPath);
+    }
+    EXPECT_THROW(listed(std::string(longestPath, 'a') + '\0', '\n'), NulInPath) << "whatever its length";
+}
+
 TEST(PathList, FailsWhenItCannotBeRead) {
     const test::TemporaryFolder folder;
     try {

@@ -79,6 +79,30 @@ TEST(Find, LeavesOutPathsThatCannotBeSearched) {
     EXPECT_EQ(findings.items[1].url, "b.jpg");
 }
 
+TEST(Find, KeepsWhatItFoundInAPathThatFailsLater) {
+    std::multiset<fs::path> searched;
+    const std::vector<fs::path> paths{"hot", "gone", "b.jpg"};
+    const Findings findings = find(paths, [&searched](std::span<const fs::path> given) {
+        searched.insert(given.begin(), given.end());
+        return scanWithout(searched.count("hot") > 2 ? std::set<fs::path>{"hot", "gone"}
+                                                     : std::set<fs::path>{"gone"})(given);
+    });
+    EXPECT_EQ(searched.count("hot"), 2U);
+    ASSERT_EQ(findings.unreadable.size(), 1U);
+    EXPECT_EQ(findings.unreadable[0].path, "gone");
+    ASSERT_EQ(findings.items.size(), 2U);
+    EXPECT_EQ(findings.items[0].url, "b.jpg");
+    EXPECT_EQ(findings.items[1].url, "hot");
+}
+
+TEST(Find, GivesWhatOneScanWouldHaveGiven) {
+    const std::vector<fs::path> paths{"img10.jpg", "gone", "img2.jpg", "./img10.jpg"};
+    const Findings findings = find(paths, scanWithout({"gone"}));
+    ASSERT_EQ(findings.items.size(), 2U);
+    EXPECT_EQ(findings.items[0].url, "img2.jpg");
+    EXPECT_EQ(findings.items[1].url, "img10.jpg");
+}
+
 TEST(Find, NamesTheFolderInsideThatCannotBeRead) {
     const std::vector<fs::path> paths{"photos"};
     const Findings findings = find(paths, [](std::span<const fs::path> given) -> std::vector<InputItem> {

@@ -306,6 +306,18 @@ TEST_F(ProgramTest, TakesPathsFromAList) {
     EXPECT_EQ(run({"-o", out(), "--files-from", "-"}).status, 3);
 }
 
+TEST_F(ProgramTest, AsksForTheOptionWhereNulsEndThePathsOfAList) {
+    using namespace std::string_literals;
+    const fs::path list = in_.write("list", in("a.png") + "\0"s + in("b.png") + "\0"s);
+    const ProgramEnd english = run({"-o", out(), "--files-from", list});
+    EXPECT_EQ(english.status, 2);
+    EXPECT_EQ(english.out, "");
+    EXPECT_EQ(english.err, "ovrel-cli: " + list.native() + ": The list holds NUL bytes; use -0\n");
+    EXPECT_EQ(run({"--language=ru", "-o", out(), "--files-from", list}).err,
+              "ovrel-cli: " + list.native() + ": В списке есть нулевые байты; используйте -0\n");
+    EXPECT_THAT(out_.listing(), IsEmpty());
+}
+
 TEST_F(ProgramTest, SurvivesAnyName) {
     const Words names{"-dash.png", "[a,b].png", "caf\xE9.png", "line\nbreak\x1b[2J.png", "отпуск 日本.png"};
     for (const std::string& name : names) {

@@ -24,7 +24,7 @@ protected:
     }
 
     ConvertFunction converter() {
-        return [this](const InputItem& item) {
+        return [this](const InputItem& item, Turn&) {
             EXPECT_EQ(item, step_.item);
             return ConversionResult{.file = folder_.write("photo-2.avif", "abc"), .multiImage = true};
         };
@@ -51,13 +51,37 @@ TEST_F(StepWork, CallsACopyACopy) {
 }
 
 TEST_F(StepWork, KeepsTheReasonOfAFailure) {
-    const auto failing = [](const InputItem&) -> ConversionResult { throw ConversionError("нет", "no"); };
+    const auto failing = [](const InputItem&, Turn&) -> ConversionResult { throw ConversionError("нет", "no"); };
     const Outcome outcome = carryOut(step_, failing, files_, false);
     EXPECT_EQ(outcome.status, Outcome::Status::failed);
     EXPECT_TRUE(outcome.result.empty());
     EXPECT_EQ(outcome.sourceBytes, 5U);
     EXPECT_EQ(outcome.resultBytes, std::nullopt);
     EXPECT_THROW(std::rethrow_exception(outcome.error), ConversionError);
+}
+
+TEST_F(StepWork, TellsHowLongTheConversionWaitedWhateverBecameOfIt) {
+    constexpr std::chrono::hours wait(3);
+    const auto patient = [this, wait](const InputItem& item, Turn& turn) {
+        turn.waited = wait;
+        return converter()(item, turn);
+    };
+    EXPECT_EQ(carryOut(step_, patient, files_, false).waited, wait);
+    const auto failing = [wait](const InputItem&, Turn& turn) -> ConversionResult {
+        turn.waited = wait;
+        throw ConversionError("нет", "no");
+    };
+    EXPECT_EQ(carryOut(step_, failing, files_, false).waited, wait);
+}
+
+TEST_F(StepWork, IsNoFailureWhenItWasNotBegun) {
+    std::stop_source stop;
+    stop.request_stop();
+    const auto waiting = [](const InputItem&, Turn& turn) -> ConversionResult {
+        EXPECT_TRUE(turn.stop.stop_requested());
+        throw NotBegun();
+    };
+    EXPECT_THROW(carryOut(step_, waiting, files_, false, stop.get_token()), NotBegun);
 }
 
 TEST_F(StepWork, GivesTheResultTheTimeOfItsSourceWhenAsked) {
@@ -71,8 +95,8 @@ TEST_F(StepWork, GivesTheResultTheTimeOfItsSourceWhenAsked) {
 }
 
 TEST_F(StepWork, FailsButKeepsTheResultWhenItsTimeCannotBeSet) {
-    const auto convertAndLoseSource = [this](const InputItem& item) {
-        ConversionResult result = converter()(item);
+    const auto convertAndLoseSource = [this](const InputItem& item, Turn& turn) {
+        ConversionResult result = converter()(item, turn);
         fs::remove(item.url);
         return result;
     };
@@ -95,7 +119,7 @@ TEST_F(StepWork, IsDoneAlsoWhenThereIsNoMemoryToAskForTheSize) {
 }
 
 TEST_F(StepWork, ConvertsNothingThatIsSkippedOrImpossible) {
-    const auto never = [](const InputItem&) -> ConversionResult {
+    const auto never = [](const InputItem&, Turn&) -> ConversionResult {
         ADD_FAILURE() << "converted";
         return {};
     };

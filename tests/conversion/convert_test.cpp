@@ -4,6 +4,7 @@
 #include "tests/conversion/refusal.h"
 #include "tests/support/avif_facts.h"
 #include "tests/support/fake_image_source.h"
+#include "tests/support/forwarding_file_system.h"
 #include "tests/support/temporary_folder.h"
 
 #include <gtest/gtest.h>
@@ -51,7 +52,7 @@ protected:
 
     ConversionResult convert(const std::string& name, EncodingMode mode = EncodingMode::efficient,
                              const std::string& relativeDirectory = "") {
-        return convertItem({folder_ / name, relativeDirectory}, output(), quality, mode, fastest, services_);
+        return convertItem({folder_ / name, relativeDirectory}, output(), quality, mode, fastest, services_, turn_);
     }
 
     fs::path output() const { return folder_ / "out"; }
@@ -71,6 +72,7 @@ protected:
 
     TemporaryFolder folder_;
     Services services_;
+    Turn turn_;
 
 private:
     std::function<std::unique_ptr<ImageSource>()> makeSource_ = [] { return nullptr; };
@@ -214,6 +216,58 @@ TEST_F(ConvertTest, CountsWhatOtherConversionsSetAside) {
     ASSERT_EQ(asked.size(), 2U);
     EXPECT_GT(asked[0], 1'000'000U) << "before it is decoded, beside the other one";
     EXPECT_LT(asked[1], 1'000'000U) << "whether it can ever fit, for itself";
+}
+
+TEST_F(ConvertTest, KeepsNothingOfTheSourceWhileAStillIsEncoded) {
+    std::weak_ptr<bool> life;
+    sourceIs([&life] {
+        auto source = std::make_unique<FakeImageSource>();
+        source->add(makeImage(8, 6, {10, 120, 230, 255}));
+        auto held = std::make_shared<bool>();
+        life = held;
+        source->whenDecoded = [held](std::size_t) {};
+        return source;
+    });
+    class Watching : public ForwardingFileSystem {
+    public:
+        explicit Watching(const std::weak_ptr<bool>& life) : life_(life) {}
+        void createDirectories(const fs::path& folder) override {
+            isOpen = !life_.expired();
+            ForwardingFileSystem::createDirectories(folder);
+        }
+        bool isOpen = true;
+
+    private:
+        const std::weak_ptr<bool>& life_;
+    };
+    Watching files(life); // the folder is made when all is decoded and nothing encoded
+    services_.files = &files;
+    convert("photo.jpg");
+    EXPECT_FALSE(files.isOpen);
+    EXPECT_EQ(results(), Names{"photo.avif"});
+}
+
+TEST_F(ConvertTest, DoesNotBeginWhereItWouldWaitAfterAStop) {
+    services_.fitsIntoMemory = [](std::uint64_t) { return false; };
+    sourceHolds(twoImages());
+    std::stop_source stop;
+    stop.request_stop();
+    turn_.stop = stop.get_token();
+    const MemoryShare other(1, services_.fitsIntoMemory);
+    for (const char* const name : {"photo.jpg", "clip.gif"}) {
+        EXPECT_THROW(convert(name), NotBegun);
+    }
+    EXPECT_FALSE(fs::exists(output()));
+}
+
+TEST_F(ConvertTest, IsFinishedAfterAStopWhereNothingKeepsItWaiting) {
+    sourceHolds(oneImage());
+    std::stop_source stop;
+    stop.request_stop();
+    turn_.stop = stop.get_token();
+    convert("photo.jpg");
+    EXPECT_EQ(results(), Names{"photo.avif"});
+    EXPECT_EQ(turn_.waited.count(), 0);
 }
 
 TEST_F(ConvertTest, LeavesNothingBehindWhenEncodingFails) {

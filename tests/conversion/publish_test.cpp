@@ -15,6 +15,7 @@
 #include <functional>
 #include <memory>
 #include <set>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -128,9 +129,9 @@ public:
         calls.push_back("flush " + file.filename().native());
         ForwardingFileSystem::flush(file);
     }
-    void moveWithoutReplacing(const fs::path& from, const fs::path& to) override {
+    bool moveWithoutReplacing(const fs::path& from, const fs::path& to) override {
         calls.push_back("move " + from.filename().native() + " to " + to.filename().native());
-        ForwardingFileSystem::moveWithoutReplacing(from, to);
+        return ForwardingFileSystem::moveWithoutReplacing(from, to);
     }
 };
 
@@ -157,12 +158,12 @@ TEST(Publish, PassesOverANameThatAnotherWriterTakesFirst) {
     class FasterWriter : public RecordingFileSystem {
     public:
         int names = 2; ///< which the other writer takes between the look and the move
-        void moveWithoutReplacing(const fs::path& from, const fs::path& to) override {
+        bool moveWithoutReplacing(const fs::path& from, const fs::path& to) override {
             if (names-- > 0) {
                 fs::copy_file(from, to);
                 fs::resize_file(to, 1);
             }
-            RecordingFileSystem::moveWithoutReplacing(from, to);
+            return RecordingFileSystem::moveWithoutReplacing(from, to);
         }
     };
     const TemporaryFolder folder;
@@ -178,7 +179,7 @@ TEST(Publish, PassesOverANameThatAnotherWriterTakesFirst) {
 TEST(Publish, FailsWithTheErrorOfTheMoveWhenTheNameIsFree) {
     class FullVolume : public RecordingFileSystem {
     public:
-        void moveWithoutReplacing(const fs::path& from, const fs::path& to) override {
+        bool moveWithoutReplacing(const fs::path& from, const fs::path& to) override {
             calls.push_back("move " + from.filename().native() + " to " + to.filename().native());
             throw FileError(FileError::writeOutOfSpace, to);
         }
@@ -195,6 +196,53 @@ TEST(Publish, FailsWithTheErrorOfTheMoveWhenTheNameIsFree) {
     }
     EXPECT_THAT(fileSystem.calls, ElementsAre("flush .avif-1.tmp", "move .avif-1.tmp to photo-2.avif"));
     EXPECT_THAT(folder.listing(), ElementsAre(".avif-1.tmp", "photo.avif"));
+}
+
+TEST(Publish, FailsWhereFreeNamesAreCalledTaken) {
+    class ConfusedVolume : public RecordingFileSystem {
+    public:
+        bool moveWithoutReplacing(const fs::path& from, const fs::path& to) override {
+            calls.push_back("move " + from.filename().native() + " to " + to.filename().native());
+            return false;
+        }
+    };
+    const TemporaryFolder folder;
+    ConfusedVolume fileSystem;
+    EXPECT_EQ(codeOf([&] { publishNew(fileSystem, folder, "content", "photo.jpg"); }), FileError::writeUnknown);
+    EXPECT_THAT(fileSystem.calls, ElementsAre("flush .avif-1.tmp", "move .avif-1.tmp to photo.avif"));
+    EXPECT_THAT(folder.listing(), ElementsAre(".avif-1.tmp"));
+}
+
+/// The computer's own, but one that ends a count without end.
+class CountingFileSystem : public ForwardingFileSystem {
+public:
+    int moves = 0;
+    bool moveWithoutReplacing(const fs::path& from, const fs::path& to) override {
+        if (++moves > 3) {
+            throw std::logic_error("too many names were tried");
+        }
+        return ForwardingFileSystem::moveWithoutReplacing(from, to);
+    }
+};
+
+TEST(Publish, LeavesOneEmptyFileAtMostWhereNothingMayBeRenamedOrRemoved) {
+    std::vector<RefusedCall> calls = {
+        {SYS_renameat2, EINVAL}, {SYS_linkat, EOPNOTSUPP}, {SYS_renameat, EACCES}, {SYS_unlinkat, EACCES}};
+#ifdef SYS_link
+    calls.insert(calls.end(), {{SYS_link, EOPNOTSUPP}, {SYS_rename, EACCES}, {SYS_unlink, EACCES}});
+#endif
+    const TemporaryFolder folder;
+    CountingFileSystem fileSystem;
+    const bool ran = runWithRefusedCalls(calls, [&] {
+        EXPECT_EQ(codeOf([&] { publishNew(fileSystem, folder, "content", "photo.jpg"); }),
+                  FileError::writeNoPermission);
+    });
+    if (!ran) {
+        OVREL_SKIP_OUTSIDE_CI("system calls cannot be refused here");
+    }
+    EXPECT_EQ(fileSystem.moves, 1);
+    EXPECT_THAT(folder.listing(), ElementsAre(".avif-1.tmp", "photo.avif"));
+    EXPECT_EQ(contentOf(folder / "photo.avif"), "");
 }
 
 TEST(Publish, FailsForANameThatIsTooLong) {

@@ -2,6 +2,8 @@
 
 #include "conversion/converter.h"
 #include "tests/support/forwarding_file_system.h"
+#include "tests/support/peak_memory.h"
+#include "tests/support/sanitizers.h"
 #include "tests/support/skip_outside_ci.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/support/unprivileged.h"
@@ -11,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <deque>
 #include <map>
 #include <memory>
@@ -141,6 +144,26 @@ TEST(Scan, KeepsTheFirstOfAFileAndTheFolderThatHoldsIt) {
     EXPECT_THAT(Converter::scan(Paths{folder.path(), file}, true), ElementsAre(InputItem{file, "sub"}));
 }
 
+TEST(Scan, OfSeveralPathsIsScansOfEachMerged) {
+    const TemporaryFolder folder;
+    for (const char* name : {"img10.png", "img2.png", "sub/PHOTO.jpg", "sub/photo.jpg", "sub/inner/Ёлка.gif"}) {
+        folder.write(name, "");
+    }
+    const std::string path = folder.path().native();
+    for (const Paths& given : std::vector<Paths>{{},
+                                                 {path},
+                                                 {path + "/sub", path},
+                                                 {path, path + "/sub"},
+                                                 {path + "/img10.png", path + "/sub/inner", path + "//img10.png"},
+                                                 {path + "/sub/photo.jpg", path + "/sub/PHOTO.jpg", path + "/sub"}}) {
+        std::vector<std::vector<InputItem>> findings;
+        for (const fs::path& each : given) {
+            findings.push_back(Converter::scan(Paths{each}, true));
+        }
+        EXPECT_EQ(merged(findings), Converter::scan(given, true));
+    }
+}
+
 TEST(Scan, OrdersByPathAsAFileBrowserDoes) {
     const TemporaryFolder folder;
     const std::vector<std::string> ordered = {"a/1.jpg", "B.jpg", "img2.png", "IMG3.png", "img10.png", "Ёлка.jpg"};
@@ -232,6 +255,23 @@ TEST(Scan, FailsForAGivenPathThatIsMissing) {
         } catch (const FileError& error) {
             EXPECT_EQ(error.code(), FileError::readNoSuchFile);
             EXPECT_EQ(error.file(), missing);
+        }
+    }
+}
+
+TEST(Scan, TakesNoPathToEndAtANul) {
+    using namespace std::string_literals;
+    const TemporaryFolder folder;
+    const fs::path file = folder.write("a.png", "");
+    for (const fs::path& given :
+         Paths{file.native() + "\0b.png"s, file.native() + "\0"s, folder.path().native() + "\0"s}) {
+        SCOPED_TRACE(given);
+        try {
+            Converter::scan(Paths{given}, true);
+            ADD_FAILURE() << "no error";
+        } catch (const FileError& error) {
+            EXPECT_EQ(error.code(), FileError::readNoSuchFile);
+            EXPECT_EQ(error.file(), given);
         }
     }
 }
@@ -405,6 +445,40 @@ TEST(Scan, FailsWhenAFolderVanishesWhileItIsSearched) {
     } catch (const FileError& error) {
         EXPECT_EQ(error.code(), FileError::readNoSuchFile);
         EXPECT_EQ(error.file(), folder / "sub");
+    }
+}
+
+TEST(Scan, KeepsNothingOfEntriesThatAreNoPictures) {
+    /// One picture behind very many files of other kinds.
+    class CrowdedFileSystem : public ForwardingFileSystem {
+    public:
+        ResourceValues resourceValues(const fs::path& /*path*/) override { return directory; }
+        std::unique_ptr<DirectoryEnumerator> enumerate(const fs::path& folder, bool /*recursive*/) override {
+            class Crowd : public DirectoryEnumerator {
+            public:
+                explicit Crowd(fs::path folder) : folder_(std::move(folder)) {}
+                std::optional<Entry> next() override {
+                    constexpr int others = 100'000;
+                    if (told_ > others) {
+                        return std::nullopt;
+                    }
+                    const std::string extension = told_ == others ? ".png" : ".js";
+                    return Entry{folder_ / (std::to_string(told_++) + extension), regularFile};
+                }
+
+            private:
+                fs::path folder_;
+                int told_ = 0;
+            };
+            return std::make_unique<Crowd>(folder);
+        }
+    };
+    CrowdedFileSystem fileSystem;
+    std::vector<InputItem> items;
+    const std::uint64_t peak = peakMemoryOf([&] { items = scan(fileSystem, Paths{"/photos"}, true); });
+    EXPECT_THAT(items, ElementsAre(InputItem{"/photos/100000.png", ""}));
+    if (!underAddressSanitizer) { // which holds on to what was freed
+        EXPECT_LT(peak, std::uint64_t{8} << 20);
     }
 }
 

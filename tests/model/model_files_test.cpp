@@ -1,5 +1,6 @@
 // Runs over real files.
 
+#include "model/background.h"
 #include "tests/model/model_fixture.h"
 #include "tests/support/avif_writer.h"
 #include "tests/support/gif_writer.h"
@@ -11,8 +12,6 @@
 #include "tests/support/temporary_folder.h"
 #include "tests/support/unprivileged.h"
 #include "tests/support/webp_writer.h"
-
-#include <QThreadPool>
 
 #include <gmock/gmock.h>
 
@@ -138,7 +137,7 @@ TEST(ModelFiles, WordsAFolderThatCannotBeWritten) {
     fs::create_directory(folder / "out");
     ASSERT_EQ(::chmod((folder / "out").c_str(), 0555), 0);
     // Threads have the rights of the one that starts them, so the pool's must be started afresh.
-    QThreadPool::globalInstance()->waitForDone();
+    backgroundThreads().waitForDone();
     const bool hasRun = runUnprivileged([&] {
         Session unprivileged;
         unprivileged.add({folder / "in"});
@@ -150,7 +149,7 @@ TEST(ModelFiles, WordsAFolderThatCannotBeWritten) {
         EXPECT_EQ(unprivileged.status(encoded), "Error: AVIF error: Cannot create output file");
         EXPECT_EQ(unprivileged.fixture.message(), "Done: 0 successful, 2 failed");
     });
-    QThreadPool::globalInstance()->waitForDone();
+    backgroundThreads().waitForDone();
     EXPECT_TRUE(hasRun);
     EXPECT_THAT(folder.listing(), ElementsAre("in", "in/a.avif", "in/b.png", "out"));
 }
@@ -216,7 +215,7 @@ TEST(ModelFiles, WordsAFullDiskAndLeavesNothingHidden) {
     const fs::path last = folder.write("in/3.avif", std::string(2000, 'c'));
     fs::create_directory(folder / "out");
     // Threads see what the one that starts them sees, so the pool's must be started afresh.
-    QThreadPool::globalInstance()->waitForDone();
+    backgroundThreads().waitForDone();
     const bool hasRun = runWithOwnMounts([&] {
         mountMemory(folder / "out", "size=64k");
         Session session;
@@ -229,7 +228,7 @@ TEST(ModelFiles, WordsAFullDiskAndLeavesNothingHidden) {
         EXPECT_EQ(session.fixture.message(), "Done: 2 successful, 1 failed");
         EXPECT_THAT(hiddenIn(folder / "out"), IsEmpty());
     });
-    QThreadPool::globalInstance()->waitForDone();
+    backgroundThreads().waitForDone();
     if (!hasRun) {
         OVREL_SKIP_OUTSIDE_CI("this machine does not let us mount");
     }

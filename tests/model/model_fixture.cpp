@@ -1,10 +1,10 @@
 #include "tests/model/model_fixture.h"
 
+#include "model/background.h"
 #include "model/path_text.h"
 
 #include <QCoreApplication>
 #include <QEventLoop>
-#include <QThreadPool>
 
 #include <gtest/gtest.h>
 
@@ -127,7 +127,7 @@ void waitUntil(const std::function<bool()>& condition) {
 }
 
 void drain() {
-    QThreadPool::globalInstance()->waitForDone();
+    backgroundThreads().waitForDone();
     QEventLoop().processEvents();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }

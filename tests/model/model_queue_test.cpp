@@ -1,7 +1,6 @@
+#include "model/background.h"
 #include "tests/model/model_fixture.h"
 #include "tests/support/temporary_folder.h"
-
-#include <QThreadPool>
 
 #include <gmock/gmock.h>
 
@@ -106,7 +105,7 @@ TEST(ModelQueue, ScansItsRootsInTheBackgroundAndReadsFilesMeanwhile) {
 TEST(ModelQueue, GoesOnScanningAfterTheCallHoweverFastTheScanIs) {
     ModelFixture fixture;
     fixture.scans->succeed({{"/in/a.png", ""}});
-    QObject::connect(&fixture.model(), &Model::scanningChanged, [] { QThreadPool::globalInstance()->waitForDone(); });
+    QObject::connect(&fixture.model(), &Model::scanningChanged, [] { backgroundThreads().waitForDone(); });
     fixture.model().add({"/in"});
     EXPECT_TRUE(fixture.model().scanning());
     fixture.model().clearQueue();

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <string_view>
 
 namespace ovrel::test {
 
@@ -20,6 +21,15 @@ TEST(PathText, ComesBackAsItWasForEveryNameInUtf8) {
 
 TEST(PathText, ShowsBytesThatAreNoTextAsReplacements) {
     EXPECT_EQ(textOf(fs::path("/a\xFF.png")).toStdString(), "/a\uFFFD.png");
+}
+
+TEST(PathText, OfBytesIsTheBytesAgainUnlessTheyAreNoUtf8) {
+    for (const std::string_view bytes : {"отпуск", "", "\uFEFFbom", "😀", "\uFFFD", "\uFFFE"}) {
+        EXPECT_EQ(textOf(bytes).toStdString(), bytes);
+    }
+    for (const std::string_view bytes : {"caf\xE9", "\xF0\x9F", "\xC0\x80", "\xED\xA0\x80"}) {
+        EXPECT_NE(textOf(bytes).toStdString(), bytes);
+    }
 }
 
 TEST(PathText, TakesAddressesByTheByte) {

@@ -249,13 +249,6 @@ TEST(QueueListModel, FindsARowByItsId) {
     EXPECT_EQ(fixture.rows.rowOf("/in/a.png"), -1);
 }
 
-TEST(QueueListModel, NamesItsRoles) {
-    ModelFixture fixture;
-    const QHash<int, QByteArray> names = QueueListModel(fixture.model()).roleNames();
-    EXPECT_EQ(names.value(QueueListModel::note), "note");
-    EXPECT_EQ(names.value(QueueListModel::toolTip), "toolTip");
-}
-
 } // namespace
 
 } // namespace ovrel::test

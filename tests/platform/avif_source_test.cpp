@@ -11,6 +11,8 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <limits>
+#include <string>
 #include <string_view>
 
 namespace ovrel::test {
@@ -61,6 +63,26 @@ TEST(AvifSource, StatesFormatSizeAndOrientationBeforeDecoding) {
     options.turns = 3;
     const auto source = open(writeAvif(gradient(40, 24), options));
     expectStill(source, ImageFormat::avif, 40, 24, 6);
+}
+
+TEST(AvifSource, TakesPicturesWithinTheLimitsAlone) {
+    struct Row {
+        ImageLimits limits;
+        bool isWithin;
+    };
+    constexpr std::uint32_t most = std::numeric_limits<std::uint32_t>::max();
+    const Row rows[] = {{{40, 24}, true},     {{24, 40}, true},       {{40, 23}, false},      {{39, 39}, false},
+                        {{1, 1}, false},      {{16384, 16384}, true}, {{16385, 16384}, true}, {{65536, 65536}, true},
+                        {{most, most}, true}, {{1U << 31, 2}, true}};
+    const std::string file = writeAvif(gradient(40, 24));
+    for (const auto& [limits, isWithin] : rows) {
+        SCOPED_TRACE(std::to_string(limits.width) + "×" + std::to_string(limits.height));
+        const auto source = openAvifWithin(limits, {file.begin(), file.end()});
+        EXPECT_EQ(source != nullptr, isWithin);
+        if (source) {
+            expectSame(source->decode(0), gradient(40, 24));
+        }
+    }
 }
 
 TEST(AvifSource, DecodesLosslessPicturesBitForBit) {

@@ -2,6 +2,7 @@
 
 #include "platform/file_error.h"
 #include "platform/linux/file_descriptor.h"
+#include "platform/linux/input_file.h"
 #include "tests/support/private_mounts.h"
 #include "tests/support/refused_calls.h"
 #include "tests/support/skip_outside_ci.h"
@@ -284,6 +285,14 @@ TEST(FileCopy, RefusesWhatIsNoRegularFile) {
         EXPECT_EQ(failureOf(folder / name, folder / "to"), std::pair(FileError::readUnknown, folder / name)) << name;
     }
     EXPECT_EQ(folder.listing(), before);
+}
+
+TEST(FileCopy, RefusesAFileThatIsMostlyEmptyAndWouldFillTheDisk) {
+    const TemporaryFolder folder;
+    const fs::path from = folder.write("from", "content");
+    fs::resize_file(from, maximumFileBytes + 1);
+    EXPECT_EQ(failureOf(from, folder / "to"), std::pair(FileError::readUnknown, from));
+    EXPECT_THAT(folder.listing(), ElementsAre("from"));
 }
 
 TEST(FileCopy, CreatesNothingWhenTheSourceCannotBeRead) {

@@ -86,6 +86,16 @@ TEST(ImageSource, DoesNotOpenWhatIsNoImageFile) {
     EXPECT_EQ(ImageSource::open(pipe), nullptr);
 }
 
+TEST(ImageSource, FollowsNoLinkInAFilesPlaceButLinksOfFoldersAboveIt) {
+    const TemporaryFolder folder;
+    const std::filesystem::path file = folder.write("photos/photo.gif", "GIF89a");
+    std::filesystem::create_symlink("photo.gif", folder / "photos/link.gif");
+    std::filesystem::create_directory_symlink("photos", folder / "linked");
+    EXPECT_NE(ImageSource::open(file), nullptr);
+    EXPECT_EQ(ImageSource::open(folder / "photos/link.gif"), nullptr);
+    EXPECT_NE(ImageSource::open(folder / "linked/photo.gif"), nullptr);
+}
+
 TEST(ImageSource, OpensADamagedHeaderAsOneImageOfUnknownSize) {
     const TemporaryFolder folder;
     for (const std::string_view head :

@@ -1,3 +1,4 @@
+#include "model/background.h"
 #include "remote/banner_error.h"
 #include "remote/banner_model.h"
 #include "remote/banner_settings.h"
@@ -8,7 +9,6 @@
 
 #include <QCoreApplication>
 #include <QSemaphore>
-#include <QThreadPool>
 
 #include <gtest/gtest.h>
 
@@ -67,7 +67,7 @@ public:
     BusyThreadPool& operator=(const BusyThreadPool&) = delete;
 
 private:
-    QThreadPool* pool_ = QThreadPool::globalInstance();
+    QThreadPool* pool_ = &backgroundThreads();
     int threads_ = pool_->maxThreadCount();
     QSemaphore begun_;
     QSemaphore mayEnd_;
@@ -75,7 +75,7 @@ private:
 
 /// Lets every decoding end, and what waits for it go on.
 void drain() {
-    QThreadPool::globalInstance()->waitForDone();
+    backgroundThreads().waitForDone();
     QCoreApplication::processEvents();
 }
 

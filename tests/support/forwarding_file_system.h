@@ -18,10 +18,9 @@ public:
     }
     bool exists(const std::filesystem::path& path) override { return native().exists(path); }
     void flush(const std::filesystem::path& file) override { native().flush(file); }
-    void moveWithoutReplacing(const std::filesystem::path& from, const std::filesystem::path& to) override {
-        native().moveWithoutReplacing(from, to);
+    bool moveWithoutReplacing(const std::filesystem::path& from, const std::filesystem::path& to) override {
+        return native().moveWithoutReplacing(from, to);
     }
-    void remove(const std::filesystem::path& file) noexcept override { native().remove(file); }
     std::uint64_t fileSize(const std::filesystem::path& file) override { return native().fileSize(file); }
     void copyModificationTime(const std::filesystem::path& from, const std::filesystem::path& to) override {
         native().copyModificationTime(from, to);

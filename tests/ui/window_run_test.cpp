@@ -4,6 +4,7 @@
 #include <QListView>
 #include <QSignalSpy>
 #include <QSlider>
+#include <QThreadPool>
 
 #include <cstdio>
 
@@ -34,6 +35,21 @@ TEST(MainWindow, ChangesItsLanguageInTheMiddleOfARun) {
     fixture.services.failToConvert();
     fixture.awaitIdle();
     EXPECT_TRUE(shows(fixture.window(), QStringLiteral("Готово: 1 успешно, 1 с ошибками")));
+}
+
+TEST(MainWindow, IsPaintedDuringARunHoweverFewThreadsQtHas) {
+    QThreadPool& threads = *QThreadPool::globalInstance();
+    const int most = threads.maxThreadCount();
+    threads.setMaxThreadCount(1); // as on one processor
+    WindowFixture fixture;
+    fixture.show();
+    fixture.prepare({"a.png"});
+    fixture.start();
+    ASSERT_EQ(threads.activeThreadCount(), 0) << "painting would wait for it";
+    EXPECT_FALSE(fixture.window().grab().isNull());
+    fixture.services.convert();
+    fixture.awaitIdle();
+    threads.setMaxThreadCount(most);
 }
 
 TEST(MainWindow, KeepsNothingOfAHundredRuns) {

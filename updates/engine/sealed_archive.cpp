@@ -56,14 +56,10 @@ SealedArchive::~SealedArchive() {
 ArchiveBuffer::ArchiveBuffer() : file_(makeMemoryFile()) {}
 
 void ArchiveBuffer::append(std::span<const std::byte> bytes) {
-    while (!bytes.empty()) {
-        const ssize_t written = uninterrupted([&] { return ::write(file_.get(), bytes.data(), bytes.size()); });
-        if (written <= 0) {
-            failForMemory();
-        }
-        bytes = bytes.subspan(static_cast<std::size_t>(written));
-        sizeBytes_ += static_cast<std::uint64_t>(written);
+    if (!writeAll(file_.get(), bytes)) {
+        failForMemory();
     }
+    sizeBytes_ += bytes.size();
 }
 
 SealedArchive ArchiveBuffer::seal() && {

@@ -87,12 +87,8 @@ FileDescriptor TreeWriter::make(const AcceptedEntry& entry) {
 }
 
 void TreeWriter::write(int file, std::span<const std::byte> bytes) {
-    while (!bytes.empty()) {
-        const ssize_t written = uninterrupted([&] { return ::write(file, bytes.data(), bytes.size()); });
-        if (written < 0) {
-            failForDisk();
-        }
-        bytes = bytes.subspan(static_cast<std::size_t>(written));
+    if (!writeAll(file, bytes)) {
+        failForDisk();
     }
 }
 

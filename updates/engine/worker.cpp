@@ -1,6 +1,6 @@
 #include "updates/engine/worker.h"
 
-#include <QtConcurrentRun>
+#include "model/background.h"
 
 #include <qcoro/qcorofuture.h>
 
@@ -10,7 +10,7 @@ namespace ovrel {
 
 QCoro::Task<std::optional<UpdateError>> inWorker(std::function<void()> work) {
     const QFuture<std::optional<UpdateError>> future =
-        QtConcurrent::run([work = std::move(work)]() -> std::optional<UpdateError> {
+        QtConcurrent::run(&backgroundThreads(), [work = std::move(work)]() -> std::optional<UpdateError> {
             try {
                 work();
             } catch (const UpdateError& error) {

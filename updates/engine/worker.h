@@ -11,7 +11,7 @@
 
 namespace ovrel {
 
-/// Runs in Qt's thread pool. QtConcurrent would replace the exception by one of its own.
+/// Runs in one of the background threads. QtConcurrent would replace the exception by one of its own.
 /// \param work throws UpdateError alone
 /// \return what it threw
 QCoro::Task<std::optional<UpdateError>> inWorker(std::function<void()> work);

@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <span>
 #include <system_error>
 
 #include <fcntl.h>
@@ -16,19 +17,6 @@ namespace {
 
 int errorOf(int result) {
     return result == 0 ? 0 : errno;
-}
-
-int writeAll(int descriptor, const std::string& content) {
-    std::size_t written = 0;
-    while (written < content.size()) {
-        const ssize_t count =
-            uninterrupted([&] { return ::write(descriptor, content.data() + written, content.size() - written); });
-        if (count < 0) {
-            return errno;
-        }
-        written += static_cast<std::size_t>(count);
-    }
-    return errorOf(::fsync(descriptor));
 }
 
 } // namespace
@@ -60,7 +48,7 @@ int TreeCalls::create(int folder, const std::string& name, const std::string& co
     if (!file) {
         return errno;
     }
-    return writeAll(file.get(), content);
+    return writeAll(file.get(), std::as_bytes(std::span(content))) ? errorOf(::fsync(file.get())) : errno;
 }
 
 int TreeCalls::remove(int folder, const std::string& name) {

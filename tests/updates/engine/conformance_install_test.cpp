@@ -1,5 +1,6 @@
 // Which calls the way from an offer to the installation makes, in their order, and what it leaves on the disk.
 
+#include "model/background.h"
 #include "tests/support/private_mounts.h"
 #include "tests/support/skip_outside_ci.h"
 #include "tests/updates/engine/updater_test.h"
@@ -12,7 +13,6 @@
 #include <QCoreApplication>
 #include <QFile>
 #include <QThread>
-#include <QThreadPool>
 
 #include <algorithm>
 #include <csignal>
@@ -137,7 +137,7 @@ protected:
         turnUntil([this] { return !updater_; });
         EXPECT_EQ(recorder_.calls.back(), when);
         EXPECT_TRUE(networkEnds());
-        QThreadPool::globalInstance()->waitForDone();
+        backgroundThreads().waitForDone();
         QCoreApplication::processEvents();
         EXPECT_EQ(recorder_.calls.back(), when);
     }
@@ -382,7 +382,7 @@ TEST_F(UpdaterInstallation, EndsWithTheUpdaterAtAnyStep) {
         recorder_.readyAnswer = Choice::install;
         start();
         checkUntilTheUpdaterGoes(when);
-        QThreadPool::globalInstance()->waitForDone();
+        backgroundThreads().waitForDone();
         for (const std::filesystem::directory_entry& entry : std::filesystem::directory_iterator(parent())) {
             if (entry.path().filename().native().starts_with(".ovrel-")) {
                 std::filesystem::remove_all(entry.path()); // what an installer would wait in

@@ -1,4 +1,4 @@
-#include "model/standard_path.h"
+#include "conversion/standard_path.h"
 
 #include <string_view>
 #include <system_error>

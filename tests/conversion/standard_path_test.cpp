@@ -1,4 +1,4 @@
-#include "model/standard_path.h"
+#include "conversion/standard_path.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/support/working_folder.h"
 
@@ -22,6 +22,15 @@ TEST(StandardPath, IsTheSameHoweverTheFileIsNamed) {
         EXPECT_EQ(standardised(folder / name), expected);
     }
     EXPECT_EQ(standardised("/no \xFF"), "/no \xFF");
+}
+
+TEST(StandardPath, StaysRelativeWhereTheCurrentFolderIsGone) {
+    TemporaryFolder outer;
+    fs::create_directory(outer / "inner");
+    const WorkingFolder here(outer / "inner");
+    fs::remove(outer / "inner");
+    EXPECT_EQ(standardised("./b/../a.png"), "a.png");
+    EXPECT_EQ(standardised("/b/../a.png"), "/a.png");
 }
 
 /// The standard library's own form is what counts, for every path of four components.
