@@ -24,7 +24,9 @@ template <typename Result>
 using ResultOrError = std::variant<Result, std::exception_ptr>;
 
 /// Calls `work` in one of the background threads. Its exceptions come back as values, because QtConcurrent would
-/// replace them by one of its own. \param work takes nothing and refers to nothing that may end before it
+/// replace them by one of its own.
+///
+/// \param work takes nothing and refers to nothing that may end before it
 template <typename Work>
 QFuture<ResultOrError<std::invoke_result_t<Work>>> inBackground(Work work) {
     return QtConcurrent::run(&backgroundThreads(),

@@ -68,12 +68,16 @@ public:
     virtual bool exists(const std::filesystem::path& path) = 0;
 
     /// Waits until the file's content is on the disk, as far as its volume can say so: one that knows no flushing
-    /// counts as done. \throws FileError (writing)
+    /// counts as done.
+    /// \throws FileError (writing)
     virtual void flush(const std::filesystem::path& file) = 0;
 
     /// Renames `from` to `to` on one volume, never replacing an existing `to`. On a volume that has no such step, `to`
-    /// is an empty file for a moment, and what another program writes into that very file meanwhile is lost. \return
-    /// false when `to` is taken; nothing has changed then \throws FileError (writing) for every other failure
+    /// is an empty file for a moment; what another program writes into that very file meanwhile is lost.
+    ///
+    /// \return false when `to` is taken; nothing has changed then
+    ///
+    /// \throws FileError (writing) for every other failure; the empty file stays where it cannot be removed either
     [[nodiscard]] virtual bool moveWithoutReplacing(const std::filesystem::path& from,
                                                     const std::filesystem::path& to) = 0;
 

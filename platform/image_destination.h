@@ -29,7 +29,11 @@ public:
     virtual ~ImageDestination() = default;
 
     /// Adds a copy of the image, with its RGB profile when it has one; grey and CMYK are written as sRGB. What fails
-    /// here but for memory is told by finalize(). \param lossyCompressionQuality 0.0 … 1.0 \throws std::bad_alloc
+    /// here but for memory is told by finalize().
+    ///
+    /// \param lossyCompressionQuality 0.0 … 1.0
+    ///
+    /// \throws std::bad_alloc
     virtual void addImage(const Image& image, double lossyCompressionQuality) = 0;
 
     /// Encodes what was added and writes the file. Called once.

@@ -219,7 +219,7 @@ int OvrelStyle::styleHint(StyleHint hint, const QStyleOption* option, const QWid
     case SH_FocusFrame_AboveWidget: return 1;
     case SH_FocusFrame_Mask: return 0;
     case SH_ComboBox_Popup: return 1;
-    case SH_Slider_AbsoluteSetButtons:              // a click goes where it points
+    case SH_Slider_AbsoluteSetButtons: // a click goes where it points
         return Qt::LeftButton;
     case SH_ScrollBar_Transient: return 0;
     // Where nothing composes windows, their corners would be black.
