@@ -172,8 +172,10 @@ int main(int count, char** arguments) {
         std::fputs("usage: ovrel-bench PHOTO…\n", stderr);
         return 2;
     }
-    const std::vector<std::filesystem::path> photos(arguments + 1, arguments + count);
     try {
+        std::vector<std::filesystem::path> photos;
+        std::transform(arguments + 1, arguments + count, std::back_inserter(photos),
+                       [](const char* photo) { return std::filesystem::canonical(photo); }); // no link is converted
         std::printf("Quality 50, %d threads, photographs: %zu. Each ratio is that of the best of %d rounds that took "
                     "turns;\nbelow 1, what comes first took less.\n\n",
                     encoderThreads(), photos.size(), rounds);

@@ -9,7 +9,7 @@ namespace ovrel {
 
 /// Presses a button by Return or Enter alone. Together with other keys they belong to commands, and held they press
 /// once: what a button does may put another one in its place. Main thread.
-/// \return whether it was one of these keys and nobody else has to look at it
+/// \return whether it was one of these keys, which are nothing for the class of the button itself
 bool takeReturn(QAbstractButton& button, QKeyEvent& event);
 
 /// A button of the class `Base` that takes Return.

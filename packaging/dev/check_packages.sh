@@ -43,7 +43,8 @@ check_packages() {
 
 package_sums() { sha256sum "build/package/$(portable_name).tar.xz" build/package/*.deb; }
 
-# The sums of packages that were made in another folder, from files with other times, with nothing compiled before.
+# The sums of packages that were made in another folder, from files with other times, with nothing compiled before. To
+# be called in a shell of its own, which ends elsewhere.
 package_sums_of_copy() {
     local folder sources options
     mapfile -t options < <(sed -nE 's/^((OVREL_[A-Z_]+|CMAKE_(C|CXX)_COMPILER):[A-Z]+=.*)/-D\1/p' \
@@ -51,16 +52,14 @@ package_sums_of_copy() {
     folder=$(mktemp -d)
     sources=$folder/a/deeper/folder
     mkdir -p "$sources"
-    tar --create --exclude ./build . | tar --extract --touch --no-same-owner --directory "$sources"
-    (
-        cd "$sources"
-        unset CCACHE_BASEDIR
-        export CCACHE_DISABLE=1
-        cmake --preset release "${options[@]}"
-        ./dev package portable
-        ./dev package deb
-    ) >"$folder/said" 2>&1 || fail "The packages cannot be made in another folder: $(tail -n 20 "$folder/said")"
-    (cd "$sources" && package_sums)
+    # Joined, because a shell that looks at the result goes on after a command that fails.
+    {
+        tar --create --exclude ./build . | tar --extract --touch --no-same-owner --directory "$sources" &&
+            cd "$sources" && unset CCACHE_BASEDIR && export CCACHE_DISABLE=1 &&
+            cmake --preset release "${options[@]}" && ./dev package portable && ./dev package deb
+    } >"$folder/said" 2>&1 || fail "The packages cannot be made in another folder: $(tail -n 20 "$folder/said")"
+    package_sums
+    cd /
     rm -r "$folder"
 }
 

@@ -122,15 +122,17 @@ TEST_F(OvrelAppTest, OpensItsMenuFromTheName) {
     EXPECT_EQ(roleOf(name), QAccessible::ButtonMenu);
     focusByKeyboard(name);
     EXPECT_EQ(window().focusWidget(), &name);
-    bool isSeen = false;
-    QTimer::singleShot(0, &window(), [&] {
-        isSeen = true;
-        EXPECT_EQ(QApplication::activePopupWidget(), &app.menu());
-        app.menu().close();
-    });
-    press(Qt::Key_Space); // returns when the menu has gone, or at once in a program that has been asked to quit
-    waitUntil([&] { return isSeen; });
-    EXPECT_EQ(QApplication::activePopupWidget(), nullptr);
+    for (const Qt::Key key : {Qt::Key_Space, Qt::Key_Return}) {
+        bool isSeen = false;
+        QTimer::singleShot(0, &window(), [&] {
+            isSeen = true;
+            EXPECT_EQ(QApplication::activePopupWidget(), &app.menu()) << key;
+            app.menu().close();
+        });
+        press(key); // returns when the menu has gone, or at once in a program that has been asked to quit
+        waitUntil([&] { return isSeen; });
+        EXPECT_EQ(QApplication::activePopupWidget(), nullptr) << key;
+    }
 }
 
 TEST_F(OvrelAppTest, ShowsTheKeysOfItsCommands) {

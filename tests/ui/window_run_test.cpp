@@ -45,8 +45,11 @@ TEST(MainWindow, IsPaintedDuringARunHoweverFewThreadsQtHas) {
     fixture.show();
     fixture.prepare({"a.png"});
     fixture.start();
-    ASSERT_EQ(threads.activeThreadCount(), 0) << "painting would wait for it";
-    EXPECT_FALSE(fixture.window().grab().isNull());
+    const int busy = threads.activeThreadCount();
+    EXPECT_EQ(busy, 0) << "painting would wait for it";
+    if (busy == 0) {
+        EXPECT_FALSE(fixture.window().grab().isNull());
+    }
     fixture.services.convert();
     fixture.awaitIdle();
     threads.setMaxThreadCount(most);

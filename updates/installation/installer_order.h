@@ -21,8 +21,8 @@ enum class InstallerDescriptor : int {
     end = 9,         ///< none from here on
 };
 
-/// Words on the pipe, a line each, none of which can be taken back. A program that ends without a word has its update
-/// installed and is not started again.
+/// Words on the pipe, a line each. `relaunch` holds unless `cancel` follows, which cannot be taken back. A program that
+/// ends without a word has its update installed and is not started again.
 inline constexpr const char* relaunchWord = "relaunch"; ///< the new version is started when the program has ended
 inline constexpr const char* cancelWord = "cancel";     ///< the update is given up at once
 

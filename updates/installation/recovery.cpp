@@ -131,7 +131,7 @@ KeptFiles finishConfirmed(TreeCalls& calls, const InstallationPlace& place, cons
     return kept;
 }
 
-/// While it exists, no other program of the installation gets beyond its beginning, if none ran before.
+/// While it exists, no other window of the installation gets beyond its beginning, if none was open before.
 class Alone {
 public:
     Alone(InstanceLock& instance, const InstallationPlace& place) : Alone(instance) {

@@ -155,14 +155,23 @@ class StartTest(unittest.TestCase):
         # The same folder in many words, which takes longer to gather than any start.
         words = [f"{folder}{'/.' * number}" for number in range(1, 200)] * 20
 
-        for _ in range(3):
+        left_at_once = 0
+        for attempt in range(20):
             program = self.start(*words)
             self.assertTrue(wait_until(lambda: has_open(program.pid, folder)), "nothing is gathered")
+            self.assertIn(self.installation.starts(), [1, None])
             program.send_signal(signal.SIGTERM)
             self.assertEqual(program.wait(LIMIT_SECONDS), 0)
-            # Where the window was painted before the program learned of the signal, the version is confirmed.
-            self.assertIn(self.installation.starts(), [0, None])
-        self.assertEqual(self.installation.version(), "2.4")
+            self.assertEqual(self.installation.version(), "2.4")
+            if self.installation.starts() is None:  # it was painted before it learned of the signal: confirmed
+                self.installation = Installation(self.folder / f"user{attempt}", files_of("2.3"))
+                self.installation.exchange(files_of("2.4"), starts=0)
+                continue
+            self.assertEqual(self.installation.starts(), 0)
+            left_at_once += 1
+            if left_at_once == 3:
+                break
+        self.assertGreater(left_at_once, 0, "every window was painted first")
 
     def test_counts_no_start_that_hands_over_to_a_program_elsewhere(self):
         daemon = subprocess.Popen(["dbus-daemon", "--session", "--nofork", "--nopidfile", "--nosyslog",
